@@ -1,0 +1,28 @@
+#include "usersettings.h"
+
+#include <QSettings>
+
+UserSettings::UserSettings(const QString &dir)
+    : m_path(dir + QStringLiteral("/UserConfig.ini"))
+{
+}
+
+QString UserSettings::storedLanguage() const
+{
+    QSettings ini(m_path, QSettings::IniFormat);
+    return ini.value(QStringLiteral("Langue")).toString();
+}
+
+void UserSettings::storeLanguage(bool chinese)
+{
+    QSettings ini(m_path, QSettings::IniFormat);
+    ini.setValue(QStringLiteral("Langue"), chinese ? QStringLiteral("chs") : QStringLiteral("en"));
+    ini.sync();
+}
+
+bool UserSettings::startsInChinese(const QString &stored)
+{
+    QString lang = stored;
+    lang = QStringLiteral("en");
+    return lang == QStringLiteral("chs");
+}

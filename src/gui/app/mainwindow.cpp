@@ -1,0 +1,272 @@
+#include "mainwindow.h"
+
+#include "aboutdialog.h"
+#include "placeholderpage.h"
+#include "titlebar.h"
+#include "app/language.h"
+#include "app/platform.h"
+#include "app/scalefactors.h"
+#include "app/texts.h"
+#include "app/usersettings.h"
+#include "widgets/noticebox.h"
+#include "widgets/snackbar.h"
+#include "widgets/style.h"
+
+#include <QApplication>
+#include <QButtonGroup>
+#include <QCloseEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QVBoxLayout>
+
+namespace {
+
+struct PageInfo
+{
+    const char *button;
+    Tx name;
+    Tx description;
+    const char *icon;
+};
+
+const PageInfo kPages[MainWindow::PageCount] = {
+    {"pb_devices", Tx::PageDevices, Tx::PlaceholderDevices, ":/pic/ui/page_devices.png"},
+    {"pb_routing", Tx::PageRouting, Tx::PlaceholderRouting, ":/pic/ui/page_routing.png"},
+    {"pb_flows", Tx::PageFlows, Tx::PlaceholderFlows, ":/pic/ui/page_flows.png"},
+    {"pb_clock", Tx::PageClock, Tx::PlaceholderClock, ":/pic/ui/page_clock.png"},
+    {"pb_netStats", Tx::PageNetStats, Tx::PlaceholderNetStats, ":/pic/ui/page_stats.png"},
+    {"pb_levels", Tx::PageLevels, Tx::PlaceholderLevels, ":/pic/ui/page_levels.png"},
+};
+
+const char kMenuButtonStyle[] =
+    "QPushButton { color: rgb(169, 169, 183); background: transparent; border: none; border-bottom: 3px solid transparent;"
+    " border-radius: 0; padding: 0 %1px; min-height: 0; text-align: center; }"
+    "QPushButton:hover { color: rgb(230, 232, 238); background-color: rgb(40, 42, 49); }"
+    "QPushButton:checked { color: white; background-color: rgb(40, 42, 49); border-bottom: 3px solid rgb(72, 112, 206); }";
+
+const char kLanguageButtonStyle[] =
+    "QPushButton { color: rgb(169, 169, 183); background: rgb(42, 44, 51); border: 1px solid rgb(62, 65, 75);"
+    " border-radius: 0; padding: 0 %1px; min-height: 0; }"
+    "QPushButton:hover { color: white; }"
+    "QPushButton:checked { color: white; background-color: rgb(50, 89, 182); border-color: rgb(50, 89, 182); }";
+
+} // namespace
+
+MainWindow::MainWindow(const QString &settingsDir, QWidget *parent)
+    : QWidget(parent)
+    , m_settings(new UserSettings(settingsDir))
+{
+    setObjectName(QStringLiteral("MainWindow"));
+    setAttribute(Qt::WA_StyledBackground);
+    setStyleSheet(QStringLiteral("#MainWindow { background-color: rgb(33, 34, 39); border: 1px solid rgb(56, 58, 66); }"));
+    setMinimumSize(scaled(1024), scaled(640));
+    resize(scaled(1500), scaled(900));
+
+    m_titleBar = new TitleBar(this);
+    connect(m_titleBar, &TitleBar::signal_closeRequested, this, &QWidget::close);
+
+    auto *menu = new QWidget(this);
+    menu->setObjectName(QStringLiteral("wd_menu"));
+    menu->setAttribute(Qt::WA_StyledBackground);
+    menu->setStyleSheet(QStringLiteral("#wd_menu { background-color: rgb(28, 29, 34); border-bottom: 1px solid rgb(50, 52, 60); }"));
+    menu->setFixedHeight(scaled(48));
+    buildMenu(menu);
+
+    m_stack = new QStackedWidget(this);
+    m_stack->setObjectName(QStringLiteral("stack_pages"));
+    for (const PageInfo &p : kPages)
+        m_stack->addWidget(new PlaceholderPage(p.name, p.description, QLatin1String(p.icon), m_stack));
+
+    auto *status = new QWidget(this);
+    status->setObjectName(QStringLiteral("wd_status"));
+    status->setAttribute(Qt::WA_StyledBackground);
+    status->setStyleSheet(QStringLiteral("#wd_status { background-color: rgb(28, 29, 34); border-top: 1px solid rgb(50, 52, 60); }"));
+    status->setFixedHeight(scaled(28));
+    m_statusInterface = new QLabel(status);
+    m_statusInterface->setObjectName(QStringLiteral("lb_interface"));
+    m_statusDevices = new QLabel(status);
+    m_statusDevices->setObjectName(QStringLiteral("lb_devices"));
+    auto *statusLayout = new QHBoxLayout(status);
+    statusLayout->setContentsMargins(scaled(14), 0, scaled(14), 0);
+    statusLayout->addWidget(m_statusInterface);
+    statusLayout->addStretch(1);
+    statusLayout->addWidget(m_statusDevices);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(1, 1, 1, 1);
+    layout->setSpacing(0);
+    layout->addWidget(m_titleBar);
+    layout->addWidget(menu);
+    layout->addWidget(m_stack, 1);
+    layout->addWidget(status);
+
+    m_snack = new SnackBar(this);
+
+    // The stored language is read, but every start is in English (see
+    // UserSettings::startsInChinese); the switch also rewrites "Langue".
+    const bool chinese = UserSettings::startsInChinese(m_settings->storedLanguage());
+    Language::setChinese(chinese);
+    m_settings->storeLanguage(chinese);
+    m_english->setChecked(!chinese);
+    m_chinese->setChecked(chinese);
+    setPage(Devices);
+    retranslate();
+
+    Platform::endLeftoverFirmwareTool();
+}
+
+MainWindow::~MainWindow()
+{
+    delete m_settings;
+}
+
+void MainWindow::buildMenu(QWidget *menu)
+{
+    auto *layout = new QHBoxLayout(menu);
+    layout->setContentsMargins(scaled(8), 0, scaled(14), 0);
+    layout->setSpacing(0);
+    m_pageButtons = new QButtonGroup(this);
+    m_pageButtons->setExclusive(true);
+    const QString menuStyle = QString::fromLatin1(kMenuButtonStyle).arg(scaled(18));
+    for (int i = 0; i < PageCount; ++i) {
+        auto *b = new QPushButton(menu);
+        b->setObjectName(QLatin1String(kPages[i].button));
+        b->setCheckable(true);
+        b->setFocusPolicy(Qt::NoFocus);
+        b->setIcon(QIcon(QLatin1String(kPages[i].icon)));
+        b->setIconSize(QSize(scaled(22), scaled(22)));
+        b->setFont(Style::font(11));
+        b->setStyleSheet(menuStyle);
+        b->setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Expanding);
+        m_pageButtons->addButton(b, i);
+        m_pageButtonList.append(b);
+        layout->addWidget(b);
+    }
+    connect(m_pageButtons, &QButtonGroup::idClicked, this,
+            [this](int id) { setPage(Page(id)); });
+    layout->addStretch(1);
+
+    const QString langStyle = QString::fromLatin1(kLanguageButtonStyle).arg(scaled(12));
+    auto *languageIcon = new QLabel(menu);
+    languageIcon->setPixmap(QPixmap(QStringLiteral(":/pic/ui/language.png")).scaled(scaled(20), scaled(20), Qt::KeepAspectRatio, Qt::SmoothTransformation));
+    layout->addWidget(languageIcon);
+    layout->addSpacing(scaled(8));
+    m_english = new QPushButton(menu);
+    m_english->setObjectName(QStringLiteral("pb_english"));
+    m_chinese = new QPushButton(menu);
+    m_chinese->setObjectName(QStringLiteral("pb_chinese"));
+    auto *languages = new QButtonGroup(this);
+    for (QPushButton *b : {m_english, m_chinese}) {
+        b->setCheckable(true);
+        b->setFocusPolicy(Qt::NoFocus);
+        b->setFixedHeight(scaled(28));
+        b->setStyleSheet(langStyle);
+        languages->addButton(b);
+        layout->addWidget(b);
+    }
+    connect(m_english, &QPushButton::clicked, this, [this] { slot_switchLanguage(false); });
+    connect(m_chinese, &QPushButton::clicked, this, [this] { slot_switchLanguage(true); });
+    layout->addSpacing(scaled(16));
+
+    m_about = new QPushButton(menu);
+    m_about->setObjectName(QStringLiteral("pb_about"));
+    m_about->setIcon(QIcon(QStringLiteral(":/pic/ui/about.png")));
+    m_about->setIconSize(QSize(scaled(18), scaled(18)));
+    m_about->setFocusPolicy(Qt::NoFocus);
+    m_about->setFixedHeight(scaled(28));
+    m_about->setStyleSheet(QString::fromLatin1(kLanguageButtonStyle).arg(scaled(12)));
+    connect(m_about, &QPushButton::clicked, this, &MainWindow::slot_showAbout);
+    layout->addWidget(m_about);
+}
+
+void MainWindow::setPage(Page page)
+{
+    if (page < 0 || page >= PageCount)
+        return;
+    m_stack->setCurrentIndex(page);
+    m_pageButtonList[page]->setChecked(true);
+}
+
+MainWindow::Page MainWindow::currentPage() const
+{
+    return Page(m_stack->currentIndex());
+}
+
+QWidget *MainWindow::pageWidget(Page page) const
+{
+    return m_stack->widget(page);
+}
+
+void MainWindow::setPageWidget(Page page, QWidget *widget)
+{
+    QWidget *old = m_stack->widget(page);
+    const bool current = m_stack->currentIndex() == page;
+    m_stack->insertWidget(page, widget);
+    m_stack->removeWidget(old);
+    old->deleteLater();
+    if (current)
+        m_stack->setCurrentIndex(page);
+}
+
+void MainWindow::slot_switchLanguage(bool chinese)
+{
+    m_english->setChecked(!chinese);
+    m_chinese->setChecked(chinese);
+    m_settings->storeLanguage(chinese);
+    if (chinese == Language::isChinese())
+        return;
+    Language::setChinese(chinese);
+    // Every open window follows at once, dialogs included; a widget passes
+    // the event on to its children itself.
+    QEvent change(QEvent::LanguageChange);
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    for (QWidget *w : windows)
+        QCoreApplication::sendEvent(w, &change);
+    m_snack->showMessage(tx(Tx::LanguageSwitched), SnackBar::Info);
+}
+
+void MainWindow::slot_showTips(const QString &text, bool isSucc)
+{
+    m_snack->slot_showTips(text, isSucc);
+}
+
+void MainWindow::slot_showAbout()
+{
+    AboutDialog about(this);
+    about.exec();
+}
+
+void MainWindow::retranslate()
+{
+    for (int i = 0; i < PageCount; ++i)
+        m_pageButtonList[i]->setText(tx(kPages[i].name));
+    m_english->setText(tx(Tx::LanguageEnglish));
+    m_chinese->setText(tx(Tx::LanguageChinese));
+    m_about->setText(tx(Tx::About));
+    m_statusInterface->setText(tx(Tx::NoInterface));
+    m_statusDevices->setText(tx(Tx::NoDevices));
+    m_titleBar->retranslate();
+}
+
+void MainWindow::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    else if (event->type() == QEvent::WindowStateChange)
+        m_titleBar->syncMaximised();
+    else if (event->type() == QEvent::WindowTitleChange)
+        m_titleBar->retranslate();
+    QWidget::changeEvent(event);
+}
+
+void MainWindow::closeEvent(QCloseEvent *event)
+{
+    if (!m_quitConfirmed && !NoticeBox::confirm(this, tx(Tx::QuitPrompt))) {
+        event->ignore();
+        return;
+    }
+    m_quitConfirmed = true;
+    event->accept();
+}

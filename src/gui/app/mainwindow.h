@@ -1,0 +1,65 @@
+#pragma once
+
+#include <QVector>
+#include <QWidget>
+
+class QButtonGroup;
+class QLabel;
+class QPushButton;
+class QStackedWidget;
+class SnackBar;
+class TitleBar;
+class UserSettings;
+
+/// The frameless main window: title strip, the top menu of pages, the page
+/// stack, a status line and the snack bar. It wires pages together; it does
+/// not decide anything itself.
+class MainWindow : public QWidget
+{
+    Q_OBJECT
+public:
+    enum Page { Devices, Routing, Flows, Clock, NetStats, Levels, PageCount };
+
+    /// settingsDir: where "UserConfig.ini" lives (the application directory).
+    explicit MainWindow(const QString &settingsDir, QWidget *parent = nullptr);
+    ~MainWindow() override;
+
+    void setPage(Page page);
+    Page currentPage() const;
+    QWidget *pageWidget(Page page) const;
+    /// Puts a page's real widget in place of its placeholder.
+    void setPageWidget(Page page, QWidget *widget);
+
+    SnackBar *snackBar() const { return m_snack; }
+    /// Closes without the quit prompt (used once the user has confirmed).
+    void setQuitConfirmed(bool confirmed) { m_quitConfirmed = confirmed; }
+
+public slots:
+    /// Switches the user-interface language, stores it in "Langue" and
+    /// re-translates every open window at once.
+    void slot_switchLanguage(bool chinese);
+    /// Command results and refusals for the snack bar.
+    void slot_showTips(const QString &text, bool isSucc);
+    void slot_showAbout();
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
+private:
+    void buildMenu(QWidget *menu);
+    void retranslate();
+
+    UserSettings *m_settings;
+    TitleBar *m_titleBar;
+    QButtonGroup *m_pageButtons;
+    QVector<QPushButton *> m_pageButtonList;
+    QPushButton *m_english;
+    QPushButton *m_chinese;
+    QPushButton *m_about;
+    QStackedWidget *m_stack;
+    QLabel *m_statusInterface;
+    QLabel *m_statusDevices;
+    SnackBar *m_snack;
+    bool m_quitConfirmed = false;
+};

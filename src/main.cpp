@@ -1,0 +1,95 @@
+#include "app/appconfig.h"
+#include "app/log.h"
+#include "app/platform.h"
+#include "app/scalefactors.h"
+#include "app/screenmetrics.h"
+#include "app/mainwindow.h"
+#include "widgets/style.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QDebug>
+#include <QNetworkProxy>
+#include <QScreen>
+#include <QTimer>
+#include <cstdint>
+#include <cstdio>
+
+int main(int argc, char *argv[])
+{
+    // Scale factors first: on Windows from the display metrics, before any
+    // window exists. Elsewhere the windowing system is asked once the
+    // application object exists.
+    ScreenMetrics metrics;
+    const bool nativeMetrics = Platform::nativeScreenMetrics(&metrics);
+    ScaleFactors factors = computeScaleFactors(metrics);
+
+    // Device traffic must never go through a system proxy.
+    QNetworkProxy::setApplicationProxy(QNetworkProxy(QNetworkProxy::NoProxy));
+
+    QApplication app(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("CorvaneLink"));
+    if (!nativeMetrics) {
+        metrics = screenMetricsFromPrimaryScreen();
+        factors = computeScaleFactors(metrics);
+    }
+
+    Platform::installCrashHandler();
+
+    Log::setUp();
+    std::printf("=== printf can work \n");
+
+    qRegisterMetaType<uint32_t>("uint32_t");
+
+    applyScaleFactors(factors);
+    qDebug().noquote() << QStringLiteral("======= cx:%1, cy:%2, adjScale:%3")
+                              .arg(metrics.logicalWidth)
+                              .arg(metrics.logicalHeight)
+                              .arg(adjScale);
+    qDebug().noquote() << factors.diagnostic;
+
+    QCommandLineParser options;
+    options.setApplicationDescription(QStringLiteral("CorvaneLink: control of networked audio devices"));
+    options.addHelpOption();
+    const QCommandLineOption chineseOption(QStringLiteral("chinese"),
+                                           QStringLiteral("Switch to Chinese after start-up, as the language button does."));
+    const QCommandLineOption screenshotOption(QStringLiteral("screenshot"),
+                                              QStringLiteral("Save a picture of the main window to FILE after a moment, then quit."),
+                                              QStringLiteral("FILE"));
+    options.addOption(chineseOption);
+    options.addOption(screenshotOption);
+    options.process(app);
+
+    const QString appDir = QCoreApplication::applicationDirPath();
+    QString title;
+    if (const auto configured = AppConfig::readTitle(appDir))
+        title = *configured;
+
+    app.setStyleSheet(Style::applicationStyleSheet());
+
+    auto *w = new MainWindow(appDir);
+    w->setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowSystemMenuHint
+                      | Qt::WindowMinimizeButtonHint | Qt::WindowMaximizeButtonHint);
+    w->setWindowIcon(Style::windowIcon());
+    w->setWindowTitle(title);
+    if (const QScreen *screen = QGuiApplication::primaryScreen()) {
+        const QRect area = screen->availableGeometry();
+        w->resize(w->size().boundedTo(area.size()));
+        w->move(area.center() - w->rect().center());
+    }
+    w->show();
+    if (options.isSet(chineseOption))
+        w->slot_switchLanguage(true);
+    if (options.isSet(screenshotOption)) {
+        const QString file = options.value(screenshotOption);
+        QTimer::singleShot(1500, w, [w, file] {
+            if (!w->grab().save(file))
+                LOG_FAIL();
+            w->setQuitConfirmed(true);
+            w->close();
+        });
+    }
+    const int rc = app.exec();
+    delete w;
+    return rc;
+}

@@ -1,0 +1,175 @@
+#include "app/aboutdialog.h"
+#include "app/language.h"
+#include "app/mainwindow.h"
+#include "widgets/noticebox.h"
+#include "widgets/snackbar.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <QPushButton>
+#include <QSettings>
+#include <QStackedWidget>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+namespace {
+
+// Clicks a button of the next modal box once it is up.
+void answerNextModal(const char *buttonName, QString *seenText = nullptr)
+{
+    QTimer::singleShot(0, [=] {
+        QWidget *modal = QApplication::activeModalWidget();
+        QVERIFY(modal);
+        if (seenText) {
+            if (auto *box = qobject_cast<NoticeBox *>(modal))
+                *seenText = box->text();
+            else if (auto *about = qobject_cast<AboutDialog *>(modal))
+                *seenText = about->findChild<QLabel *>(QStringLiteral("lb_version"))->text();
+        }
+        auto *b = modal->findChild<QPushButton *>(QLatin1String(buttonName));
+        QVERIFY(b);
+        QTest::mouseClick(b, Qt::LeftButton);
+    });
+}
+
+QString ini(const QTemporaryDir &dir)
+{
+    return QSettings(dir.filePath(QStringLiteral("UserConfig.ini")), QSettings::IniFormat)
+        .value(QStringLiteral("Langue"))
+        .toString();
+}
+
+} // namespace
+
+class TestMainWindow : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init();
+    void startsInEnglishAndRewritesLangue();
+    void pageButtonsSwitchPages();
+    void languageSwitchRetranslatesEverything();
+    void quitPromptAsksFirst();
+    void aboutShowsVersionAndBuild();
+    void snackBarShowsResults();
+
+private:
+    QTemporaryDir *m_dir = nullptr;
+};
+
+void TestMainWindow::init()
+{
+    delete m_dir;
+    m_dir = new QTemporaryDir;
+    Language::setChinese(false);
+}
+
+void TestMainWindow::startsInEnglishAndRewritesLangue()
+{
+    QSettings(m_dir->filePath(QStringLiteral("UserConfig.ini")), QSettings::IniFormat)
+        .setValue(QStringLiteral("Langue"), QStringLiteral("chs"));
+    Language::setChinese(true);
+    MainWindow w(m_dir->path());
+    QVERIFY(!Language::isChinese());
+    QCOMPARE(ini(*m_dir), QStringLiteral("en"));
+    QCOMPARE(w.findChild<QPushButton *>(QStringLiteral("pb_routing"))->text(), QStringLiteral("Routing"));
+    QVERIFY(w.findChild<QPushButton *>(QStringLiteral("pb_english"))->isChecked());
+}
+
+void TestMainWindow::pageButtonsSwitchPages()
+{
+    MainWindow w(m_dir->path());
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    QCOMPARE(w.currentPage(), MainWindow::Devices);
+    const char *names[] = {"pb_devices", "pb_routing", "pb_flows", "pb_clock", "pb_netStats", "pb_levels"};
+    for (int page = MainWindow::PageCount - 1; page >= 0; --page) {
+        QTest::mouseClick(w.findChild<QPushButton *>(QLatin1String(names[page])), Qt::LeftButton);
+        QCOMPARE(int(w.currentPage()), page);
+        QVERIFY(w.findChild<QPushButton *>(QLatin1String(names[page]))->isChecked());
+    }
+    // A real page replaces its placeholder in the same slot.
+    auto *real = new QLabel(QStringLiteral("real"));
+    w.setPage(MainWindow::Clock);
+    w.setPageWidget(MainWindow::Clock, real);
+    QCOMPARE(w.pageWidget(MainWindow::Clock), real);
+    QCOMPARE(w.currentPage(), MainWindow::Clock);
+    w.setQuitConfirmed(true);
+}
+
+void TestMainWindow::languageSwitchRetranslatesEverything()
+{
+    MainWindow w(m_dir->path());
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    // An open dialog follows the switch too.
+    NoticeBox box(NoticeBox::Confirm, QStringLiteral("x"), &w);
+    box.show();
+    QCOMPARE(box.findChild<QPushButton *>(QStringLiteral("pb_yes"))->text(), QStringLiteral("Yes"));
+
+    QTest::mouseClick(w.findChild<QPushButton *>(QStringLiteral("pb_chinese")), Qt::LeftButton);
+    QVERIFY(Language::isChinese());
+    QCOMPARE(ini(*m_dir), QStringLiteral("chs"));
+    QCOMPARE(w.findChild<QPushButton *>(QStringLiteral("pb_routing"))->text(), QStringLiteral("路由"));
+    QCOMPARE(w.findChild<QPushButton *>(QStringLiteral("pb_about"))->text(), QStringLiteral("关于"));
+    auto *stack = w.findChild<QStackedWidget *>(QStringLiteral("stack_pages"));
+    QCOMPARE(stack->currentWidget()->findChild<QLabel *>(QStringLiteral("lb_pageTitle"))->text(), QStringLiteral("设备"));
+    QCOMPARE(box.findChild<QPushButton *>(QStringLiteral("pb_yes"))->text(), QStringLiteral("是"));
+    QCOMPARE(box.title(), QStringLiteral("确认"));
+    QCOMPARE(w.snackBar()->currentText(), QStringLiteral("语言：中文"));
+
+    QTest::mouseClick(w.findChild<QPushButton *>(QStringLiteral("pb_english")), Qt::LeftButton);
+    QVERIFY(!Language::isChinese());
+    QCOMPARE(ini(*m_dir), QStringLiteral("en"));
+    QCOMPARE(w.findChild<QPushButton *>(QStringLiteral("pb_routing"))->text(), QStringLiteral("Routing"));
+    QCOMPARE(box.findChild<QPushButton *>(QStringLiteral("pb_no"))->text(), QStringLiteral("No"));
+    w.setQuitConfirmed(true);
+}
+
+void TestMainWindow::quitPromptAsksFirst()
+{
+    MainWindow w(m_dir->path());
+    w.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&w));
+    auto *close = w.findChild<QPushButton *>(QStringLiteral("close_bt"));
+    QString asked;
+    answerNextModal("pb_no", &asked);
+    QTest::mouseClick(close, Qt::LeftButton);
+    QCOMPARE(asked, QStringLiteral("Quit CorvaneLink?"));
+    QVERIFY(w.isVisible());
+
+    answerNextModal("pb_yes");
+    QTest::mouseClick(close, Qt::LeftButton);
+    QVERIFY(!w.isVisible());
+}
+
+void TestMainWindow::aboutShowsVersionAndBuild()
+{
+    MainWindow w(m_dir->path());
+    w.show();
+    QString version;
+    answerNextModal("pb_ok", &version);
+    QTest::mouseClick(w.findChild<QPushButton *>(QStringLiteral("pb_about")), Qt::LeftButton);
+    QVERIFY2(version.contains(QStringLiteral("3.1.4.45")), qPrintable(version));
+    QVERIFY(version.contains(QStringLiteral("1222220025")));
+    w.setQuitConfirmed(true);
+}
+
+void TestMainWindow::snackBarShowsResults()
+{
+    MainWindow w(m_dir->path());
+    w.show();
+    w.slot_showTips(QStringLiteral("setRx fail"), false);
+    w.slot_showTips(QStringLiteral("done"), true);
+    QCOMPARE(w.snackBar()->currentText(), QStringLiteral("setRx fail"));
+    QCOMPARE(w.snackBar()->currentKind(), SnackBar::Failure);
+    QCOMPARE(w.snackBar()->pending(), 1);
+    QVERIFY(w.snackBar()->isVisible());
+    QTRY_COMPARE_WITH_TIMEOUT(w.snackBar()->currentText(), QStringLiteral("done"), 10000);
+    QCOMPARE(w.snackBar()->currentKind(), SnackBar::Success);
+    w.setQuitConfirmed(true);
+}
+
+QTEST_MAIN(TestMainWindow)
+#include "tst_mainwindow.moc"
