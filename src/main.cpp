@@ -1,5 +1,6 @@
 #include "app/appconfig.h"
 #include "app/log.h"
+#include "app/netscan.h"
 #include "app/platform.h"
 #include "app/scalefactors.h"
 #include "app/screenmetrics.h"
@@ -56,6 +57,10 @@ int main(int argc, char *argv[])
     const QCommandLineOption screenshotOption(QStringLiteral("screenshot"),
                                               QStringLiteral("Save a picture of the main window to FILE after a moment, then quit."),
                                               QStringLiteral("FILE"));
+    const QCommandLineOption interfaceOption(QStringLiteral("interface"),
+                                             QStringLiteral("Use the network interface with this IPv4 address (loopback allowed)."),
+                                             QStringLiteral("ADDR"));
+    options.addOption(interfaceOption);
     options.addOption(chineseOption);
     options.addOption(screenshotOption);
     options.process(app);
@@ -78,6 +83,12 @@ int main(int argc, char *argv[])
         w->move(area.center() - w->rect().center());
     }
     w->show();
+    if (options.isSet(interfaceOption)) {
+        if (!w->startNetwork(options.value(interfaceOption)))
+            LOG_FAIL();
+    } else if (const QStringList candidates = NetScan::candidates(); candidates.size() == 1) {
+        w->startNetwork(candidates.first());
+    }
     if (options.isSet(chineseOption))
         w->slot_switchLanguage(true);
     if (options.isSet(screenshotOption)) {

@@ -7,14 +7,20 @@
 
 namespace {
 
+std::FILE *g_out = nullptr;
+bool g_quiet = false;
+
 void writeOut(const QByteArray &bytes)
 {
-    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
-    std::fflush(stdout);
+    std::FILE *out = g_out ? g_out : stdout;
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), out);
+    std::fflush(out);
 }
 
-void messageHandler(QtMsgType, const QMessageLogContext &, const QString &msg)
+void messageHandler(QtMsgType type, const QMessageLogContext &, const QString &msg)
 {
+    if (g_quiet && type == QtDebugMsg)
+        return;
     writeOut(msg.toUtf8() + '\n');
 }
 
@@ -23,6 +29,13 @@ void messageHandler(QtMsgType, const QMessageLogContext &, const QString &msg)
 void Log::setUp()
 {
     std::setvbuf(stdout, nullptr, _IONBF, 0);
+    qInstallMessageHandler(messageHandler);
+}
+
+void Log::setOutput(std::FILE *out, bool quiet)
+{
+    g_out = out;
+    g_quiet = quiet;
     qInstallMessageHandler(messageHandler);
 }
 

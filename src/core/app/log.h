@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <cstdio>
 
 /// Diagnostics of the whole program: unbuffered lines on standard output.
 /// Callable from any thread.
@@ -10,6 +11,9 @@ public:
     /// Standard output without buffering, and Qt's debug stream routed to it,
     /// so a crash never swallows the last lines.
     static void setUp();
+    /// Where diagnostics go (standard output unless a tool needs that for
+    /// its own output); quiet drops the debug stream entirely.
+    static void setOutput(std::FILE *out, bool quiet = false);
 
     /// The one line a failing code path prints: "file=%s func=%s line=%d \n".
     static void failure(const char *file, const char *prettyFunction, int line);

@@ -8,6 +8,8 @@
 #include "app/scalefactors.h"
 #include "app/texts.h"
 #include "app/usersettings.h"
+#include "protocol/devicelink.h"
+#include "protocol/ipv4.h"
 #include "widgets/noticebox.h"
 #include "widgets/snackbar.h"
 #include "widgets/style.h"
@@ -57,6 +59,7 @@ const char kLanguageButtonStyle[] =
 MainWindow::MainWindow(const QString &settingsDir, QWidget *parent)
     : QWidget(parent)
     , m_settings(new UserSettings(settingsDir))
+    , m_link(new DeviceLink(this))
 {
     setObjectName(QStringLiteral("MainWindow"));
     setAttribute(Qt::WA_StyledBackground);
@@ -103,6 +106,7 @@ MainWindow::MainWindow(const QString &settingsDir, QWidget *parent)
     layout->addWidget(status);
 
     m_snack = new SnackBar(this);
+    connectLink();
 
     // The stored language is read, but every start is in English (see
     // UserSettings::startsInChinese); the switch also rewrites "Langue".
@@ -119,7 +123,50 @@ MainWindow::MainWindow(const QString &settingsDir, QWidget *parent)
 
 MainWindow::~MainWindow()
 {
+    // The receive thread must be gone before the pages it signals.
+    m_link->stop();
     delete m_settings;
+}
+
+void MainWindow::connectLink()
+{
+    connect(m_link, &DeviceLink::signal_send_addDev, this, &MainWindow::signal_send_addDev);
+    connect(m_link, &DeviceLink::signal_send_updateDev, this, &MainWindow::signal_send_updateDev);
+    connect(m_link, &DeviceLink::signal_send_delDev, this, &MainWindow::signal_send_delDev);
+    connect(m_link, &DeviceLink::signal_send_addMcast, this, &MainWindow::signal_send_addMcast);
+    connect(m_link, &DeviceLink::signal_send_delMcast, this, &MainWindow::signal_send_delMcast);
+    connect(m_link, &DeviceLink::signal_refresh_route, this, &MainWindow::signal_refresh_route);
+    connect(m_link, &DeviceLink::sendBackDataSignal, this, &MainWindow::sendBackDataSignal);
+    connect(m_link, &DeviceLink::signal_recv_message, this, &MainWindow::signal_recv_message);
+    connect(m_link, &DeviceLink::signal_blinkingDev, this, &MainWindow::signal_blinkingDev);
+    connect(m_link, &DeviceLink::signal_unBlinkingDev, this, &MainWindow::signal_unBlinkingDev);
+    connect(m_link, &DeviceLink::signal_refreshUi, this, &MainWindow::signal_refreshUi);
+    connect(m_link, &DeviceLink::signal_refreshDevInfoUi, this, &MainWindow::signal_refreshDevInfoUi);
+    connect(m_link, &DeviceLink::signal_syncCanWork, this, &MainWindow::signal_syncCanWork);
+    connect(m_link, &DeviceLink::signal_showTips, this, &MainWindow::slot_showTips);
+    connect(m_link, &DeviceLink::signal_send_addDev, this, &MainWindow::updateStatus);
+    connect(m_link, &DeviceLink::signal_send_delDev, this, &MainWindow::updateStatus);
+    connect(m_link, &DeviceLink::signal_refreshUi, this, &MainWindow::updateStatus);
+}
+
+bool MainWindow::startNetwork(const QString &address)
+{
+    const bool ok = m_link->startOn(address);
+    updateStatus();
+    return ok;
+}
+
+void MainWindow::slot_sendUdp(const QString &json, const QString &tag)
+{
+    m_link->slot_sendUdp(json, tag);
+}
+
+void MainWindow::updateStatus()
+{
+    const quint32 selected = m_link->thread().selectedAddress();
+    m_statusInterface->setText(selected ? tx(Tx::InterfaceLabel).arg(Ipv4::toText(selected)) : tx(Tx::NoInterface));
+    const int devices = m_link->registry().deviceCount();
+    m_statusDevices->setText(devices ? tx(Tx::DevicesOnline).arg(devices) : tx(Tx::NoDevices));
 }
 
 void MainWindow::buildMenu(QWidget *menu)
@@ -245,9 +292,8 @@ void MainWindow::retranslate()
     m_english->setText(tx(Tx::LanguageEnglish));
     m_chinese->setText(tx(Tx::LanguageChinese));
     m_about->setText(tx(Tx::About));
-    m_statusInterface->setText(tx(Tx::NoInterface));
-    m_statusDevices->setText(tx(Tx::NoDevices));
     m_titleBar->retranslate();
+    updateStatus();
 }
 
 void MainWindow::changeEvent(QEvent *event)

@@ -2,7 +2,9 @@
 
 #include <QVector>
 #include <QWidget>
+#include <cstdint>
 
+class DeviceLink;
 class QButtonGroup;
 class QLabel;
 class QPushButton;
@@ -31,10 +33,32 @@ public:
     void setPageWidget(Page page, QWidget *widget);
 
     SnackBar *snackBar() const { return m_snack; }
+    DeviceLink *deviceLink() const { return m_link; }
+
+    /// Starts device traffic on a dotted IPv4 address of this host.
+    bool startNetwork(const QString &address);
     /// Closes without the quit prompt (used once the user has confirmed).
     void setQuitConfirmed(bool confirmed) { m_quitConfirmed = confirmed; }
 
+signals:
+    // The registry's notices and the receive thread's refreshes, for the pages.
+    void signal_send_addDev(const QString &devId);
+    void signal_send_updateDev(const QString &devId);
+    void signal_send_delDev(const QString &devId);
+    void signal_send_addMcast(const QString &json);
+    void signal_send_delMcast(uint32_t dstIp);
+    void signal_refresh_route();
+    void sendBackDataSignal(const QString &json);
+    void signal_recv_message(const QString &json);
+    void signal_blinkingDev(const QString &devId);
+    void signal_unBlinkingDev(const QString &devId);
+    void signal_refreshUi();
+    void signal_refreshDevInfoUi();
+    void signal_syncCanWork();
+
 public slots:
+    /// A page's request: routed to its device and sent.
+    void slot_sendUdp(const QString &json, const QString &tag);
     /// Switches the user-interface language, stores it in "Langue" and
     /// re-translates every open window at once.
     void slot_switchLanguage(bool chinese);
@@ -48,9 +72,12 @@ protected:
 
 private:
     void buildMenu(QWidget *menu);
+    void connectLink();
     void retranslate();
+    void updateStatus();
 
     UserSettings *m_settings;
+    DeviceLink *m_link;
     TitleBar *m_titleBar;
     QButtonGroup *m_pageButtons;
     QVector<QPushButton *> m_pageButtonList;

@@ -1,0 +1,313 @@
+#include "cliapp.h"
+
+#include "clioutput.h"
+#include "app/netscan.h"
+#include "protocol/devicelink.h"
+#include "protocol/requestrouter.h"
+#include "routing/routelist.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QEventLoop>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTextStream>
+#include <QTimer>
+#include <cstdio>
+
+namespace {
+constexpr int kSettleMs = 1000;
+constexpr int kReplyMs = 3000;
+} // namespace
+
+QString CliApp::usage()
+{
+    return QStringLiteral(
+        "usage: corvane-cli [--interface ADDR] [--wait SECONDS] [--json] [--verbose] COMMAND\n"
+        "commands:\n"
+        "  devices              the devices found, with their tables' state\n"
+        "  flows                the multicast flows announced by SAP\n"
+        "  routes               every routed receive channel (channels from 1)\n"
+        "  watch                registry notices and device events as they happen\n"
+        "  send DEVID JSON      one request through the request router; prints the reply\n"
+        "options:\n"
+        "  --interface ADDR     a local IPv4 address (loopback allowed); default: the only usable one\n"
+        "  --wait SECONDS       how long to listen before answering (default 4; watch: until interrupted)\n"
+        "  --json               JSON instead of text\n"
+        "  --verbose            diagnostics on standard error\n");
+}
+
+bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
+{
+    Options o;
+    for (int i = 1; i < arguments.size(); ++i) {
+        const QString &a = arguments.at(i);
+        if (a == QLatin1String("--interface") || a == QLatin1String("--wait")) {
+            if (i + 1 >= arguments.size()) {
+                *error = a + QStringLiteral(" needs a value");
+                return false;
+            }
+            const QString v = arguments.at(++i);
+            if (a == QLatin1String("--interface")) {
+                o.interfaceAddress = v;
+            } else {
+                bool ok = false;
+                const double seconds = v.toDouble(&ok);
+                if (!ok || seconds < 0 || seconds > 86400) {
+                    *error = QStringLiteral("--wait takes a number of seconds, not \"%1\"").arg(v);
+                    return false;
+                }
+                o.waitMs = int(seconds * 1000);
+                o.waitGiven = true;
+            }
+        } else if (a == QLatin1String("--json")) {
+            o.json = true;
+        } else if (a == QLatin1String("--verbose")) {
+            o.verbose = true;
+        } else if (a == QLatin1String("--help") || a == QLatin1String("-h")) {
+            o.command = QStringLiteral("help");
+        } else if (a.startsWith(QLatin1String("--"))) {
+            *error = QStringLiteral("unknown option %1").arg(a);
+            return false;
+        } else if (o.command.isEmpty()) {
+            o.command = a;
+        } else {
+            o.args.append(a);
+        }
+    }
+    static const QStringList commands{QStringLiteral("devices"), QStringLiteral("flows"), QStringLiteral("routes"),
+                                      QStringLiteral("watch"), QStringLiteral("send"), QStringLiteral("help")};
+    if (o.command.isEmpty()) {
+        *error = QStringLiteral("no command given");
+        return false;
+    }
+    if (!commands.contains(o.command)) {
+        *error = QStringLiteral("unknown command %1").arg(o.command);
+        return false;
+    }
+    if (o.command == QLatin1String("send") && o.args.size() != 2) {
+        *error = QStringLiteral("send takes DEVID and JSON");
+        return false;
+    }
+    *out = o;
+    return true;
+}
+
+CliApp::CliApp(const Options &options, QObject *parent)
+    : QObject(parent)
+    , m_options(options)
+    , m_link(new DeviceLink(this))
+    , m_out(new QTextStream(stdout))
+{
+    m_out->setCodec("UTF-8");
+    m_sinceChange.start();
+    connect(m_link, &DeviceLink::signal_notification, this, [this] { m_sinceChange.restart(); });
+}
+
+CliApp::~CliApp()
+{
+    m_link->stop();
+    delete m_out;
+}
+
+int CliApp::fail(int code, const QString &message)
+{
+    QTextStream err(stderr);
+    err << "corvane-cli: " << message << '\n';
+    return code;
+}
+
+bool CliApp::waitUntil(const std::function<bool()> &done, int timeoutMs)
+{
+    QElapsedTimer clock;
+    clock.start();
+    QEventLoop loop;
+    QTimer poll;
+    poll.setInterval(50);
+    connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (done() || clock.elapsed() >= timeoutMs)
+            loop.quit();
+    });
+    poll.start();
+    if (!done())
+        loop.exec();
+    return done();
+}
+
+bool CliApp::waitForSettledTables()
+{
+    return waitUntil(
+        [this] {
+            const QVector<Device> devices = m_link->registry().devices();
+            if (devices.isEmpty() || m_sinceChange.elapsed() < kSettleMs)
+                return false;
+            for (const Device &d : devices)
+                if (!d.tablesComplete())
+                    return false;
+            return true;
+        },
+        m_options.waitMs);
+}
+
+QString CliApp::resolveDevice(const QString &idOrName) const
+{
+    if (m_link->registry().findByDevId(idOrName))
+        return idOrName;
+    for (const Device &d : m_link->registry().devices())
+        if (d.rec.name.str() == idOrName)
+            return d.devId();
+    return QString();
+}
+
+int CliApp::run()
+{
+    if (m_options.command == QLatin1String("help")) {
+        *m_out << usage();
+        return 0;
+    }
+    QString address = m_options.interfaceAddress;
+    if (address.isEmpty()) {
+        const QStringList candidates = NetScan::candidates();
+        if (candidates.size() != 1)
+            return fail(2, candidates.isEmpty()
+                               ? QStringLiteral("no usable network interface; give --interface ADDR")
+                               : QStringLiteral("several network interfaces (%1); give --interface ADDR")
+                                     .arg(candidates.join(QStringLiteral(", "))));
+        address = candidates.first();
+    }
+    if (!NetScan::isLocalAddress(address))
+        return fail(2, QStringLiteral("no interface has the address %1").arg(address));
+
+    QJsonObject request;
+    if (m_options.command == QLatin1String("send")) {
+        QJsonParseError error;
+        const QJsonDocument doc = QJsonDocument::fromJson(m_options.args.at(1).toUtf8(), &error);
+        if (error.error != QJsonParseError::NoError || !doc.isObject())
+            return fail(2, QStringLiteral("malformed JSON argument: %1")
+                               .arg(error.error != QJsonParseError::NoError ? error.errorString()
+                                                                            : QStringLiteral("not an object")));
+    }
+
+    m_link->startOn(address);
+    if (!waitUntil([this] { return m_link->thread().currentAddress() != 0 || m_link->thread().isFinished(); }, 2000)
+        || m_link->thread().currentAddress() == 0)
+        return fail(2, QStringLiteral("cannot listen on %1").arg(address));
+
+    if (m_options.command == QLatin1String("devices"))
+        return cmdDevices();
+    if (m_options.command == QLatin1String("flows"))
+        return cmdFlows();
+    if (m_options.command == QLatin1String("routes"))
+        return cmdRoutes();
+    if (m_options.command == QLatin1String("watch"))
+        return cmdWatch();
+    return cmdSend();
+}
+
+int CliApp::cmdDevices()
+{
+    waitForSettledTables();
+    const QVector<Device> devices = m_link->registry().devices();
+    if (m_options.json) {
+        QJsonArray arr;
+        for (const Device &d : devices)
+            arr.append(CliOutput::deviceJson(d));
+        *m_out << QJsonDocument(arr).toJson(QJsonDocument::Indented);
+    } else {
+        for (const QString &line : CliOutput::deviceLines(devices))
+            *m_out << line << '\n';
+    }
+    return 0;
+}
+
+int CliApp::cmdFlows()
+{
+    waitUntil([] { return false; }, m_options.waitMs);
+    const QVector<FlowRecord> flows = m_link->registry().flows();
+    if (m_options.json) {
+        QJsonArray arr;
+        for (const FlowRecord &f : flows)
+            arr.append(CliOutput::flowJson(f));
+        *m_out << QJsonDocument(arr).toJson(QJsonDocument::Indented);
+    } else {
+        for (const QString &line : CliOutput::flowLines(flows))
+            *m_out << line << '\n';
+    }
+    return 0;
+}
+
+int CliApp::cmdRoutes()
+{
+    waitForSettledTables();
+    const QVector<RouteEntry> routes = routesOf(m_link->registry().devices());
+    if (m_options.json) {
+        QJsonArray arr;
+        for (const RouteEntry &r : routes)
+            arr.append(CliOutput::routeJson(r));
+        *m_out << QJsonDocument(arr).toJson(QJsonDocument::Indented);
+    } else {
+        for (const QString &line : CliOutput::routeLines(routes))
+            *m_out << line << '\n';
+    }
+    return 0;
+}
+
+int CliApp::cmdWatch()
+{
+    auto print = [this](const QString &kind, const QString &json) {
+        if (m_options.json)
+            *m_out << json << '\n';
+        else
+            *m_out << QDateTime::currentDateTime().toString(QStringLiteral("hh:mm:ss.zzz")) << ' ' << kind << ' '
+                   << json << '\n';
+        m_out->flush();
+    };
+    connect(m_link, &DeviceLink::signal_notification, this, [print](const QString &json) { print(QStringLiteral("notice"), json); });
+    connect(m_link, &DeviceLink::signal_recv_message, this, [print](const QString &json) { print(QStringLiteral("event"), json); });
+    connect(m_link, &DeviceLink::signal_blinkingDev, this, [print](const QString &devId) {
+        print(QStringLiteral("blink"), QStringLiteral("{\"ops\":\"devReqGuiBlink\",\"devId\":\"%1\"}").arg(devId));
+    });
+    connect(m_link, &DeviceLink::signal_unBlinkingDev, this, [print](const QString &devId) {
+        print(QStringLiteral("unblink"), QStringLiteral("{\"ops\":\"unBlink\",\"devId\":\"%1\"}").arg(devId));
+    });
+    if (m_options.waitGiven)
+        waitUntil([] { return false; }, m_options.waitMs);
+    else
+        QEventLoop().exec();
+    return 0;
+}
+
+int CliApp::cmdSend()
+{
+    const QString wanted = m_options.args.at(0);
+    QString devId;
+    waitUntil([&] { return !(devId = resolveDevice(wanted)).isEmpty(); }, m_options.waitMs);
+    if (devId.isEmpty())
+        return fail(3, QStringLiteral("no such device: %1").arg(wanted));
+
+    QJsonObject request = QJsonDocument::fromJson(m_options.args.at(1).toUtf8()).object();
+    request.insert(QStringLiteral("devId"), devId);
+    // A reply whose cookie is "0" comes back unchanged to whoever asked.
+    if (!request.contains(QLatin1String("cookie")))
+        request.insert(QStringLiteral("cookie"), QStringLiteral("0"));
+    const QString op = request.value(QLatin1String("ops")).toString();
+    const QString deviceOp = RequestRouter::deviceOperation(op, RequestRouter::isTransmitSide(request));
+
+    QString reply;
+    connect(m_link, &DeviceLink::signal_recv_message, this, [&](const QString &json) {
+        const QJsonObject r = QJsonDocument::fromJson(json.toUtf8()).object();
+        const QString rop = r.value(QLatin1String("ops")).toString();
+        if (reply.isEmpty() && r.value(QLatin1String("devId")).toString() == devId
+            && (rop == op || (!deviceOp.isEmpty() && rop == deviceOp)))
+            reply = json;
+    });
+    const QString text = QString::fromUtf8(QJsonDocument(request).toJson(QJsonDocument::Compact));
+    if (m_link->send(text) < 0)
+        return fail(4, QStringLiteral("could not send to %1").arg(devId));
+    if (m_options.verbose)
+        QTextStream(stderr) << "sent: " << text << '\n';
+    if (!waitUntil([&] { return !reply.isEmpty(); }, kReplyMs))
+        return fail(4, QStringLiteral("no reply from %1 within %2 s").arg(devId).arg(kReplyMs / 1000));
+    *m_out << reply << '\n';
+    return 0;
+}

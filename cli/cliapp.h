@@ -1,0 +1,52 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QStringList>
+
+class DeviceLink;
+class QTextStream;
+
+/// corvane-cli: the program's core without widgets, for scripts and tests.
+class CliApp : public QObject
+{
+    Q_OBJECT
+public:
+    struct Options
+    {
+        QString interfaceAddress;
+        int waitMs = 4000;
+        bool waitGiven = false;
+        bool json = false;
+        bool verbose = false;
+        QString command;
+        QStringList args;
+    };
+
+    static QString usage();
+    /// False with a one-line error when the arguments make no sense.
+    static bool parse(const QStringList &arguments, Options *out, QString *error);
+
+    explicit CliApp(const Options &options, QObject *parent = nullptr);
+    ~CliApp() override;
+
+    /// Runs the command to its end; the process exit code.
+    int run();
+
+private:
+    int fail(int code, const QString &message);
+    bool waitUntil(const std::function<bool()> &done, int timeoutMs);
+    bool waitForSettledTables();
+    QString resolveDevice(const QString &idOrName) const;
+
+    int cmdDevices();
+    int cmdFlows();
+    int cmdRoutes();
+    int cmdWatch();
+    int cmdSend();
+
+    Options m_options;
+    DeviceLink *m_link;
+    QTextStream *m_out;
+    QElapsedTimer m_sinceChange;
+};

@@ -1,0 +1,106 @@
+#include "devicerecord.h"
+
+#include <cstring>
+
+template<int N>
+void FixedText<N>::set(const QByteArray &utf8)
+{
+    int n = qMin(utf8.size(), N);
+    // Never cut a multi-byte character in half.
+    if (n < utf8.size())
+        while (n > 0 && (uchar(utf8.at(n)) & 0xC0) == 0x80)
+            --n;
+    std::memcpy(data, utf8.constData(), size_t(n));
+    data[n] = '\0';
+}
+
+template<int N>
+bool FixedText<N>::operator==(const char *other) const
+{
+    return std::strcmp(data, other) == 0;
+}
+
+template struct FixedText<32>;
+template struct FixedText<64>;
+
+bool DevRecord::hasClockIdentity() const
+{
+    for (int i = 0; i < 23 && myClkId.data[i]; ++i)
+        if (myClkId.data[i] != '0' && myClkId.data[i] != '-')
+            return true;
+    return false;
+}
+
+const char *DeviceTables::operation(Table t)
+{
+    static const char *const ops[TableCount] = {"getAllRxCh",    "getAllRtpCh",   "getAllUcastRx",
+                                                "getAllUcastTx", "getAllMcastRx", "getAllMcastTx",
+                                                "getAllActiveUcastId", "getAllActiveMcastId"};
+    return ops[t];
+}
+
+const char *DeviceTables::nameOperation(NameTable t)
+{
+    static const char *const ops[NameTableCount] = {"getAllChNameRx", "getAllChNameTx", "getAllPhyChNameRx",
+                                                    "getAllPhyChNameTx"};
+    return ops[t];
+}
+
+qint32 DeviceTables::announcedCount(const DevRecord &rec, Table t)
+{
+    switch (t) {
+    case RxCh:
+    case RtpCh: return rec.chNumRx;
+    case UcastRx:
+    case ActiveUcastId: return rec.ucastNumRx;
+    case UcastTx: return rec.ucastNumTx;
+    case McastRx:
+    case ActiveMcastId: return rec.mcastNumRx;
+    case McastTx: return rec.mcastNumTx;
+    default: return 0;
+    }
+}
+
+qint32 DeviceTables::announcedNameCount(const DevRecord &rec, NameTable t)
+{
+    switch (t) {
+    case NameRx: return rec.chNumRx;
+    case NameTx: return rec.chNumTx;
+    case PhyNameRx: return rec.phyChNumRx;
+    case PhyNameTx: return rec.phyChNumTx;
+    default: return 0;
+    }
+}
+
+bool Device::tablesComplete() const
+{
+    for (int t = 0; t < DeviceTables::TableCount; ++t)
+        if (tables.fetched[t] < DeviceTables::announcedCount(rec, DeviceTables::Table(t)))
+            return false;
+    return true;
+}
+
+bool Device::namesComplete() const
+{
+    for (int t = 0; t < DeviceTables::NameTableCount; ++t)
+        if (tables.namesFetched[t] < DeviceTables::announcedNameCount(rec, DeviceTables::NameTable(t)))
+            return false;
+    return true;
+}
+
+const RtpChItem *Device::routeOf(int rxCh) const
+{
+    if (rxCh < 0 || rxCh >= tables.rxCh.size())
+        return nullptr;
+    const int entry = tables.rxCh.at(rxCh);
+    if (entry < 0 || entry >= tables.rtpCh.size())
+        return nullptr;
+    const RtpChItem &item = tables.rtpCh.at(entry);
+    return item.srcIp == 0 && item.srcDevId.isEmpty() ? nullptr : &item;
+}
+
+QString Device::channelName(DeviceTables::NameTable t, int ch) const
+{
+    const QVector<QString> &names = tables.names[t];
+    return ch >= 0 && ch < names.size() ? names.at(ch) : QString();
+}

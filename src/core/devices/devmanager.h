@@ -1,0 +1,95 @@
+#pragma once
+
+#include "devicerecord.h"
+
+#include <QHash>
+#include <QJsonObject>
+#include <QMutex>
+#include <QVector>
+#include <atomic>
+#include <functional>
+#include <optional>
+#include <vector>
+
+class CommandSink;
+struct FlowDescription;
+
+/// The program's memory of the network: devices from their announcements,
+/// multicast flows from SAP, and each device's tables fetched page by page.
+///
+/// Thread affinity: the intake functions and clock() run on the receive
+/// thread; the queries run anywhere. One mutex guards both tables; queries
+/// return copies, never pointers into the tables. Notifications are made
+/// after the mutex is released, on the calling thread.
+class DevManager
+{
+public:
+    static constexpr int kSlots = 1024;
+    static constexpr int kLifetimeMs = 120000;
+
+    /// Receives {"ops":"addDev"|"updateDev"|"delDev"|"addMcast"|"delMcast"|
+    /// "updateRoute"|"updateActive", ...}.
+    using Notifier = std::function<void(const QJsonObject &)>;
+
+    explicit DevManager(CommandSink *sink = nullptr);
+
+    void setSink(CommandSink *sink) { m_sink = sink; }
+    void setNotifier(Notifier notifier) { m_notifier = std::move(notifier); }
+
+    /// One datagram of the announcement socket. True when it was an
+    /// announcement that was stored.
+    bool intakeAnnouncement(const char *data, int length, quint32 senderIp, quint16 senderPort);
+    /// One datagram of the SAP socket.
+    void intakeSap(const char *data, int length, quint32 senderIp, quint16 senderPort);
+    /// A reply to one of the poller's table requests or a channel-name page.
+    /// False when the operation is not one of them.
+    bool intakeReply(const QJsonObject &reply, quint32 senderIp);
+
+    /// Ages devices and flows by elapsedMs, then runs one poll round.
+    void clock(int elapsedMs);
+    /// Asks every device for the first missing page of each incomplete table.
+    void pollRound();
+    /// Asks every device for the first missing page of its channel names.
+    void pollNames();
+
+    std::optional<Device> findByDevId(const QString &devId) const;
+    std::optional<Device> findByIp(quint32 ip) const;
+    QString devIdOfIp(quint32 ip) const;
+    QVector<Device> devices() const;
+    int deviceCount() const;
+
+    std::optional<FlowRecord> findFlow(quint32 dstIp) const;
+    std::optional<FlowRecord> findFlowByName(const QString &name) const;
+    QVector<FlowRecord> flows() const;
+    int flowCount() const;
+
+    qint64 elapsedMs() const { return m_elapsed; }
+    /// True once since the last call if anything the pages show has changed.
+    bool takeDirty() { return m_dirty.exchange(false); }
+
+    /// Reads an announcement into a record; false when it is not a usable
+    /// "iAmCorvane" (ip missing or 0.0.0.0, no devId).
+    static bool parseAnnouncement(const QJsonObject &obj, DevRecord *out);
+
+private:
+    void notifyAll(const QVector<QJsonObject> &notices);
+    void sendRequest(const char *op, qint32 idStart, quint32 ip, quint16 port);
+    int findDeviceSlotByIpLocked(quint32 ip) const;
+    bool storeTablePage(Device &dev, DeviceTables::Table t, const QJsonObject &reply);
+    bool storeNamePage(Device &dev, DeviceTables::NameTable t, const QJsonObject &reply);
+    static QJsonObject deviceNotice(const char *op, const DevRecord &rec);
+    static QJsonObject flowNotice(const char *op, const FlowRecord &flow);
+
+    mutable QMutex m_mutex;
+    std::vector<Device> m_devices;
+    QVector<int> m_activeDevices;
+    QHash<QByteArray, int> m_deviceIndex;
+    std::vector<FlowRecord> m_flows;
+    QVector<int> m_activeFlows;
+    QHash<quint32, int> m_flowIndex;
+
+    CommandSink *m_sink;
+    Notifier m_notifier;
+    qint64 m_elapsed = 0;
+    std::atomic<bool> m_dirty{false};
+};

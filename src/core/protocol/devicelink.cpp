@@ -1,0 +1,108 @@
+#include "devicelink.h"
+
+#include "ipv4.h"
+#include "requestrouter.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace {
+
+int sendDatagrams(MyThread &thread, const QVector<RequestRouter::Datagram> &datagrams)
+{
+    if (datagrams.isEmpty())
+        return -1;
+    int sent = 0;
+    for (const RequestRouter::Datagram &d : datagrams)
+        if (thread.sendDatagram(d.data, d.ip, d.port) >= 0)
+            ++sent;
+    return sent > 0 ? sent : -1;
+}
+
+} // namespace
+
+DeviceLink::DeviceLink(QObject *parent)
+    : QObject(parent)
+    , m_thread(&m_registry)
+{
+    m_registry.setSink(&m_thread);
+    m_registry.setNotifier([this](const QJsonObject &notice) { onNotification(notice); });
+
+    connect(&m_thread, &MyThread::signal_recv_message, this, &DeviceLink::signal_recv_message);
+    connect(&m_thread, &MyThread::signal_unBlinkingDev, this, &DeviceLink::signal_unBlinkingDev);
+    connect(&m_thread, &MyThread::signal_refreshUi, this, &DeviceLink::signal_refreshUi);
+    connect(&m_thread, &MyThread::signal_refreshDevInfoUi, this, &DeviceLink::signal_refreshDevInfoUi);
+    connect(&m_thread, &MyThread::signal_syncCanWork, this, &DeviceLink::signal_syncCanWork);
+    connect(&m_thread, &MyThread::signal_showTips, this, &DeviceLink::signal_showTips);
+    // The highlight ends by itself on the thread's tick unless the device asks again.
+    connect(&m_thread, &MyThread::signal_blinkingDev, this, [this](const QString &devId) {
+        m_thread.blinkTimeouts().start(devId, kBlinkMs);
+        emit signal_blinkingDev(devId);
+    });
+}
+
+DeviceLink::~DeviceLink()
+{
+    m_thread.stopAndWait();
+}
+
+bool DeviceLink::startOn(const QString &address)
+{
+    const quint32 ip = Ipv4::fromText(address);
+    if (ip == 0)
+        return false;
+    m_thread.setSelectedAddress(ip);
+    m_thread.restart();
+    return true;
+}
+
+void DeviceLink::stop()
+{
+    m_thread.stopAndWait();
+}
+
+QString DeviceLink::currentAddress() const
+{
+    const quint32 ip = m_thread.currentAddress();
+    return ip ? Ipv4::toText(ip) : QString();
+}
+
+int DeviceLink::send(const QString &json)
+{
+    return sendDatagrams(m_thread, RequestRouter::route(json, m_registry));
+}
+
+int DeviceLink::sendToPort(const QString &json, quint16 port)
+{
+    return sendDatagrams(m_thread, RequestRouter::routeToPort(json, port, m_registry));
+}
+
+void DeviceLink::slot_sendUdp(const QString &json, const QString &)
+{
+    send(json);
+}
+
+void DeviceLink::onNotification(const QJsonObject &notice)
+{
+    // Called on the receive thread; every signal below reaches the pages queued.
+    const QString op = notice.value(QLatin1String("ops")).toString();
+    const QString devId = notice.value(QLatin1String("devId")).toString();
+    emit signal_notification(QString::fromUtf8(QJsonDocument(notice).toJson(QJsonDocument::Compact)));
+    if (op == QLatin1String("addDev")) {
+        emit signal_send_addDev(devId);
+    } else if (op == QLatin1String("updateDev")) {
+        emit signal_send_updateDev(devId);
+    } else if (op == QLatin1String("delDev")) {
+        m_thread.blinkTimeouts().cancel(devId);
+        emit signal_send_delDev(devId);
+    } else if (op == QLatin1String("addMcast")) {
+        emit signal_send_addMcast(QString::fromUtf8(QJsonDocument(notice).toJson(QJsonDocument::Compact)));
+    } else if (op == QLatin1String("delMcast")) {
+        emit signal_send_delMcast(Ipv4::fromText(notice.value(QLatin1String("dstIp")).toString()));
+    } else if (op == QLatin1String("updateRoute")) {
+        emit signal_refresh_route();
+    } else if (op == QLatin1String("updateActive")) {
+        emit sendBackDataSignal(QStringLiteral("{\"ops\":\"refreshRoute\"}"));
+    }
+    m_thread.setUiDirty();
+}

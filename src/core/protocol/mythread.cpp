@@ -1,0 +1,241 @@
+#include "mythread.h"
+
+#include "ipv4.h"
+#include "mcastintake.h"
+#include "replyrouter.h"
+#include "app/log.h"
+#include "devices/devmanager.h"
+
+#include <QDebug>
+#include <QElapsedTimer>
+#include <QHostAddress>
+#include <QNetworkInterface>
+#include <QUdpSocket>
+#include <cstring>
+
+#ifdef Q_OS_WIN
+#include <winsock2.h>
+#else
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#endif
+
+namespace {
+
+constexpr int kRefreshTicks = 50;
+constexpr int kDevInfoTicks = 150;
+constexpr int kCanWorkTicks = 250;
+
+bool bindShared(QUdpSocket *socket, quint16 port)
+{
+    return socket->bind(QHostAddress(QHostAddress::AnyIPv4), port,
+                        QUdpSocket::ShareAddress | QUdpSocket::ReuseAddressHint);
+}
+
+void enableBroadcast(qintptr fd)
+{
+    if (fd < 0)
+        return;
+    const int yes = 1;
+#ifdef Q_OS_WIN
+    ::setsockopt(SOCKET(fd), SOL_SOCKET, SO_BROADCAST, reinterpret_cast<const char *>(&yes), sizeof yes);
+#else
+    ::setsockopt(int(fd), SOL_SOCKET, SO_BROADCAST, &yes, sizeof yes);
+#endif
+}
+
+} // namespace
+
+MyThread::MyThread(DevManager *registry, QObject *parent)
+    : QThread(parent)
+    , m_registry(registry)
+{
+}
+
+MyThread::~MyThread()
+{
+    stopAndWait();
+}
+
+void MyThread::stopAndWait()
+{
+    if (isRunning()) {
+        m_stop = true;
+        quit();
+        wait();
+    }
+}
+
+void MyThread::restart()
+{
+    stopAndWait();
+    m_stop = false;
+    start();
+}
+
+int MyThread::sendDatagram(const QByteArray &data, quint32 ip, quint16 port)
+{
+    const qintptr fd = m_sendDescriptor.load();
+    if (!isRunning() || m_stop || fd < 0)
+        return -1;
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_port = htons(port);
+    to.sin_addr.s_addr = htonl(ip);
+#ifdef Q_OS_WIN
+    const int sent = ::sendto(SOCKET(fd), data.constData(), data.size(), 0, reinterpret_cast<sockaddr *>(&to), sizeof to);
+#else
+    const int sent = int(::sendto(int(fd), data.constData(), size_t(data.size()), 0,
+                                  reinterpret_cast<sockaddr *>(&to), sizeof to));
+#endif
+    return sent < 0 ? -1 : sent;
+}
+
+void MyThread::run()
+{
+    const quint32 selected = m_selected;
+    QNetworkInterface chosen;
+    bool found = false;
+    const auto interfaces = QNetworkInterface::allInterfaces();
+    for (const QNetworkInterface &iface : interfaces) {
+        for (const QNetworkAddressEntry &entry : iface.addressEntries()) {
+            if (entry.ip().protocol() == QAbstractSocket::IPv4Protocol && entry.ip().toIPv4Address() == selected) {
+                chosen = iface;
+                found = true;
+                break;
+            }
+        }
+        if (found)
+            break;
+    }
+    if (!found || selected == 0) {
+        m_current = 0;
+        m_stop = true;
+        emit signal_noInterface();
+        return;
+    }
+    m_current = selected;
+
+    QUdpSocket announce;
+    QUdpSocket sap;
+    QUdpSocket unicast;
+    if (!bindShared(&announce, kAnnouncePort))
+        Log::failure(__FILE__, "MyThread::run", __LINE__);
+    if (!announce.joinMulticastGroup(QHostAddress(QStringLiteral("239.0.0.188")), chosen))
+        Log::failure(__FILE__, "MyThread::run", __LINE__);
+    if (!announce.joinMulticastGroup(QHostAddress(QStringLiteral("239.0.0.189")), chosen))
+        Log::failure(__FILE__, "MyThread::run", __LINE__);
+    if (!bindShared(&sap, kSapPort))
+        Log::failure(__FILE__, "MyThread::run", __LINE__);
+    if (!sap.joinMulticastGroup(QHostAddress(QStringLiteral("239.255.255.255")), chosen))
+        Log::failure(__FILE__, "MyThread::run", __LINE__);
+    if (!unicast.bind(QHostAddress(selected), 0))
+        Log::failure(__FILE__, "MyThread::run", __LINE__);
+    // The address command is broadcast; allow it on the send socket.
+    enableBroadcast(unicast.socketDescriptor());
+    m_unicastPort = unicast.localPort();
+    m_sendDescriptor = unicast.state() == QAbstractSocket::BoundState ? unicast.socketDescriptor() : -1;
+
+    QUdpSocket *const sockets[3] = {&announce, &sap, &unicast};
+    char buffer[kBufferSize];
+    QElapsedTimer sinceTick;
+    sinceTick.start();
+    while (!m_stop) {
+        bool took = false;
+        for (int i = 0; i < 3; ++i) {
+            QUdpSocket *s = sockets[i];
+            if (!s->hasPendingDatagrams())
+                continue;
+            QHostAddress from;
+            quint16 fromPort = 0;
+            const qint64 n = s->readDatagram(buffer, kBufferSize, &from, &fromPort);
+            took = true;
+            if (n < 0 || n > kBufferSize - 1)
+                continue;
+            buffer[n] = '\0';
+            const quint32 ip = from.toIPv4Address();
+            const int len = int(n);
+            if (i == 0) {
+                m_registry->intakeAnnouncement(buffer, len, ip, fromPort);
+                handleUdpMcast(buffer, len, ip, fromPort);
+            } else if (i == 1) {
+                m_registry->intakeSap(buffer, len, ip, fromPort);
+                handleUdpSap(buffer, len, ip, fromPort);
+            } else {
+                handleUdpUnicast(buffer, len, ip, fromPort);
+            }
+        }
+        if (took)
+            continue;
+        msleep(5);
+        if (sinceTick.elapsed() >= kTickMs) {
+            sinceTick.restart();
+            tick();
+        }
+    }
+
+    m_sendDescriptor = -1;
+    m_unicastPort = 0;
+    announce.close();
+    sap.close();
+    unicast.close();
+}
+
+void MyThread::tick()
+{
+    if (++m_refreshTicks > kRefreshTicks) {
+        m_refreshTicks = 0;
+        if (m_uiDirty.exchange(false) | m_registry->takeDirty())
+            emit signal_refreshUi();
+    }
+    if (++m_devInfoTicks > kDevInfoTicks) {
+        m_devInfoTicks = 0;
+        m_registry->pollNames();
+        emit signal_refreshDevInfoUi();
+    }
+    if (++m_canWorkTicks > kCanWorkTicks) {
+        m_canWorkTicks = 0;
+        emit signal_syncCanWork();
+    }
+    const QStringList ended = m_blinks.age(kTickMs);
+    for (const QString &devId : ended)
+        emit signal_unBlinkingDev(devId);
+    m_registry->clock(kTickMs);
+}
+
+void MyThread::handleUdpMcast(const char *data, int length, quint32 ip, quint16)
+{
+    const McastIntake::Result r = McastIntake::classify(data, length, ip);
+    switch (r.kind) {
+    case McastIntake::Event:
+        emit signal_recv_message(r.text);
+        break;
+    case McastIntake::Blink:
+        qDebug().noquote() << "handleUdpMcast => ops:" << r.op << r.text;
+        emit signal_blinkingDev(r.devId);
+        break;
+    default:
+        break;
+    }
+}
+
+void MyThread::handleUdpSap(const char *data, int length, quint32, quint16)
+{
+    if (length < 24 || std::memcmp(data + 8, "application/sdp", 16) != 0)
+        return;
+    QByteArray shown(data, length);
+    shown.replace('\0', '-');
+    qDebug().noquote() << "handleUdpSap:" << QString::fromUtf8(shown);
+}
+
+void MyThread::handleUdpUnicast(const char *data, int length, quint32 ip, quint16 port)
+{
+    const ReplyRouter::Outcome out = ReplyRouter::route(data, length, ip, port, *m_registry);
+    if (!out.message.isEmpty())
+        emit signal_recv_message(out.message);
+    if (!out.notice.isEmpty())
+        emit signal_showTips(out.notice, out.noticeIsSuccess);
+    if (out.registryChanged)
+        m_uiDirty = true;
+}

@@ -1,0 +1,200 @@
+// corvane-cli against a hand-written device, inside a private network
+// namespace (tests/netns-run): the real program path from socket to output.
+#include "../support/fakedevice.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QtTest>
+
+namespace {
+
+struct Run
+{
+    int code = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+// Runs the client while this process's event loop keeps the fake device alive.
+Run cli(const QStringList &args, int timeoutMs = 15000)
+{
+    QProcess p;
+    p.start(qEnvironmentVariable("CORVANE_BIN_DIR") + "/corvane-cli", args);
+    Run r;
+    if (!p.waitForStarted(5000))
+        return r;
+    QElapsedTimer t;
+    t.start();
+    while (p.state() != QProcess::NotRunning && t.elapsed() < timeoutMs)
+        QTest::qWait(20);
+    if (p.state() != QProcess::NotRunning) {
+        p.kill();
+        p.waitForFinished();
+        return r;
+    }
+    r.code = p.exitCode();
+    r.out = p.readAllStandardOutput();
+    r.err = p.readAllStandardError();
+    return r;
+}
+
+const QJsonObject kSmall{{"chNumRx", "2"},    {"chNumTx", "2"},    {"ucastNumRx", "1"},
+                         {"ucastNumTx", "1"}, {"mcastNumRx", "1"}, {"mcastNumTx", "1"}};
+
+} // namespace
+
+class TestCli : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void devicesAreDiscoveredAndPolled();
+    void flowsFromSap();
+    void routesCountChannelsFromOne();
+    void sendPassesThroughTheRouter();
+    void watchPrintsNotices();
+    void errors_data();
+    void errors();
+};
+
+void TestCli::initTestCase()
+{
+    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
+        QSKIP("needs the private network namespace of tests/netns-run");
+}
+
+void TestCli::devicesAreDiscoveredAndPolled()
+{
+    FakeDevice dev("E1", "127.0.0.20", kSmall);
+    dev.start();
+    const Run r = cli({"--interface", "127.0.0.1", "--wait", "6", "--json", "devices"});
+    QCOMPARE(r.code, 0);
+    const QJsonArray arr = QJsonDocument::fromJson(r.out).array();
+    QCOMPARE(arr.size(), 1);
+    const QJsonObject d = arr.first().toObject();
+    QCOMPARE(d.value("devId").toString(), QStringLiteral("E1"));
+    QCOMPARE(d.value("ip").toString(), QStringLiteral("127.0.0.20"));
+    QCOMPARE(d.value("port").toInt(), 9990);
+    QVERIFY(d.value("chNumRx").isDouble());
+    QCOMPARE(d.value("sampleRate").toInt(), 48000);
+    QCOMPARE(d.value("model").toString(), QStringLiteral("RK0808"));
+    QCOMPARE(d.value("tablesComplete").toBool(), true);
+
+    // The poller asked at the announced port, "idStart" as text.
+    bool asked = false;
+    for (const auto &req : dev.requests)
+        if (req.body.value("ops") == "getAllRxCh" && req.port == 9990 && req.body.value("idStart") == "0")
+            asked = true;
+    QVERIFY(asked);
+}
+
+void TestCli::flowsFromSap()
+{
+    FakeDevice dev("E2", "127.0.0.21", kSmall);
+    dev.start();
+    QTimer sap;
+    QObject::connect(&sap, &QTimer::timeout, [&] { dev.sendSap(Packets::sap(Packets::sdp("Stage L-R", "127.0.0.21", "239.69.0.21", 5004, 2))); });
+    sap.start(300);
+    const Run r = cli({"--interface", "127.0.0.1", "--wait", "2", "--json", "flows"});
+    QCOMPARE(r.code, 0);
+    const QJsonArray arr = QJsonDocument::fromJson(r.out).array();
+    QCOMPARE(arr.size(), 1);
+    const QJsonObject f = arr.first().toObject();
+    QCOMPARE(f.value("name").toString(), QStringLiteral("Stage L-R"));
+    QCOMPARE(f.value("srcIp").toString(), QStringLiteral("127.0.0.21"));
+    QCOMPARE(f.value("dstIp").toString(), QStringLiteral("239.69.0.21"));
+    QCOMPARE(f.value("dstPort").toInt(), 5004);
+    QCOMPARE(f.value("chNum").toInt(), 2);
+    QCOMPARE(f.value("sampleByteNum").toInt(), 3);
+    QCOMPARE(f.value("sampleRate").toInt(), 48000);
+    QCOMPARE(f.value("pFrameNum").toInt(), 48);
+    QCOMPARE(f.value("gmClkId").toString(), QStringLiteral("00-1D-C1-FF-FE-00-00-01"));
+    QCOMPARE(f.value("rtpTsOffset").toInt(), 0);
+
+    const Run text = cli({"--interface", "127.0.0.1", "--wait", "1", "flows"});
+    QVERIFY(text.out.contains("239.69.0.21:5004"));
+}
+
+void TestCli::routesCountChannelsFromOne()
+{
+    FakeDevice dev("E3", "127.0.0.22", kSmall);
+    dev.setTable("getAllRxCh", QJsonArray{QJsonObject{{"id", "0"}, {"rtpChId", "0"}}, QJsonObject{{"id", "1"}, {"rtpChId", "1"}}});
+    dev.setTable("getAllRtpCh",
+                 QJsonArray{QJsonObject{{"id", "0"}, {"active", "1"}, {"srcDevId", "TX"}, {"name", "Tx box"}, {"srcChId", "3"},
+                                        {"srcIp", "127.0.0.30"}, {"dstIp", "127.0.0.22"}, {"dstPort", "5004"}},
+                            QJsonObject{{"id", "1"}, {"active", "1"}, {"srcDevId", ""}, {"name", "Flow"}, {"srcChId", "2"},
+                                        {"srcIp", "127.0.0.30"}, {"dstIp", "239.1.2.3"}, {"dstPort", "5004"}}});
+    dev.start();
+    const Run r = cli({"--interface", "127.0.0.1", "--wait", "6", "--json", "routes"});
+    QCOMPARE(r.code, 0);
+    const QJsonArray arr = QJsonDocument::fromJson(r.out).array();
+    QCOMPARE(arr.size(), 2);
+    QCOMPARE(arr.at(0).toObject(), (QJsonObject{{"rxDevId", "E3"}, {"rxCh", 1}, {"srcDevId", "TX"}, {"srcCh", 4}}));
+    QCOMPARE(arr.at(1).toObject(), (QJsonObject{{"rxDevId", "E3"}, {"rxCh", 2}, {"flowDstIp", "239.1.2.3"}, {"flowCh", 3}}));
+}
+
+void TestCli::sendPassesThroughTheRouter()
+{
+    FakeDevice dev("E4", "127.0.0.23", kSmall);
+    dev.answer = [](const QJsonObject &req) {
+        return QJsonObject{{"ops", req.value("ops")}, {"devId", "E4"}, {"result", "succ"}, {"version", "3.1.4.45"}};
+    };
+    dev.start();
+    const Run r = cli({"--interface", "127.0.0.1", "--wait", "5", "send", "E4", "{\"ops\":\"getVersion\"}"});
+    QCOMPARE(r.code, 0);
+    const QJsonObject reply = QJsonDocument::fromJson(r.out.trimmed()).object();
+    QCOMPARE(reply.value("version").toString(), QStringLiteral("3.1.4.45"));
+    // The router chose the settings port and added the device's id.
+    bool seen = false;
+    for (const auto &req : dev.requests)
+        if (req.body.value("ops") == "getVersion") {
+            QCOMPARE(req.port, quint16(9994));
+            QCOMPARE(req.body.value("devId").toString(), QStringLiteral("E4"));
+            seen = true;
+        }
+    QVERIFY(seen);
+    // A device name works as well as its id.
+    QCOMPARE(cli({"--interface", "127.0.0.1", "--wait", "5", "send", "Dev E4", "{\"ops\":\"getVersion\"}"}).code, 0);
+}
+
+void TestCli::watchPrintsNotices()
+{
+    FakeDevice dev("E5", "127.0.0.24", kSmall);
+    dev.start();
+    const Run r = cli({"--interface", "127.0.0.1", "--wait", "2", "--json", "watch"});
+    QCOMPARE(r.code, 0);
+    bool added = false;
+    for (const QByteArray &line : r.out.split('\n')) {
+        const QJsonObject o = QJsonDocument::fromJson(line).object();
+        if (o.value("ops") == "addDev" && o.value("devId") == "E5")
+            added = true;
+    }
+    QVERIFY2(added, r.out.constData());
+}
+
+void TestCli::errors_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("message");
+    QTest::newRow("no such interface") << QStringList{"--interface", "10.99.99.99", "devices"} << 2 << "no interface has the address 10.99.99.99";
+    QTest::newRow("malformed json") << QStringList{"--interface", "127.0.0.1", "send", "X", "{\"ops\":"} << 2 << "malformed JSON argument";
+    QTest::newRow("json not an object") << QStringList{"--interface", "127.0.0.1", "send", "X", "[1]"} << 2 << "malformed JSON argument";
+    QTest::newRow("no such device") << QStringList{"--interface", "127.0.0.1", "--wait", "1", "send", "nobody", "{\"ops\":\"reboot\"}"} << 3 << "no such device: nobody";
+    QTest::newRow("unknown command") << QStringList{"frobnicate"} << 2 << "unknown command frobnicate";
+    QTest::newRow("bad wait") << QStringList{"--wait", "soon", "devices"} << 2 << "--wait takes a number";
+}
+
+void TestCli::errors()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QString, message);
+    const Run r = cli(args);
+    QTEST(r.code, "code");
+    QVERIFY2(r.err.startsWith("corvane-cli: " + message.toUtf8()), r.err.constData());
+    QVERIFY(r.out.isEmpty());
+}
+
+QTEST_GUILESS_MAIN(TestCli)
+#include "tst_cli.moc"
