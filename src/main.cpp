@@ -1,6 +1,5 @@
 #include "app/appconfig.h"
 #include "app/log.h"
-#include "app/netscan.h"
 #include "app/platform.h"
 #include "app/scalefactors.h"
 #include "app/screenmetrics.h"
@@ -86,8 +85,8 @@ int main(int argc, char *argv[])
     if (options.isSet(interfaceOption)) {
         if (!w->startNetwork(options.value(interfaceOption)))
             LOG_FAIL();
-    } else if (const QStringList candidates = NetScan::candidates(); candidates.size() == 1) {
-        w->startNetwork(candidates.first());
+    } else {
+        w->startInterfaceSelection();
     }
     if (options.isSet(chineseOption))
         w->slot_switchLanguage(true);

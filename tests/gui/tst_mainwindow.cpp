@@ -108,13 +108,17 @@ void TestMainWindow::languageSwitchRetranslatesEverything()
     box.show();
     QCOMPARE(box.findChild<QPushButton *>(QStringLiteral("pb_yes"))->text(), QStringLiteral("Yes"));
 
+    w.setPage(MainWindow::Routing);
     QTest::mouseClick(w.findChild<QPushButton *>(QStringLiteral("pb_chinese")), Qt::LeftButton);
     QVERIFY(Language::isChinese());
     QCOMPARE(ini(*m_dir), QStringLiteral("chs"));
     QCOMPARE(w.findChild<QPushButton *>(QStringLiteral("pb_routing"))->text(), QStringLiteral("路由"));
     QCOMPARE(w.findChild<QPushButton *>(QStringLiteral("pb_about"))->text(), QStringLiteral("关于"));
     auto *stack = w.findChild<QStackedWidget *>(QStringLiteral("stack_pages"));
-    QCOMPARE(stack->currentWidget()->findChild<QLabel *>(QStringLiteral("lb_pageTitle"))->text(), QStringLiteral("设备"));
+    QCOMPARE(stack->currentWidget()->findChild<QLabel *>(QStringLiteral("lb_pageTitle"))->text(), QStringLiteral("路由"));
+    // A page that is not shown follows too.
+    QCOMPARE(w.pageWidget(MainWindow::Devices)->findChild<QPushButton *>(QStringLiteral("pb_reboot"))->text(),
+             QStringLiteral("重启"));
     QCOMPARE(box.findChild<QPushButton *>(QStringLiteral("pb_yes"))->text(), QStringLiteral("是"));
     QCOMPARE(box.title(), QStringLiteral("确认"));
     QCOMPARE(w.snackBar()->currentText(), QStringLiteral("语言：中文"));

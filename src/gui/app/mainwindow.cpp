@@ -1,6 +1,8 @@
 #include "mainwindow.h"
 
 #include "aboutdialog.h"
+#include "interfacechooser.h"
+#include "device/devicelistform.h"
 #include "placeholderpage.h"
 #include "titlebar.h"
 #include "app/language.h"
@@ -8,6 +10,7 @@
 #include "app/scalefactors.h"
 #include "app/texts.h"
 #include "app/usersettings.h"
+#include "devices/deviceuistore.h"
 #include "protocol/devicelink.h"
 #include "protocol/ipv4.h"
 #include "widgets/noticebox.h"
@@ -60,6 +63,7 @@ MainWindow::MainWindow(const QString &settingsDir, QWidget *parent)
     : QWidget(parent)
     , m_settings(new UserSettings(settingsDir))
     , m_link(new DeviceLink(this))
+    , m_uiStore(new DeviceUiStore(this))
 {
     setObjectName(QStringLiteral("MainWindow"));
     setAttribute(Qt::WA_StyledBackground);
@@ -107,6 +111,7 @@ MainWindow::MainWindow(const QString &settingsDir, QWidget *parent)
 
     m_snack = new SnackBar(this);
     connectLink();
+    buildPages();
 
     // The stored language is read, but every start is in English (see
     // UserSettings::startsInChinese); the switch also rewrites "Langue".
@@ -144,9 +149,31 @@ void MainWindow::connectLink()
     connect(m_link, &DeviceLink::signal_refreshDevInfoUi, this, &MainWindow::signal_refreshDevInfoUi);
     connect(m_link, &DeviceLink::signal_syncCanWork, this, &MainWindow::signal_syncCanWork);
     connect(m_link, &DeviceLink::signal_showTips, this, &MainWindow::slot_showTips);
+    connect(m_link, &DeviceLink::signal_recv_message, m_uiStore, &DeviceUiStore::slot_message);
+    connect(m_link, &DeviceLink::signal_send_delDev, m_uiStore, &DeviceUiStore::remove);
     connect(m_link, &DeviceLink::signal_send_addDev, this, &MainWindow::updateStatus);
     connect(m_link, &DeviceLink::signal_send_delDev, this, &MainWindow::updateStatus);
     connect(m_link, &DeviceLink::signal_refreshUi, this, &MainWindow::updateStatus);
+}
+
+void MainWindow::buildPages()
+{
+    auto *devices = new DeviceListForm(m_link->registry(), m_uiStore, this);
+    setPageWidget(Devices, devices);
+    connect(devices, &DeviceListForm::signal_sendUdp, this, &MainWindow::slot_sendUdp);
+    connect(devices, &DeviceListForm::signal_showTips, this, &MainWindow::slot_showTips);
+    connect(devices, &DeviceListForm::signal_openDsp, this, [this](const QString &devId) {
+        const auto d = m_link->registry().findByDevId(devId);
+        m_snack->showMessage(tx(Tx::DspComing).arg(d ? d->rec.name.str() : devId), SnackBar::Info);
+    });
+    for (auto signal : {&MainWindow::signal_send_addDev, &MainWindow::signal_send_delDev,
+                        &MainWindow::signal_send_updateDev})
+        connect(this, signal, devices, &DeviceListForm::slot_refresh);
+    connect(this, &MainWindow::signal_refreshUi, devices, &DeviceListForm::slot_refresh);
+    connect(this, &MainWindow::signal_refreshDevInfoUi, devices, &DeviceListForm::slot_refreshDevInfo);
+    connect(this, &MainWindow::signal_send_addDev, devices, &DeviceListForm::slot_refreshDevInfo);
+    connect(this, &MainWindow::signal_blinkingDev, devices, &DeviceListForm::slot_blinking);
+    connect(this, &MainWindow::signal_unBlinkingDev, devices, &DeviceListForm::slot_unBlinking);
 }
 
 bool MainWindow::startNetwork(const QString &address)
@@ -154,6 +181,19 @@ bool MainWindow::startNetwork(const QString &address)
     const bool ok = m_link->startOn(address);
     updateStatus();
     return ok;
+}
+
+void MainWindow::startInterfaceSelection(InterfaceChooser *chooser)
+{
+    m_chooser = chooser ? chooser : new InterfaceChooser(this);
+    connect(m_chooser, &InterfaceChooser::updateNetInterafceSignal, this, &MainWindow::on_selectIp_confirm);
+    m_chooser->start();
+}
+
+void MainWindow::on_selectIp_confirm()
+{
+    if (m_chooser && !m_chooser->currentIp().isEmpty())
+        startNetwork(m_chooser->currentIp());
 }
 
 void MainWindow::slot_sendUdp(const QString &json, const QString &tag)

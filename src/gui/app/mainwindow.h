@@ -5,6 +5,8 @@
 #include <cstdint>
 
 class DeviceLink;
+class DeviceUiStore;
+class InterfaceChooser;
 class QButtonGroup;
 class QLabel;
 class QPushButton;
@@ -34,9 +36,15 @@ public:
 
     SnackBar *snackBar() const { return m_snack; }
     DeviceLink *deviceLink() const { return m_link; }
+    DeviceUiStore *uiStore() const { return m_uiStore; }
 
     /// Starts device traffic on a dotted IPv4 address of this host.
     bool startNetwork(const QString &address);
+    /// Lets the program choose the interface: by itself with one candidate,
+    /// with the interface dialog otherwise, and again whenever the host's
+    /// addresses change. Not used when an address was given on the command line.
+    void startInterfaceSelection(InterfaceChooser *chooser = nullptr);
+    InterfaceChooser *interfaceChooser() const { return m_chooser; }
     /// Closes without the quit prompt (used once the user has confirmed).
     void setQuitConfirmed(bool confirmed) { m_quitConfirmed = confirmed; }
 
@@ -65,6 +73,8 @@ public slots:
     /// Command results and refusals for the snack bar.
     void slot_showTips(const QString &text, bool isSucc);
     void slot_showAbout();
+    /// The interface choice was made: traffic moves to it.
+    void on_selectIp_confirm();
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -73,11 +83,14 @@ protected:
 private:
     void buildMenu(QWidget *menu);
     void connectLink();
+    void buildPages();
     void retranslate();
     void updateStatus();
 
     UserSettings *m_settings;
     DeviceLink *m_link;
+    DeviceUiStore *m_uiStore;
+    InterfaceChooser *m_chooser = nullptr;
     TitleBar *m_titleBar;
     QButtonGroup *m_pageButtons;
     QVector<QPushButton *> m_pageButtonList;

@@ -1,0 +1,28 @@
+#include "clockstatus.h"
+
+#include "app/texts.h"
+#include "devices/devicemodels.h"
+#include "devices/devicerecord.h"
+
+ClockStatus ClockStatus::of(const DevRecord &rec, int ptpState)
+{
+    ClockStatus s;
+    if (DeviceModels::isVirtualSoundCard(rec.model.str())) {
+        s.leader = false;
+        s.locked = true;
+        return s;
+    }
+    s.leader = rec.myClkId.str() == rec.gmClkId.str();
+    s.locked = ptpState == 2 || s.leader;
+    return s;
+}
+
+QString ClockStatus::roleText() const
+{
+    return tx(leader ? Tx::ClockMaster : Tx::ClockSlave);
+}
+
+QString ClockStatus::stateText() const
+{
+    return tx(locked ? Tx::ClockLocked : Tx::ClockUnlock);
+}

@@ -1,0 +1,228 @@
+#include "devicelistform.h"
+
+#include "app/scalefactors.h"
+#include "app/texts.h"
+#include "devices/devicemodels.h"
+#include "devicetablemodel.h"
+#include "devices/devmanager.h"
+#include "widgets/noticebox.h"
+#include "widgets/style.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QHeaderView>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSortFilterProxyModel>
+#include <QTableView>
+#include <QVBoxLayout>
+
+DeviceListForm::DeviceListForm(const DevManager &registry, DeviceUiStore *uiStore, QWidget *parent)
+    : QWidget(parent)
+    , m_registry(registry)
+    , m_uiStore(uiStore)
+    , m_model(new DeviceTableModel(this))
+    , m_proxy(new QSortFilterProxyModel(this))
+{
+    setObjectName(QStringLiteral("DeviceListForm"));
+    m_proxy->setSourceModel(m_model);
+    m_proxy->setSortRole(DeviceTableModel::SortRole);
+    m_proxy->setFilterCaseSensitivity(Qt::CaseInsensitive);
+    m_proxy->setFilterKeyColumn(-1);
+
+    m_filter = new QLineEdit(this);
+    m_filter->setObjectName(QStringLiteral("le_filter"));
+    m_filter->setClearButtonEnabled(true);
+    m_filter->setMinimumWidth(scaled(260));
+    connect(m_filter, &QLineEdit::textChanged, m_proxy, &QSortFilterProxyModel::setFilterFixedString);
+
+    m_count = new QLabel(this);
+    m_count->setObjectName(QStringLiteral("lb_count"));
+
+    auto makeButton = [this](const char *name, const char *icon) {
+        auto *b = new QPushButton(this);
+        b->setObjectName(QLatin1String(name));
+        if (icon)
+            b->setIcon(QIcon(QLatin1String(icon)));
+        return b;
+    };
+    m_settings = makeButton("pb_settings", nullptr);
+    m_dsp = makeButton("pb_dsp", nullptr);
+    m_identify = makeButton("pb_identify", nullptr);
+    m_reboot = makeButton("pb_reboot", nullptr);
+    m_settings->setProperty("role", QStringLiteral("primary"));
+
+    m_view = new QTableView(this);
+    m_view->setObjectName(QStringLiteral("tv_devices"));
+    m_view->setModel(m_proxy);
+    m_view->setSortingEnabled(true);
+    m_view->sortByColumn(DeviceTableModel::Name, Qt::AscendingOrder);
+    m_view->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_view->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_view->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_view->setAlternatingRowColors(true);
+    m_view->setShowGrid(false);
+    m_view->verticalHeader()->hide();
+    m_view->verticalHeader()->setDefaultSectionSize(scaled(32));
+    // Every column in view at once: the table is the page's whole point.
+    m_view->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
+    m_view->horizontalHeader()->setMinimumSectionSize(scaled(70));
+    connect(m_view, &QTableView::doubleClicked, this, [this](const QModelIndex &index) {
+        emit signal_openSettings(m_proxy->data(index, DeviceTableModel::DevIdRole).toString());
+    });
+    connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this, &DeviceListForm::updateButtons);
+
+    connect(m_settings, &QPushButton::clicked, this, [this] {
+        if (!selectedDevId().isEmpty())
+            emit signal_openSettings(selectedDevId());
+    });
+    connect(m_dsp, &QPushButton::clicked, this, [this] {
+        if (!selectedDevId().isEmpty())
+            emit signal_openDsp(selectedDevId());
+    });
+    connect(m_identify, &QPushButton::clicked, this, &DeviceListForm::on_pb_identify_clicked);
+    connect(m_reboot, &QPushButton::clicked, this, &DeviceListForm::on_pb_reboot_clicked);
+    if (m_uiStore)
+        connect(m_uiStore, &DeviceUiStore::signal_changed, this,
+                [this](const QString &devId) { m_model->setUiData(devId, m_uiStore->get(devId)); });
+
+    auto *bar = new QHBoxLayout;
+    bar->setSpacing(scaled(8));
+    bar->addWidget(m_filter);
+    bar->addWidget(m_count);
+    bar->addStretch(1);
+    bar->addWidget(m_identify);
+    bar->addWidget(m_reboot);
+    bar->addWidget(m_dsp);
+    bar->addWidget(m_settings);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(scaled(16), scaled(14), scaled(16), scaled(14));
+    layout->setSpacing(scaled(10));
+    layout->addLayout(bar);
+    layout->addWidget(m_view, 1);
+    retranslate();
+    slot_refresh();
+}
+
+QString DeviceListForm::selectedDevId() const
+{
+    const QModelIndexList rows = m_view->selectionModel()->selectedRows();
+    return rows.isEmpty() ? QString() : m_proxy->data(rows.first(), DeviceTableModel::DevIdRole).toString();
+}
+
+void DeviceListForm::selectDevice(const QString &devId)
+{
+    const int row = m_model->rowOf(devId);
+    if (row < 0)
+        return;
+    const QModelIndex at = m_proxy->mapFromSource(m_model->index(row, 0));
+    m_view->selectRow(at.row());
+    m_view->scrollTo(at);
+}
+
+void DeviceListForm::slot_refresh()
+{
+    const QVector<Device> devices = m_registry.devices();
+    m_model->setDevices(devices);
+    if (m_uiStore)
+        for (const Device &d : devices)
+            if (m_uiStore->contains(d.devId()))
+                m_model->setUiData(d.devId(), m_uiStore->get(d.devId()));
+    m_count->setText(tx(Tx::DevicesCount).arg(devices.size()));
+    updateButtons();
+}
+
+void DeviceListForm::slot_refreshDevInfo()
+{
+    if (!m_uiStore)
+        return;
+    for (const Device &d : m_registry.devices()) {
+        const DeviceUiData ui = m_uiStore->get(d.devId());
+        if (!ui.versionKnown)
+            send(QStringLiteral("getVersion"), d.devId());
+        if (!ui.lockKnown)
+            send(QStringLiteral("getLock"), d.devId());
+    }
+}
+
+void DeviceListForm::slot_blinking(const QString &devId)
+{
+    m_model->setBlinking(devId, true);
+}
+
+void DeviceListForm::slot_unBlinking(const QString &devId)
+{
+    m_model->setBlinking(devId, false);
+}
+
+QString DeviceListForm::nameOf(const QString &devId) const
+{
+    const auto d = m_registry.findByDevId(devId);
+    return d ? d->rec.name.str() : devId;
+}
+
+void DeviceListForm::on_pb_identify_clicked()
+{
+    const QString devId = selectedDevId();
+    if (devId.isEmpty()) {
+        emit signal_showTips(tx(Tx::NoDeviceSelected), false);
+        return;
+    }
+    send(QStringLiteral("identify"), devId, QJsonObject{{QStringLiteral("seconds"), QStringLiteral("5")}});
+    emit signal_showTips(tx(Tx::IdentifySent).arg(nameOf(devId)), true);
+}
+
+void DeviceListForm::on_pb_reboot_clicked()
+{
+    const QString devId = selectedDevId();
+    if (devId.isEmpty()) {
+        emit signal_showTips(tx(Tx::NoDeviceSelected), false);
+        return;
+    }
+    if (!NoticeBox::confirm(this, tx(Tx::RebootConfirm).arg(nameOf(devId))))
+        return;
+    send(QStringLiteral("reboot"), devId);
+    emit signal_showTips(tx(Tx::RebootSent).arg(nameOf(devId)), true);
+}
+
+void DeviceListForm::send(const QString &op, const QString &devId, const QJsonObject &extra)
+{
+    QJsonObject cmd = extra;
+    cmd.insert(QStringLiteral("ops"), op);
+    cmd.insert(QStringLiteral("devId"), devId);
+    emit signal_sendUdp(QString::fromUtf8(QJsonDocument(cmd).toJson(QJsonDocument::Compact)),
+                        QStringLiteral("DeviceListForm"));
+}
+
+void DeviceListForm::updateButtons()
+{
+    const QString devId = selectedDevId();
+    const bool any = !devId.isEmpty();
+    m_settings->setEnabled(any);
+    m_identify->setEnabled(any);
+    m_reboot->setEnabled(any);
+    const auto d = any ? m_registry.findByDevId(devId) : std::nullopt;
+    m_dsp->setEnabled(d && DeviceModels::isDspCapable(d->rec.model.str()));
+}
+
+void DeviceListForm::retranslate()
+{
+    m_filter->setPlaceholderText(tx(Tx::FilterPlaceholder));
+    m_settings->setText(tx(Tx::DeviceSettings));
+    m_dsp->setText(tx(Tx::DeviceDsp));
+    m_identify->setText(tx(Tx::DeviceIdentify));
+    m_reboot->setText(tx(Tx::DeviceReboot));
+    m_count->setText(tx(Tx::DevicesCount).arg(m_model->rowCount()));
+    m_model->retranslate();
+}
+
+void DeviceListForm::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QWidget::changeEvent(event);
+}

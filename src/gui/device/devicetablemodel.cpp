@@ -1,0 +1,165 @@
+#include "devicetablemodel.h"
+
+#include "app/texts.h"
+#include "clock/clockstatus.h"
+#include "protocol/ipv4.h"
+
+#include <QColor>
+#include <QHash>
+
+DeviceTableModel::DeviceTableModel(QObject *parent)
+    : QAbstractTableModel(parent)
+{
+}
+
+QString DeviceTableModel::cellText(const Device &d, const DeviceUiData &ui, Column column)
+{
+    const DevRecord &r = d.rec;
+    switch (column) {
+    case Name: return r.name.str();
+    case Model: return r.model.str();
+    case DevId: return r.devId.str();
+    case Address: return Ipv4::toText(r.ip);
+    case SampleRate: return QString::number(r.sampleRate);
+    case NetChannels: return QStringLiteral("%1 / %2").arg(r.chNumRx).arg(r.chNumTx);
+    case PhyChannels: return QStringLiteral("%1 / %2").arg(r.phyChNumRx).arg(r.phyChNumTx);
+    case Clock: {
+        const ClockStatus s = ClockStatus::of(r, ui.ptpState);
+        return s.roleText() + QStringLiteral(" · ") + s.stateText();
+    }
+    case Lock: return !ui.lockKnown ? tx(Tx::Unknown) : tx(ui.locked() ? Tx::LockLocked : Tx::LockOpen);
+    case Firmware: return ui.version.isEmpty() ? tx(Tx::Unknown) : ui.version;
+    case State: return tx(r.canWork ? Tx::StateReady : Tx::StateNotReady);
+    default: return QString();
+    }
+}
+
+void DeviceTableModel::setDevices(const QVector<Device> &devices)
+{
+    QHash<QString, int> wanted;
+    for (int i = 0; i < devices.size(); ++i)
+        wanted.insert(devices.at(i).devId(), i);
+    // Gone devices leave; the rest are updated in place so views keep their
+    // selection; newcomers are appended.
+    for (int row = m_rows.size() - 1; row >= 0; --row) {
+        if (!wanted.contains(m_rows.at(row).device.devId())) {
+            beginRemoveRows(QModelIndex(), row, row);
+            m_blinking.remove(m_rows.at(row).device.devId());
+            m_rows.removeAt(row);
+            endRemoveRows();
+        }
+    }
+    for (int row = 0; row < m_rows.size(); ++row) {
+        m_rows[row].device = devices.at(wanted.value(m_rows.at(row).device.devId()));
+        wanted.remove(m_rows.at(row).device.devId());
+    }
+    if (!m_rows.isEmpty())
+        emit dataChanged(index(0, 0), index(m_rows.size() - 1, ColumnCount - 1));
+    QVector<int> fresh = wanted.values().toVector();
+    std::sort(fresh.begin(), fresh.end());
+    if (!fresh.isEmpty()) {
+        beginInsertRows(QModelIndex(), m_rows.size(), m_rows.size() + fresh.size() - 1);
+        for (int i : fresh)
+            m_rows.append({devices.at(i), DeviceUiData()});
+        endInsertRows();
+    }
+}
+
+void DeviceTableModel::setUiData(const QString &devId, const DeviceUiData &data)
+{
+    const int row = rowOf(devId);
+    if (row < 0)
+        return;
+    m_rows[row].ui = data;
+    emit dataChanged(index(row, 0), index(row, ColumnCount - 1));
+}
+
+void DeviceTableModel::setBlinking(const QString &devId, bool blinking)
+{
+    if (blinking)
+        m_blinking.insert(devId);
+    else
+        m_blinking.remove(devId);
+    const int row = rowOf(devId);
+    if (row >= 0)
+        emit dataChanged(index(row, 0), index(row, ColumnCount - 1));
+}
+
+int DeviceTableModel::rowOf(const QString &devId) const
+{
+    for (int i = 0; i < m_rows.size(); ++i)
+        if (m_rows.at(i).device.devId() == devId)
+            return i;
+    return -1;
+}
+
+QString DeviceTableModel::devIdAt(int row) const
+{
+    return row >= 0 && row < m_rows.size() ? m_rows.at(row).device.devId() : QString();
+}
+
+void DeviceTableModel::retranslate()
+{
+    emit headerDataChanged(Qt::Horizontal, 0, ColumnCount - 1);
+    if (!m_rows.isEmpty())
+        emit dataChanged(index(0, 0), index(m_rows.size() - 1, ColumnCount - 1));
+}
+
+int DeviceTableModel::rowCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : m_rows.size();
+}
+
+int DeviceTableModel::columnCount(const QModelIndex &parent) const
+{
+    return parent.isValid() ? 0 : ColumnCount;
+}
+
+QVariant DeviceTableModel::data(const QModelIndex &index, int role) const
+{
+    if (!index.isValid() || index.row() >= m_rows.size())
+        return {};
+    const Row &row = m_rows.at(index.row());
+    const auto column = Column(index.column());
+    switch (role) {
+    case Qt::DisplayRole:
+        return cellText(row.device, row.ui, column);
+    case SortRole:
+        switch (column) {
+        case Address: return row.device.rec.ip;
+        case SampleRate: return row.device.rec.sampleRate;
+        case NetChannels: return row.device.rec.chNumRx * 100000 + row.device.rec.chNumTx;
+        case PhyChannels: return row.device.rec.phyChNumRx * 100000 + row.device.rec.phyChNumTx;
+        default: return cellText(row.device, row.ui, column).toLower();
+        }
+    case DevIdRole:
+        return row.device.devId();
+    case BlinkRole:
+        return m_blinking.contains(row.device.devId());
+    case Qt::BackgroundRole:
+        if (m_blinking.contains(row.device.devId()))
+            return QColor(50, 89, 182, 170);
+        return {};
+    case Qt::ForegroundRole:
+        if (column == State && !row.device.rec.canWork)
+            return QColor(230, 160, 40);
+        if (column == Lock && row.ui.locked())
+            return QColor(230, 160, 40);
+        return {};
+    case Qt::TextAlignmentRole:
+        return column == Name || column == DevId || column == Model ? QVariant(Qt::AlignLeft | Qt::AlignVCenter)
+                                                                    : QVariant(Qt::AlignCenter);
+    default:
+        return {};
+    }
+}
+
+QVariant DeviceTableModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+        return QAbstractTableModel::headerData(section, orientation, role);
+    static const Tx headers[ColumnCount] = {Tx::ColName, Tx::ColModel, Tx::ColDevId, Tx::ColAddress,
+                                            Tx::ColSampleRate, Tx::ColNetChannels, Tx::ColPhyChannels,
+                                            Tx::ColClock, Tx::ColLock, Tx::ColFirmware, Tx::ColState};
+    return section >= 0 && section < ColumnCount ? tx(headers[section]) : QVariant();
+}

@@ -1,0 +1,241 @@
+#include "simsap.h"
+#include "simscenario.h"
+
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QSet>
+#include <QtEndian>
+#include <QtTest>
+
+class TestSimScenario : public QObject
+{
+    Q_OBJECT
+private slots:
+    void defaultScenarioHasEveryKind();
+    void defaultScenarioIdentitiesAreUnique();
+    void roundTripKeepsEverything();
+    void handWrittenFileFillsDefaults();
+    void badScenariosAreRefused_data();
+    void badScenariosAreRefused();
+    void generatedScenarioScales();
+    void sapHeader();
+    void sdpAsAes67SendersWriteIt();
+    void ptime_data();
+    void ptime();
+};
+
+void TestSimScenario::defaultScenarioHasEveryKind()
+{
+    const SimScenario s = SimScenario::defaultScenario();
+    QCOMPARE(s.check(), QString());
+    QVERIFY(s.devices.size() >= 7 && s.devices.size() <= 10);
+    auto has = [&](const std::function<bool(const SimDeviceProfile &)> &pred) {
+        return std::any_of(s.devices.begin(), s.devices.end(), pred);
+    };
+    auto size = [](int rx, int tx) {
+        return [rx, tx](const SimDeviceProfile &d) { return d.chNumRx == rx && d.chNumTx == tx; };
+    };
+    QVERIFY(has(size(2, 2)));
+    QVERIFY(has(size(8, 8)));
+    QVERIFY(has(size(64, 64)));
+    QVERIFY(has([](const SimDeviceProfile &d) { return d.model == "RK7731" && d.amplifier; }));
+    QVERIFY(has([](const SimDeviceProfile &d) { return d.model == "RK0000"; }));
+    QVERIFY(has([](const SimDeviceProfile &d) { return d.sampleRate == 96000; }));
+    QVERIFY(has([](const SimDeviceProfile &d) { return d.version == "3.1.4.5"; }));
+    QVERIFY(has([](const SimDeviceProfile &d) { return d.model.startsWith("RK0128-"); }));
+    QVERIFY(has([](const SimDeviceProfile &d) { return d.faults.hot == "warn"; }));
+    QSet<QString> dspModels;
+    for (const SimDeviceProfile &d : s.devices)
+        if (d.dsp)
+            dspModels.insert(d.model);
+    QVERIFY(dspModels.size() >= 2);
+    // The demo shows SAP at once: at least one flow exists from the start.
+    QVERIFY(has([](const SimDeviceProfile &d) { return !d.flows.isEmpty(); }));
+}
+
+void TestSimScenario::defaultScenarioIdentitiesAreUnique()
+{
+    const SimScenario s = SimScenario::defaultScenario();
+    QSet<QString> ids, clocks, names;
+    const QRegularExpression clock("^([0-9A-F]{2}-){7}[0-9A-F]{2}$");
+    for (const SimDeviceProfile &d : s.devices) {
+        QVERIFY(!d.devId.isEmpty());
+        QVERIFY(!d.name.isEmpty());
+        QVERIFY2(clock.match(d.clockId).hasMatch(), qPrintable(d.clockId));
+        QCOMPARE(d.password, QStringLiteral("123456"));
+        ids.insert(d.devId);
+        clocks.insert(d.clockId);
+        names.insert(d.name);
+    }
+    QCOMPARE(ids.size(), s.devices.size());
+    QCOMPARE(clocks.size(), s.devices.size());
+    QCOMPARE(names.size(), s.devices.size());
+}
+
+void TestSimScenario::roundTripKeepsEverything()
+{
+    SimScenario s = SimScenario::defaultScenario();
+    s.faults.lossPercent = 5;
+    s.devices[1].faults.refuse.insert("setDevName", "busy");
+    s.devices[2].address = "127.0.0.50";
+    SimScenario back;
+    QString error;
+    QVERIFY2(SimScenario::fromJson(s.toJson(), &back, &error), qPrintable(error));
+    QCOMPARE(back.toJson(), s.toJson());
+    // Devices hold their resolved faults: one that says nothing takes the scenario's.
+    QCOMPARE(back.faults.lossPercent, 5);
+    QCOMPARE(back.devices[1].faults.lossPercent, 0);
+    QCOMPARE(back.devices[1].faults.refuse.value("setDevName"), QStringLiteral("busy"));
+    QCOMPARE(back.devices[2].address, QStringLiteral("127.0.0.50"));
+    QCOMPARE(back.devices[1].flows.size(), s.devices[1].flows.size());
+}
+
+void TestSimScenario::handWrittenFileFillsDefaults()
+{
+    const QByteArray json = R"({
+        "faults": {"lossPercent": 10},
+        "devices": [
+            {"name": "A", "model": "RK0808", "chNumRx": "4", "port": 9000, "faults": {"delayMs": 50}},
+            {"devId": "B-1", "name": "B", "model": "RK0202", "chNumRx": 2, "chNumTx": 2,
+             "flows": [{"name": "F", "channels": [0, 1]}]}
+        ]})";
+    SimScenario s;
+    QString error;
+    QVERIFY2(SimScenario::fromJson(json, &s, &error), qPrintable(error));
+    QCOMPARE(s.devices.size(), 2);
+    const SimDeviceProfile &a = s.devices[0];
+    QCOMPARE(a.devId, QStringLiteral("SIM-0001"));
+    QCOMPARE(a.chNumRx, 4);
+    QCOMPARE(a.chNumTx, 8);
+    QCOMPARE(a.port, 9000);
+    QCOMPARE(a.faults.lossPercent, 10);
+    QCOMPARE(a.faults.delayMs, 50);
+    QCOMPARE(a.password, QStringLiteral("123456"));
+    QCOMPARE(s.devices[1].faults.delayMs, 0);
+    QCOMPARE(s.devices[1].faults.lossPercent, 10);
+    QCOMPARE(s.devices[1].clockId, QStringLiteral("00-1D-C1-FF-FE-00-00-02"));
+    QCOMPARE(s.devices[1].flows.value(0).channels, (QVector<int>{0, 1}));
+}
+
+void TestSimScenario::badScenariosAreRefused_data()
+{
+    QTest::addColumn<QByteArray>("json");
+    QTest::newRow("not an object") << QByteArray("[1,2]");
+    QTest::newRow("no devices") << QByteArray(R"({"devices":[]})");
+    QTest::newRow("same devId") << QByteArray(
+        R"({"devices":[{"devId":"X","model":"RK0808"},{"devId":"X","model":"RK0808"}]})");
+    QTest::newRow("control port on a fixed port")
+        << QByteArray(R"({"devices":[{"model":"RK0808","port":9994}]})");
+    QTest::newRow("flow channel beyond chNumTx")
+        << QByteArray(R"({"devices":[{"model":"RK0202","chNumTx":2,"flows":[{"channels":[2]}]}]})");
+    QTest::newRow("flow of nine channels")
+        << QByteArray(R"({"devices":[{"model":"RK0808","chNumTx":16,"flows":[{"channels":[0,1,2,3,4,5,6,7,8]}]}]})");
+    QTest::newRow("clock identity in lower case")
+        << QByteArray(R"({"devices":[{"model":"RK0808","clockId":"00-1d-c1-ff-fe-00-00-01"}]})");
+    QTest::newRow("unknown fault") << QByteArray(R"({"devices":[{"model":"RK0808","faults":{"explode":true}}]})");
+    QTest::newRow("hot takes warn or error")
+        << QByteArray(R"({"devices":[{"model":"RK0808","faults":{"hot":"yes"}}]})");
+    QTest::newRow("count as text that is no number")
+        << QByteArray(R"({"devices":[{"model":"RK0808","chNumRx":"eight"}]})");
+}
+
+void TestSimScenario::badScenariosAreRefused()
+{
+    QFETCH(QByteArray, json);
+    SimScenario s;
+    QString error;
+    QVERIFY(!SimScenario::fromJson(json, &s, &error));
+    QVERIFY(!error.isEmpty());
+}
+
+void TestSimScenario::generatedScenarioScales()
+{
+    const SimScenario s = SimScenario::generated(1024);
+    QCOMPARE(s.devices.size(), 1024);
+    QCOMPARE(s.check(), QString());
+    QSet<QString> models;
+    for (const SimDeviceProfile &d : s.devices)
+        models.insert(d.model);
+    QVERIFY(models.size() >= 4);
+    QCOMPARE(s.devices[1023].devId, QStringLiteral("SIM-1024"));
+    QCOMPARE(s.devices[1023].clockId, QStringLiteral("00-1D-C1-FF-FE-00-04-00"));
+}
+
+void TestSimScenario::sapHeader()
+{
+    const QByteArray sdp = "v=0\r\n";
+    const QByteArray p = SimSap::packet(0xC0A80114u, 0xBEEF, sdp);
+    QCOMPARE(p.size(), 24 + sdp.size());
+    QCOMPARE(quint8(p[0]), quint8(0x20));
+    QCOMPARE(quint8(p[1]), quint8(0));
+    QCOMPARE(qFromBigEndian<quint16>(p.constData() + 2), quint16(0xBEEF));
+    QCOMPARE(p.mid(4, 4), QByteArray("\xC0\xA8\x01\x14", 4));
+    QCOMPARE(p.mid(8, 16), QByteArray("application/sdp\0", 16));
+    QCOMPARE(p.mid(24), sdp);
+}
+
+void TestSimScenario::sdpAsAes67SendersWriteIt()
+{
+    SimSap::Flow f;
+    f.name = "Stage Box 8 : 1-2";
+    f.source = 0xC0A80114u;
+    f.group = 0xEF450114u;
+    f.port = 5004;
+    f.sampleByteNum = 3;
+    f.sampleRate = 48000;
+    f.packetTimeDiv = 1;
+    f.gmClkId = "00-1D-C1-FF-FE-00-00-01";
+    f.ptpDomain = 0;
+    f.rtpTsOffset = 0;
+    f.sessionId = 1;
+    f.sessionVersion = 3;
+    f.channelNames = QStringList{"In 1", "In 2"};
+    // The example of docs/protocol.md, section 3, line for line.
+    const QByteArray expected = "v=0\r\n"
+                                "o=- 1 3 IN IP4 192.168.1.20\r\n"
+                                "s=Stage Box 8 : 1-2\r\n"
+                                "c=IN IP4 239.69.1.20/32\r\n"
+                                "t=0 0\r\n"
+                                "m=audio 5004 RTP/AVP 98\r\n"
+                                "i=2 channels: In 1, In 2\r\n"
+                                "a=rtpmap:98 L24/48000/2\r\n"
+                                "a=sync-time:0\r\n"
+                                "a=framecount:48\r\n"
+                                "a=ptime:1\r\n"
+                                "a=ts-refclk:ptp=IEEE1588-2008:00-1D-C1-FF-FE-00-00-01:0\r\n"
+                                "a=mediaclk:direct=0\r\n"
+                                "a=source-filter: incl IN IP4 239.69.1.20 192.168.1.20\r\n"
+                                "a=recvonly\r\n";
+    QCOMPARE(SimSap::sdp(f), expected);
+
+    f.sampleByteNum = 2;
+    f.sampleRate = 96000;
+    f.packetTimeDiv = 8;
+    f.rtpTsOffset = 4800;
+    const QByteArray sdp = SimSap::sdp(f);
+    QVERIFY(sdp.contains("a=rtpmap:98 L16/96000/2\r\n"));
+    QVERIFY(sdp.contains("a=ptime:0.125\r\n"));
+    QVERIFY(sdp.contains("a=framecount:12\r\n"));
+    QVERIFY(sdp.contains("a=mediaclk:direct=4800\r\n"));
+}
+
+void TestSimScenario::ptime_data()
+{
+    QTest::addColumn<int>("div");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("1 ms") << 1 << "1";
+    QTest::newRow("500 us") << 2 << "0.5";
+    QTest::newRow("333 us") << 3 << "0.333";
+    QTest::newRow("250 us") << 4 << "0.25";
+    QTest::newRow("125 us") << 8 << "0.125";
+}
+
+void TestSimScenario::ptime()
+{
+    QFETCH(int, div);
+    QFETCH(QString, text);
+    QCOMPARE(SimSap::ptimeText(div), text);
+}
+
+QTEST_GUILESS_MAIN(TestSimScenario)
+#include "tst_simscenario.moc"
