@@ -34,7 +34,8 @@ QString CliApp::usage()
         "  --interface ADDR     a local IPv4 address (loopback allowed); default: the only usable one\n"
         "  --wait SECONDS       how long to listen before answering (default 4; watch: until interrupted)\n"
         "  --json               JSON instead of text\n"
-        "  --verbose            diagnostics on standard error\n");
+        "  --verbose            diagnostics on standard error\n"
+        "  --age-scale N        age devices and flows N times faster (for tests)\n");
 }
 
 bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
@@ -42,7 +43,14 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
     Options o;
     for (int i = 1; i < arguments.size(); ++i) {
         const QString &a = arguments.at(i);
-        if (a == QLatin1String("--interface") || a == QLatin1String("--wait")) {
+        if (a == QLatin1String("--age-scale")) {
+            bool ok = false;
+            o.ageingScale = i + 1 < arguments.size() ? arguments.at(++i).toInt(&ok) : 0;
+            if (!ok || o.ageingScale < 1 || o.ageingScale > 10000) {
+                *error = QStringLiteral("--age-scale takes a whole number from 1 to 10000");
+                return false;
+            }
+        } else if (a == QLatin1String("--interface") || a == QLatin1String("--wait")) {
             if (i + 1 >= arguments.size()) {
                 *error = a + QStringLiteral(" needs a value");
                 return false;
@@ -188,6 +196,7 @@ int CliApp::run()
                                                                             : QStringLiteral("not an object")));
     }
 
+    m_link->thread().setAgeingScale(m_options.ageingScale);
     m_link->startOn(address);
     if (!waitUntil([this] { return m_link->thread().currentAddress() != 0 || m_link->thread().isFinished(); }, 2000)
         || m_link->thread().currentAddress() == 0)

@@ -19,6 +19,7 @@ public:
         bool waitGiven = false;
         bool json = false;
         bool verbose = false;
+        int ageingScale = 1;
         QString command;
         QStringList args;
     };

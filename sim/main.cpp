@@ -50,7 +50,9 @@ void quitOnSignals(QCoreApplication *app)
         [[maybe_unused]] const ssize_t n = ::read(signalPipe[0], &c, 1);
         app->quit();
     });
-    struct sigaction sa{};
+    struct sigaction sa
+    {
+    };
     sa.sa_handler = onSignal;
     sigemptyset(&sa.sa_mask);
     sa.sa_flags = SA_RESTART;
@@ -106,9 +108,8 @@ int main(int argc, char *argv[])
                                           QStringLiteral("Cut PCT % of replies short, and send garbage on the "
                                                          "announcement group now and then."),
                                           QStringLiteral("PCT"));
-    const QCommandLineOption oversizeOpt(QStringLiteral("oversize"),
-                                         QStringLiteral("Pad PCT % of replies beyond 1500 bytes."),
-                                         QStringLiteral("PCT"));
+    const QCommandLineOption oversizeOpt(
+        QStringLiteral("oversize"), QStringLiteral("Pad PCT % of replies beyond 1500 bytes."), QStringLiteral("PCT"));
     const QCommandLineOption refuseOpt(QStringLiteral("refuse"),
                                        QStringLiteral("Refuse an operation on every device (repeatable)."),
                                        QStringLiteral("OPS=REASON"));
@@ -121,13 +122,16 @@ int main(int argc, char *argv[])
     const QCommandLineOption goneOpt(QStringLiteral("gone"),
                                      QStringLiteral("A device that falls silent for good after S seconds."),
                                      QStringLiteral("DEVICE=S"));
+    const QCommandLineOption blinkOpt(QStringLiteral("blink"),
+                                      QStringLiteral("Press a device's identify key every S seconds."),
+                                      QStringLiteral("DEVICE=S"));
     const QCommandLineOption settleOpt(QStringLiteral("settle-ms"),
                                        QStringLiteral("Time from a new clock leader to lock (3000)."),
                                        QStringLiteral("MS"));
     const QCommandLineOption verboseOpt(QStringLiteral("verbose"), QStringLiteral("A line per request too."));
     const QCommandLineOption quietOpt(QStringLiteral("quiet"), QStringLiteral("No log lines."));
     p.addOptions({scenarioOpt, devicesOpt, ifaceOpt, baseOpt, printOpt, seedOpt, lossOpt, delayOpt, malformedOpt,
-                  oversizeOpt, refuseOpt, hotOpt, silentOpt, goneOpt, settleOpt, verboseOpt, quietOpt});
+                  oversizeOpt, refuseOpt, hotOpt, silentOpt, goneOpt, blinkOpt, settleOpt, verboseOpt, quietOpt});
     p.process(app);
 
     SimScenario scenario = SimScenario::defaultScenario();
@@ -156,8 +160,8 @@ int main(int argc, char *argv[])
             d.faults.*member = v;
         return true;
     };
-    if (!percent(lossOpt, &SimFaults::lossPercent) || !percent(malformedOpt, &SimFaults::malformedPercent)
-        || !percent(oversizeOpt, &SimFaults::oversizePercent))
+    if (!percent(lossOpt, &SimFaults::lossPercent) || !percent(malformedOpt, &SimFaults::malformedPercent) ||
+        !percent(oversizeOpt, &SimFaults::oversizePercent))
         return fail(QStringLiteral("percentages run from 0 to 100"));
     if (p.isSet(delayOpt)) {
         bool ok = false;
@@ -195,6 +199,13 @@ int main(int argc, char *argv[])
         scenario.devices[index].faults.goneAfterS = value.toInt();
     }
 
+    for (const QString &b : p.values(blinkOpt)) {
+        bool ok = false;
+        if (!splitTarget(scenario, b, &index, &value) || value.toInt(&ok) < 1 || !ok)
+            return fail(QStringLiteral("--blink takes DEVICE=SECONDS"));
+        scenario.devices[index].blinkEveryS = value.toInt();
+    }
+
     if (p.isSet(printOpt)) {
         std::fwrite(scenario.toJson().constData(), 1, size_t(scenario.toJson().size()), stdout);
         return 0;
@@ -203,8 +214,8 @@ int main(int argc, char *argv[])
     SimConfig config;
     config.interfaceAddress = QHostAddress(p.value(ifaceOpt));
     config.baseAddress = QHostAddress(p.value(baseOpt));
-    if (config.interfaceAddress.protocol() != QAbstractSocket::IPv4Protocol
-        || config.baseAddress.protocol() != QAbstractSocket::IPv4Protocol)
+    if (config.interfaceAddress.protocol() != QAbstractSocket::IPv4Protocol ||
+        config.baseAddress.protocol() != QAbstractSocket::IPv4Protocol)
         return fail(QStringLiteral("--interface and --base take IPv4 addresses"));
     config.seed = p.value(seedOpt).toUInt();
     config.verbose = p.isSet(verboseOpt);

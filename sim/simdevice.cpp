@@ -187,10 +187,9 @@ SimDevice::SimDevice(const SimDeviceProfile &profile, const QHostAddress &addres
     m_mcastRx = QVector<McastRx>(profile.mcastNumRx);
     m_mcastTx = QVector<McastTx>(profile.mcastNumTx);
     m_levelSeed = stableHash(profile.devId);
-    connect(m_endpoint, &SimEndpoint::datagramReceived, this,
-            [this](const QNetworkDatagram &dg, quint16 localPort) {
-                handleDatagram(dg.data(), dg.senderAddress(), quint16(dg.senderPort()), localPort);
-            });
+    connect(m_endpoint, &SimEndpoint::datagramReceived, this, [this](const QNetworkDatagram &dg, quint16 localPort) {
+        handleDatagram(dg.data(), dg.senderAddress(), quint16(dg.senderPort()), localPort);
+    });
 }
 
 SimDevice::~SimDevice() = default;
@@ -201,8 +200,12 @@ bool SimDevice::start(QString *error)
                           error))
         return false;
     m_startedAt = now();
-    log(QStringLiteral("\"%1\" %2 %3x%4 at %5:%6").arg(m_name, model()).arg(m_profile.chNumRx).arg(m_profile.chNumTx)
-            .arg(addressText()).arg(m_profile.port));
+    log(QStringLiteral("\"%1\" %2 %3x%4 at %5:%6")
+            .arg(m_name, model())
+            .arg(m_profile.chNumRx)
+            .arg(m_profile.chNumTx)
+            .arg(addressText())
+            .arg(m_profile.port));
     for (const SimDeviceProfile::Flow &f : m_profile.flows) {
         QJsonObject req{{QStringLiteral("ops"), QStringLiteral("setMcastTx")}, {QStringLiteral("name"), f.name}};
         QJsonArray chans;
@@ -312,6 +315,11 @@ void SimDevice::tick(qint64 t)
     if (t >= m_nextSap) {
         sendSap();
         m_nextSap = t + cfg.sapMs;
+    }
+    if (m_profile.blinkEveryS > 0 && t >= m_nextBlink) {
+        if (m_nextBlink > 0)
+            pressIdentifyKey();
+        m_nextBlink = t + qint64(m_profile.blinkEveryS) * 1000;
     }
     if (m_gm != zeroClockId && t >= m_nextClockEvent) {
         sendClockEvents();
@@ -462,16 +470,19 @@ void SimDevice::handleDatagram(const QByteArray &data, const QHostAddress &from,
     const QJsonDocument doc = QJsonDocument::fromJson(data, &pe);
     if (!doc.isObject()) {
         LOG_FAIL();
-        log(QStringLiteral("unreadable request on port %1 from %2:%3").arg(localPort).arg(from.toString()).arg(fromPort));
+        log(QStringLiteral("unreadable request on port %1 from %2:%3")
+                .arg(localPort)
+                .arg(from.toString())
+                .arg(fromPort));
         return;
     }
-    m_localPort = localPort;
     const QJsonObject reply = handleRequest(doc.object(), localPort);
-    m_localPort = 0;
     if (reply.isEmpty())
         return;
     if (m_network->config().verbose)
-        log(QStringLiteral("%1 on %2 -> %3").arg(doc.object().value(QLatin1String("ops")).toString()).arg(localPort)
+        log(QStringLiteral("%1 on %2 -> %3")
+                .arg(doc.object().value(QLatin1String("ops")).toString())
+                .arg(localPort)
                 .arg(reply.value(QLatin1String("result")).toString()));
     sendRaw(localPort, QJsonDocument(reply).toJson(QJsonDocument::Compact), from, fromPort, true);
 }
@@ -506,11 +517,12 @@ const QHash<QString, SimDevice::Op> &SimDevice::operations()
         auto add = [&o](const char *name, Handler h, QVector<int> ports, Op::Guard guard) {
             o.insert(QLatin1String(name), Op{h, ports, guard});
         };
-        for (const char *n : {"getAllRxCh", "getAllRtpCh", "getAllUcastRx", "getAllUcastTx", "getAllMcastRx",
-                              "getAllMcastTx", "getAllActiveUcastId", "getAllActiveMcastId", "getAllChNameRx",
-                              "getAllChNameTx", "getAllPhyChNameRx", "getAllPhyChNameTx", "getAllPhyVolumeDbRx",
-                              "getAllPhyVolumeDbTx", "getAllVolumeDbRx", "getAllVolumeDbTx", "getAllPhyGainDbRx",
-                              "getAllPhyGainDbTx", "getAllPhyMuteRx", "getAllPhyMuteTx"})
+        for (const char *n :
+             {"getAllRxCh",          "getAllRtpCh",         "getAllUcastRx",       "getAllUcastTx",
+              "getAllMcastRx",       "getAllMcastTx",       "getAllActiveUcastId", "getAllActiveMcastId",
+              "getAllChNameRx",      "getAllChNameTx",      "getAllPhyChNameRx",   "getAllPhyChNameTx",
+              "getAllPhyVolumeDbRx", "getAllPhyVolumeDbTx", "getAllVolumeDbRx",    "getAllVolumeDbTx",
+              "getAllPhyGainDbRx",   "getAllPhyGainDbTx",   "getAllPhyMuteRx",     "getAllPhyMuteTx"})
             add(n, &SimDevice::opPaged, control, Op::Free);
         add("setUcastRx", &SimDevice::opSetUcastRx, control, Op::Routing);
         add("setMcastRx", &SimDevice::opSetMcastRx, control, Op::Routing);
@@ -573,6 +585,7 @@ QJsonObject SimDevice::handleRequest(const QJsonObject &req, quint16 localPort)
         if (!v.isUndefined())
             r.insert(QLatin1String(echoed), v);
     }
+    m_localPort = localPort;
     const int port = localPort == m_profile.port ? 0 : localPort;
     const auto it = operations().constFind(ops);
     QString reason;
@@ -586,6 +599,7 @@ QJsonObject SimDevice::handleRequest(const QJsonObject &req, quint16 localPort)
         reason = lockReason;
     else
         reason = (this->*(it->handler))(req, r);
+    m_localPort = 0;
     if (reason.isEmpty()) {
         r.insert(QStringLiteral("result"), QStringLiteral("succ"));
     } else {
@@ -697,14 +711,16 @@ bool SimDevice::pagedTable(const QString &ops, int *size, std::function<QJsonVal
     } else if (ops == QLatin1String("getAllActiveUcastId")) {
         *size = s.ucastNumRx;
         *item = [this](int i) {
-            return QJsonObject{{QStringLiteral("id"), num(i)},
-                               {QStringLiteral("active"), ucastRxActive(i) ? QStringLiteral("1") : QStringLiteral("0")}};
+            return QJsonObject{
+                {QStringLiteral("id"), num(i)},
+                {QStringLiteral("active"), ucastRxActive(i) ? QStringLiteral("1") : QStringLiteral("0")}};
         };
     } else if (ops == QLatin1String("getAllActiveMcastId")) {
         *size = s.mcastNumRx;
         *item = [this](int i) {
-            return QJsonObject{{QStringLiteral("id"), num(i)},
-                               {QStringLiteral("active"), mcastRxActive(i) ? QStringLiteral("1") : QStringLiteral("0")}};
+            return QJsonObject{
+                {QStringLiteral("id"), num(i)},
+                {QStringLiteral("active"), mcastRxActive(i) ? QStringLiteral("1") : QStringLiteral("0")}};
         };
     } else if (ops == QLatin1String("getAllChNameRx")) {
         names(m_chNameRx);
@@ -758,8 +774,8 @@ QString SimDevice::opPaged(const QJsonObject &req, QJsonObject &r)
     int i = start;
     for (; i < size; ++i) {
         const QJsonValue v = item(i);
-        const int cost = QJsonDocument(QJsonArray{v}).toJson(QJsonDocument::Compact).size() - 2
-                         + (arr.isEmpty() ? 0 : 1);
+        const int cost =
+            QJsonDocument(QJsonArray{v}).toJson(QJsonDocument::Compact).size() - 2 + (arr.isEmpty() ? 0 : 1);
         if (used + cost > pageLimit)
             break;
         used += cost;
@@ -944,8 +960,8 @@ QString SimDevice::opSetMcastRx(const QJsonObject &req, QJsonObject &)
     bool okBytes = false, okOffset = false;
     const int bytes = readInt(sdp, "sampleByteNum", &okBytes);
     const quint32 offset = quint32(readInt(sdp, "rtpTsOffset", &okOffset));
-    if (!okSrc || !okDst || !okIp || !okSrcIp || !okPort || !okCh || dstCh < 0 || dstCh >= m_profile.chNumRx
-        || !isMulticast(group) || port < 1 || port > 65535 || chNum < 1 || chNum > 8 || srcCh < 0 || srcCh >= chNum)
+    if (!okSrc || !okDst || !okIp || !okSrcIp || !okPort || !okCh || dstCh < 0 || dstCh >= m_profile.chNumRx ||
+        !isMulticast(group) || port < 1 || port > 65535 || chNum < 1 || chNum > 8 || srcCh < 0 || srcCh >= chNum)
         return badParam;
     const RouteEntry &cur = m_rtp[dstCh];
     if (cur.kind == RouteEntry::Multicast && m_mcastRx[cur.stream].dstIp == group && cur.srcChId == srcCh)
@@ -1387,9 +1403,10 @@ QString SimDevice::opGpio(const QJsonObject &req, QJsonObject &r)
     if (ops == QLatin1String("getGpioInfo")) {
         QJsonArray arr;
         for (int i = 0; i < m_gpio.size(); ++i)
-            arr.append(QJsonObject{{QStringLiteral("index"), num(i)},
-                                   {QStringLiteral("dir"), m_gpio[i].output ? QStringLiteral("out") : QStringLiteral("in")},
-                                   {QStringLiteral("isHigh"), m_gpio[i].high ? QStringLiteral("1") : QStringLiteral("0")}});
+            arr.append(
+                QJsonObject{{QStringLiteral("index"), num(i)},
+                            {QStringLiteral("dir"), m_gpio[i].output ? QStringLiteral("out") : QStringLiteral("in")},
+                            {QStringLiteral("isHigh"), m_gpio[i].high ? QStringLiteral("1") : QStringLiteral("0")}});
         r.insert(QStringLiteral("arr"), arr);
         return QString();
     }
@@ -1402,8 +1419,8 @@ QString SimDevice::opGpio(const QJsonObject &req, QJsonObject &r)
         const QJsonObject info = req.value(QLatin1String("gpioInfo")).toObject();
         const QString dir = info.value(QLatin1String("dir")).toString();
         const QString high = info.value(QLatin1String("isHigh")).toString();
-        if ((dir != QLatin1String("in") && dir != QLatin1String("out"))
-            || (high != QLatin1String("0") && high != QLatin1String("1")))
+        if ((dir != QLatin1String("in") && dir != QLatin1String("out")) ||
+            (high != QLatin1String("0") && high != QLatin1String("1")))
             return badParam;
         g.output = dir == QLatin1String("out");
         g.high = g.output && high == QLatin1String("1");
@@ -1464,8 +1481,8 @@ QString SimDevice::opPhyGainMute(const QJsonObject &req, QJsonObject &r)
     } else {
         QVector<bool> &mutes = rx ? m_phyMuteRx : m_phyMuteTx;
         QString v;
-        if (!okCh || ch < 0 || ch >= mutes.size() || !readText(req, "val", &v)
-            || (v != QLatin1String("0") && v != QLatin1String("1")))
+        if (!okCh || ch < 0 || ch >= mutes.size() || !readText(req, "val", &v) ||
+            (v != QLatin1String("0") && v != QLatin1String("1")))
             return badParam;
         mutes[ch] = v == QLatin1String("1");
     }

@@ -67,7 +67,6 @@ public:
     // The transmitting side of unicast streams and flows, used by receivers.
     int flowIndexByGroup(quint32 group) const;
     QString flowName(int index) const;
-    quint32 flowSource(int index) const { Q_UNUSED(index) return m_address; }
     int flowChannel(int index, int position) const;
     /// Finds or opens a stream to \a rxDevId carrying \a srcChId: its slot, or -1 when none is free.
     int attachUcastTx(const QString &rxDevId, quint32 rxIp, int srcChId);
@@ -225,7 +224,7 @@ private:
     qint64 m_settleStart = 0;
     qint64 m_rebootUntil = -1; ///< >= 0 while rebooting
     bool m_gone = false;
-    qint64 m_nextAnnounce = 0, m_nextSap = 0, m_nextClockEvent = 0;
+    qint64 m_nextAnnounce = 0, m_nextSap = 0, m_nextClockEvent = 0, m_nextBlink = 0;
     QString m_lastActive;
     quint32 m_levelSeed = 0;
 };

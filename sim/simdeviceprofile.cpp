@@ -107,6 +107,7 @@ SimDeviceProfile SimDeviceProfile::fromJson(const QJsonObject &obj, const SimFau
     readInt(obj, "ptpDomain", &d.ptpDomain, error);
     readInt(obj, "ptpDscp", &d.ptpDscp, error);
     readInt(obj, "gpioNum", &d.gpioNum, error);
+    readInt(obj, "blinkEveryS", &d.blinkEveryS, error);
     readBool(obj, "canWork", &d.canWork);
     readBool(obj, "dsp", &d.dsp);
     d.amplifier = d.model == QLatin1String("RK7731");
@@ -169,6 +170,8 @@ QJsonObject SimDeviceProfile::toJson(const SimFaults &scenarioFaults) const
         o.insert(QStringLiteral("amplifier"), amplifier);
     if (gpioNum)
         o.insert(QStringLiteral("gpioNum"), gpioNum);
+    if (blinkEveryS)
+        o.insert(QStringLiteral("blinkEveryS"), blinkEveryS);
     if (prefix != defaults.prefix)
         o.insert(QStringLiteral("prefix"), prefix);
     if (!gateway.isEmpty())

@@ -49,10 +49,11 @@ struct SimDeviceProfile
     bool dsp = false;       ///< carries a signal processor (TCP link on 8999, DSP status on 12001)
     bool amplifier = false; ///< answers the amplifier operations on 9992
     int gpioNum = 0;
+    int blinkEveryS = 0;                   ///< presses its identify key this often ("devReqGuiBlink"); 0 never
     QString prefix = QStringLiteral("24"); ///< prefix length reported by "getIp"
     QString gateway;                       ///< empty: the address with .1 as its last octet
     QStringList chNamesRx, chNamesTx, phyChNamesRx, phyChNamesTx; ///< missing names are generated
-    QVector<int> silentInputs; ///< physical inputs that carry no signal
+    QVector<int> silentInputs;                                    ///< physical inputs that carry no signal
     QVector<Flow> flows;
     SimFaults faults;
 

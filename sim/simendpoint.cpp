@@ -13,8 +13,7 @@ const QVector<quint16> &SimEndpoint::fixedPorts()
 
 SimEndpoint::SimEndpoint(QObject *parent)
     : QObject(parent)
-{
-}
+{}
 
 SimEndpoint::~SimEndpoint()
 {

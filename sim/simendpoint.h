@@ -22,8 +22,7 @@ public:
 
     /// Binds everything on \a address; on the first failure closes what was
     /// opened and returns false with the reason.
-    bool open(const QHostAddress &address, quint16 controlPort, const QHostAddress &interfaceAddress,
-              QString *error);
+    bool open(const QHostAddress &address, quint16 controlPort, const QHostAddress &interfaceAddress, QString *error);
     void close();
     bool isOpen() const { return m_sender != nullptr; }
     QHostAddress address() const { return m_address; }

@@ -85,7 +85,7 @@ QJsonObject SimFaults::toJson() const
 
 bool SimFaults::operator==(const SimFaults &o) const
 {
-    return lossPercent == o.lossPercent && delayMs == o.delayMs && malformedPercent == o.malformedPercent
-           && oversizePercent == o.oversizePercent && refuse == o.refuse && hot == o.hot && silent == o.silent
-           && goneAfterS == o.goneAfterS;
+    return lossPercent == o.lossPercent && delayMs == o.delayMs && malformedPercent == o.malformedPercent &&
+           oversizePercent == o.oversizePercent && refuse == o.refuse && hot == o.hot && silent == o.silent &&
+           goneAfterS == o.goneAfterS;
 }

@@ -10,14 +10,14 @@
 /// member by member.
 struct SimFaults
 {
-    int lossPercent = 0;      ///< replies dropped at random
-    int delayMs = 0;          ///< every reply held back this long
-    int malformedPercent = 0; ///< replies cut short, and garbage now and then on the announcement group
-    int oversizePercent = 0;  ///< replies padded to 1500 bytes or more
+    int lossPercent = 0;           ///< replies dropped at random
+    int delayMs = 0;               ///< every reply held back this long
+    int malformedPercent = 0;      ///< replies cut short, and garbage now and then on the announcement group
+    int oversizePercent = 0;       ///< replies padded to 1500 bytes or more
     QMap<QString, QString> refuse; ///< ops -> reason given instead of doing it
-    QString hot;              ///< "" normal, "warn" 80.5-85.0 °C, "error" 86 °C and above
-    bool silent = false;      ///< answers nothing but keeps announcing
-    int goneAfterS = -1;      ///< stops announcing and answering this many seconds after start
+    QString hot;                   ///< "" normal, "warn" 80.5-85.0 °C, "error" 86 °C and above
+    bool silent = false;           ///< answers nothing but keeps announcing
+    int goneAfterS = -1;           ///< stops announcing and answering this many seconds after start
 
     /// Reads the members present in \a obj over \a base; unknown members are
     /// reported through \a error.

@@ -41,8 +41,8 @@ bool SimNetwork::start(const SimScenario &scenario, QString *error)
         *error = problem;
         return false;
     }
-    if (m_config.baseAddress.protocol() != QAbstractSocket::IPv4Protocol
-        || m_config.interfaceAddress.protocol() != QAbstractSocket::IPv4Protocol) {
+    if (m_config.baseAddress.protocol() != QAbstractSocket::IPv4Protocol ||
+        m_config.interfaceAddress.protocol() != QAbstractSocket::IPv4Protocol) {
         *error = QStringLiteral("base and interface addresses must be IPv4");
         return false;
     }
@@ -60,8 +60,8 @@ bool SimNetwork::start(const SimScenario &scenario, QString *error)
     const quint32 base = m_config.baseAddress.toIPv4Address();
     for (int k = 0; k < scenario.devices.size(); ++k) {
         const SimDeviceProfile &profile = scenario.devices[k];
-        const QHostAddress address = profile.address.isEmpty() ? QHostAddress(base + quint32(k))
-                                                            : QHostAddress(profile.address);
+        const QHostAddress address =
+            profile.address.isEmpty() ? QHostAddress(base + quint32(k)) : QHostAddress(profile.address);
         auto *d = new SimDevice(profile, address, this);
         m_devices << d;
         m_byId.insert(profile.devId, d);
@@ -143,8 +143,8 @@ void SimNetwork::elect()
         if (!d->canLeadClock())
             continue;
         SimDevice *&b = best[d->ptpDomain()];
-        if (!b || d->ptpPriority() < b->ptpPriority()
-            || (d->ptpPriority() == b->ptpPriority() && d->clockId() < b->clockId()))
+        if (!b || d->ptpPriority() < b->ptpPriority() ||
+            (d->ptpPriority() == b->ptpPriority() && d->clockId() < b->clockId()))
             b = d;
     }
     for (auto it = best.begin(); it != best.end(); ++it) {

@@ -28,8 +28,7 @@ QByteArray SimSap::sdp(const Flow &f)
           << QStringLiteral("o=- %1 %2 IN IP4 %3").arg(f.sessionId).arg(f.sessionVersion).arg(src)
           << QStringLiteral("s=") + f.name
           // TTL 32 as AES67 senders write it; the devices send with that TTL.
-          << QStringLiteral("c=IN IP4 %1/32").arg(grp)
-          << QStringLiteral("t=0 0")
+          << QStringLiteral("c=IN IP4 %1/32").arg(grp) << QStringLiteral("t=0 0")
           << QStringLiteral("m=audio %1 RTP/AVP 98").arg(f.port)
           << QStringLiteral("i=%1 channels: %2").arg(channels).arg(f.channelNames.join(QStringLiteral(", ")))
           << QStringLiteral("a=rtpmap:98 L%1/%2/%3").arg(f.sampleByteNum * 8).arg(f.sampleRate).arg(channels)
@@ -38,8 +37,7 @@ QByteArray SimSap::sdp(const Flow &f)
           << QStringLiteral("a=ptime:") + ptimeText(f.packetTimeDiv)
           << QStringLiteral("a=ts-refclk:ptp=IEEE1588-2008:%1:%2").arg(f.gmClkId).arg(f.ptpDomain)
           << QStringLiteral("a=mediaclk:direct=%1").arg(f.rtpTsOffset)
-          << QStringLiteral("a=source-filter: incl IN IP4 %1 %2").arg(grp, src)
-          << QStringLiteral("a=recvonly");
+          << QStringLiteral("a=source-filter: incl IN IP4 %1 %2").arg(grp, src) << QStringLiteral("a=recvonly");
     return (lines.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n")).toUtf8();
 }
 

@@ -11,8 +11,8 @@ class SimSap
 public:
     struct Flow
     {
-        QString name;        ///< session name
-        quint32 source = 0;  ///< the sending device
+        QString name;       ///< session name
+        quint32 source = 0; ///< the sending device
         quint32 group = 0;
         int port = 5004;
         int sampleByteNum = 3;

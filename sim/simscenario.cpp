@@ -56,9 +56,9 @@ SimScenario SimScenario::defaultScenario()
 
     SimDeviceProfile box8 = device(1, QStringLiteral("Stage Box 8"), QStringLiteral("RK0808"), 8, 8, 8, 8);
     box8.ptpPriority = 100;
-    box8.phyChNamesRx = QStringList{QStringLiteral("Vox 1"), QStringLiteral("Vox 2"), QStringLiteral("Gtr"),
-                                    QStringLiteral("Bass"), QStringLiteral("Kick"), QStringLiteral("Snare"),
-                                    QStringLiteral("OH L"), QStringLiteral("OH R")};
+    box8.phyChNamesRx =
+        QStringList{QStringLiteral("Vox 1"), QStringLiteral("Vox 2"), QStringLiteral("Gtr"),  QStringLiteral("Bass"),
+                    QStringLiteral("Kick"),  QStringLiteral("Snare"), QStringLiteral("OH L"), QStringLiteral("OH R")};
     box8.silentInputs = {6, 7};
     box8.flows << SimDeviceProfile::Flow{QStringLiteral("Stage L-R"), {0, 1}, QStringLiteral("239.69.1.2"), 5004};
     s.devices << box8;
@@ -75,8 +75,8 @@ SimScenario SimScenario::defaultScenario()
     amp.ptpPriority = 250;
     amp.gpioNum = 4;
     amp.faults.hot = QStringLiteral("warn");
-    amp.phyChNamesTx = QStringList{QStringLiteral("Amp A"), QStringLiteral("Amp B"), QStringLiteral("Amp C"),
-                                   QStringLiteral("Amp D")};
+    amp.phyChNamesTx =
+        QStringList{QStringLiteral("Amp A"), QStringLiteral("Amp B"), QStringLiteral("Amp C"), QStringLiteral("Amp D")};
     s.devices << amp;
 
     // Priority 0 would win, but a virtual sound card never leads the clock.
@@ -95,7 +95,8 @@ SimScenario SimScenario::defaultScenario()
     panel.sampleRate = 96000;
     s.devices << panel;
 
-    SimDeviceProfile rack = device(7, QStringLiteral("Stage Rack 128"), QStringLiteral("RK0128-1616"), 128, 128, 16, 16);
+    SimDeviceProfile rack =
+        device(7, QStringLiteral("Stage Rack 128"), QStringLiteral("RK0128-1616"), 128, 128, 16, 16);
     rack.ucastNumRx = 32;
     rack.ucastNumTx = 32;
     rack.mcastNumRx = 16;
@@ -112,16 +113,12 @@ SimScenario SimScenario::generated(int count)
         SimDeviceProfile d;
         const QString n = QString::number(i + 1);
         switch (i % 8) {
-        case 1:
-            d = device(i, QStringLiteral("Box 2 #") + n, QStringLiteral("RK0202"), 2, 2, 2, 2);
-            break;
+        case 1: d = device(i, QStringLiteral("Box 2 #") + n, QStringLiteral("RK0202"), 2, 2, 2, 2); break;
         case 2:
             d = device(i, QStringLiteral("Matrix 16 #") + n, QStringLiteral("RK1616D"), 16, 16, 16, 16);
             d.dsp = true;
             break;
-        case 4:
-            d = device(i, QStringLiteral("Console 64 #") + n, QStringLiteral("RK6464"), 64, 64, 32, 32);
-            break;
+        case 4: d = device(i, QStringLiteral("Console 64 #") + n, QStringLiteral("RK6464"), 64, 64, 32, 32); break;
         case 5:
             d = device(i, QStringLiteral("Amp #") + n, QStringLiteral("RK7731"), 4, 0, 0, 4);
             d.port = 9991;
@@ -130,9 +127,7 @@ SimScenario SimScenario::generated(int count)
             d = device(i, QStringLiteral("Panel 4 #") + n, QStringLiteral("RK0404D"), 4, 4, 4, 4);
             d.dsp = true;
             break;
-        default:
-            d = device(i, QStringLiteral("Box 8 #") + n, QStringLiteral("RK0808"), 8, 8, 8, 8);
-            break;
+        default: d = device(i, QStringLiteral("Box 8 #") + n, QStringLiteral("RK0808"), 8, 8, 8, 8); break;
         }
         if (i == 0)
             d.ptpPriority = 100;

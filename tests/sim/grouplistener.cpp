@@ -23,11 +23,11 @@ GroupListener::GroupListener()
 {
     const QNetworkInterface lo = loopback();
     const auto mode = QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint;
-    m_ready = lo.isValid() && m_announce.bind(QHostAddress::AnyIPv4, 9996, mode)
-              && m_sap.bind(QHostAddress::AnyIPv4, 9875, mode)
-              && m_announce.joinMulticastGroup(QHostAddress(QStringLiteral("239.0.0.188")), lo)
-              && m_announce.joinMulticastGroup(QHostAddress(QStringLiteral("239.0.0.189")), lo)
-              && m_sap.joinMulticastGroup(QHostAddress(QStringLiteral("239.255.255.255")), lo);
+    m_ready = lo.isValid() && m_announce.bind(QHostAddress::AnyIPv4, 9996, mode) &&
+              m_sap.bind(QHostAddress::AnyIPv4, 9875, mode) &&
+              m_announce.joinMulticastGroup(QHostAddress(QStringLiteral("239.0.0.188")), lo) &&
+              m_announce.joinMulticastGroup(QHostAddress(QStringLiteral("239.0.0.189")), lo) &&
+              m_sap.joinMulticastGroup(QHostAddress(QStringLiteral("239.255.255.255")), lo);
 }
 
 void GroupListener::collect()
@@ -92,16 +92,16 @@ void GroupListener::listen(int ms)
 std::function<bool(const GroupListener::Heard &)> GroupListener::ops(const QString &ops, const QString &devId)
 {
     return [ops, devId](const Heard &h) {
-        return h.json.value(QLatin1String("ops")).toString() == ops
-               && (devId.isEmpty() || h.json.value(QLatin1String("devId")).toString() == devId);
+        return h.json.value(QLatin1String("ops")).toString() == ops &&
+               (devId.isEmpty() || h.json.value(QLatin1String("devId")).toString() == devId);
     };
 }
 
 std::function<bool(const GroupListener::Heard &)> GroupListener::event(const QString &event, const QString &devId)
 {
     return [event, devId](const Heard &h) {
-        return h.json.value(QLatin1String("event")).toString() == event
-               && (devId.isEmpty() || h.json.value(QLatin1String("devId")).toString() == devId);
+        return h.json.value(QLatin1String("event")).toString() == event &&
+               (devId.isEmpty() || h.json.value(QLatin1String("devId")).toString() == devId);
     };
 }
 

@@ -76,8 +76,8 @@ void TestSimAddress::broadcastSetIpMovesTheDevice()
     groups.clear();
     const auto moved = groups.waitFor(
         [](const GroupListener::Heard &h) {
-            return h.json.value("ops") == "iAmCorvane" && h.json.value("devId") == "SIM-0002"
-                   && h.json.value("ip") == "127.0.0.60";
+            return h.json.value("ops") == "iAmCorvane" && h.json.value("devId") == "SIM-0002" &&
+                   h.json.value("ip") == "127.0.0.60";
         },
         2000);
     QVERIFY2(!moved.json.isEmpty(), "no announcement from the new address");
@@ -89,8 +89,11 @@ void TestSimAddress::broadcastSetIpMovesTheDevice()
              QStringLiteral("succ"));
     QVERIFY(!m_peer->ask("127.0.0.3", 9994, R"({"ops":"getIp"})", &extra, 300));
     // Streams follow the device to its new address.
-    QCOMPARE(m_peer->request("127.0.0.2", 9990, R"({"ops":"setUcastRx","srcDevId":"SIM-0002","srcChId":"0","dstChId":"0"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+    QCOMPARE(
+        m_peer->request("127.0.0.2", 9990, R"({"ops":"setUcastRx","srcDevId":"SIM-0002","srcChId":"0","dstChId":"0"})")
+            .value("result")
+            .toString(),
+        QStringLiteral("succ"));
     const QJsonObject rtp = m_peer->request("127.0.0.2", 9990, R"({"ops":"getAllRtpCh","idStart":"0"})");
     QCOMPARE(rtp.value("arr").toArray().first().toObject().value("srcIp").toString(), QStringLiteral("127.0.0.60"));
 }
@@ -103,9 +106,9 @@ void TestSimAddress::setIpForSomeoneElseIsIgnored()
                          R"("gateway":"127.0.0.1","dns":"127.0.0.1"})",
                          &a, 300));
     // Without a devId nobody may take it: it would move every device at once.
-    QVERIFY(!m_peer->ask(broadcast, 9994,
-                         R"({"ops":"setIp","isFixedIp":"1","ip":"127.0.0.61/24","gateway":"127.0.0.1","dns":"127.0.0.1"})",
-                         &a, 300));
+    QVERIFY(!m_peer->ask(
+        broadcast, 9994,
+        R"({"ops":"setIp","isFixedIp":"1","ip":"127.0.0.61/24","gateway":"127.0.0.1","dns":"127.0.0.1"})", &a, 300));
     QCOMPARE(m_peer->request("127.0.0.3", 9994, R"({"ops":"getIp"})").value("ip").toString(),
              QStringLiteral("127.0.0.3/24"));
 }
@@ -122,8 +125,10 @@ void TestSimAddress::automaticAddress()
 void TestSimAddress::badAddressesAreRefused()
 {
     const QList<QByteArray> bad{
-        R"({"ops":"setIp","devId":"SIM-0001","isFixedIp":"1","ip":"127.0.0.70","gateway":"127.0.0.1","dns":"127.0.0.1"})",
-        R"({"ops":"setIp","devId":"SIM-0001","isFixedIp":"1","ip":"127.0.0.300/24","gateway":"127.0.0.1","dns":"127.0.0.1"})",
+        R"({"ops":"setIp","devId":"SIM-0001","isFixedIp":"1","ip":"127.0.0.70",)"
+        R"("gateway":"127.0.0.1","dns":"127.0.0.1"})",
+        R"({"ops":"setIp","devId":"SIM-0001","isFixedIp":"1","ip":"127.0.0.300/24",)"
+        R"("gateway":"127.0.0.1","dns":"127.0.0.1"})",
         R"({"ops":"setIp","devId":"SIM-0001","isFixedIp":"1","ip":"127.0.0.70/24","dns":"127.0.0.1"})",
         R"({"ops":"setIp","devId":"SIM-0001","isFixedIp":"2"})",
         R"({"ops":"setIp","devId":"SIM-0001"})",
@@ -152,8 +157,8 @@ void TestSimAddress::rebootFallsSilentThenReturns()
 {
     GroupListener groups;
     QVERIFY(groups.isReady());
-    QTRY_VERIFY(m_peer->request("127.0.0.3", 9994, R"({"ops":"getDebugInfo"})").value("uptime").toString().toDouble()
-                > 0.2);
+    QTRY_VERIFY(m_peer->request("127.0.0.3", 9994, R"({"ops":"getDebugInfo"})").value("uptime").toString().toDouble() >
+                0.2);
     QCOMPARE(m_peer->request("127.0.0.3", 9994, R"({"ops":"reboot","devId":"SIM-0002"})"),
              parse(R"({"ops":"reboot","devId":"SIM-0002","result":"succ"})"));
     // Silent: neither answers nor announcements for a while (the test network reboots in 400 ms).

@@ -83,8 +83,8 @@ void TestSimBinary::scenarioFileBaseAndFaultFlags()
     QVERIFY(groups.isReady());
     QProcess p;
     p.setProcessChannelMode(QProcess::MergedChannels);
-    p.start(m_sim, {"--scenario", file.fileName(), "--base", "127.0.0.20", "--silent", "B", "--refuse",
-                    "getVersion=busy"});
+    p.start(m_sim,
+            {"--scenario", file.fileName(), "--base", "127.0.0.20", "--silent", "B", "--refuse", "getVersion=busy"});
     QVERIFY(p.waitForStarted(5000));
     QVERIFY(!groups.waitFor(GroupListener::ops("iAmCorvane", "B"), 5000).json.isEmpty());
     QCOMPARE(groups.waitFor(GroupListener::ops("iAmCorvane", "A"), 5000).from, QHostAddress("127.0.0.20"));

@@ -9,7 +9,7 @@
 
 namespace {
 
-const QString leaderId = QStringLiteral("00-1D-C1-FF-FE-00-00-02"); // SIM-0002, priority 100
+const QString leaderId = QStringLiteral("00-1D-C1-FF-FE-00-00-02");  // SIM-0002, priority 100
 const QString consoleId = QStringLiteral("00-1D-C1-FF-FE-00-00-03"); // SIM-0003, priority 100 too
 
 } // namespace
@@ -78,15 +78,15 @@ void TestSimClock::followersSettleThenLock()
     // Settling first (1), then locked (2): both seen from the 2x2 within the bounded wait.
     const auto settling = m_groups->waitFor(
         [](const GroupListener::Heard &h) {
-            return h.json.value("devId") == "SIM-0001" && h.json.value("event") == "masterOffset"
-                   && h.json.value("state") == "1";
+            return h.json.value("devId") == "SIM-0001" && h.json.value("event") == "masterOffset" &&
+                   h.json.value("state") == "1";
         },
         2000);
     QVERIFY2(!settling.json.isEmpty(), "no settling state from SIM-0001");
     const auto locked = m_groups->waitFor(
         [](const GroupListener::Heard &h) {
-            return h.json.value("devId") == "SIM-0001" && h.json.value("event") == "masterOffset"
-                   && h.json.value("state") == "2";
+            return h.json.value("devId") == "SIM-0001" && h.json.value("event") == "masterOffset" &&
+                   h.json.value("state") == "2";
         },
         3000);
     QVERIFY2(!locked.json.isEmpty(), "SIM-0001 never locked");
@@ -104,7 +104,9 @@ void TestSimClock::priorityChangeMovesTheLead()
 {
     QTRY_COMPARE_WITH_TIMEOUT(nextAnnouncement("SIM-0001").value("gmClkId").toString(), leaderId, 3000);
     QCOMPARE(m_peer->request("127.0.0.4", 9994, R"({"ops":"setPtpPriority","devId":"SIM-0003","val":"99"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
     QTRY_COMPARE_WITH_TIMEOUT(nextAnnouncement("SIM-0001").value("gmClkId").toString(), consoleId, 3000);
     QCOMPARE(nextAnnouncement("SIM-0002").value("gmClkId").toString(), consoleId);
     // The old leader now follows and settles anew.

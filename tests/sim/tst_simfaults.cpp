@@ -14,8 +14,8 @@ SimScenario pair(const char *faultsOfA)
 {
     SimScenario s;
     QString error;
-    const QByteArray json = QByteArray(R"({"devices":[{"devId":"A","name":"A","model":"RK7731","faults":)") + faultsOfA
-                            + R"(},{"devId":"B","name":"B","model":"RK0808"}]})";
+    const QByteArray json = QByteArray(R"({"devices":[{"devId":"A","name":"A","model":"RK7731","faults":)") +
+                            faultsOfA + R"(},{"devId":"B","name":"B","model":"RK0808"}]})";
     if (!SimScenario::fromJson(json, &s, &error))
         qWarning("bad scenario: %s", qPrintable(error));
     return s;
@@ -81,9 +81,12 @@ void TestSimFaults::refusalWithTheGivenReason()
     QCOMPARE(m_peer.request("127.0.0.2", 9990, R"({"ops":"setDevName","name":"X"})"),
              QJsonDocument::fromJson(R"({"ops":"setDevName","devId":"A","result":"fail","reason":"busy"})").object());
     QCOMPARE(m_peer.request("127.0.0.2", 9990, R"({"ops":"setUcastRx","srcDevId":"B","srcChId":"0","dstChId":"0"})")
-                 .value("reason").toString(), QStringLiteral("no free sdpId"));
-    QCOMPARE(m_peer.request("127.0.0.2", 9990, R"({"ops":"setChNameRx","chId":"0","name":"X"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("reason")
+                 .toString(),
+             QStringLiteral("no free sdpId"));
+    QCOMPARE(
+        m_peer.request("127.0.0.2", 9990, R"({"ops":"setChNameRx","chId":"0","name":"X"})").value("result").toString(),
+        QStringLiteral("succ"));
     QCOMPARE(m_peer.request("127.0.0.3", 9990, R"({"ops":"setDevName","name":"X"})").value("result").toString(),
              QStringLiteral("succ"));
 }

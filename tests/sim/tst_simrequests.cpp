@@ -13,12 +13,12 @@
 namespace {
 
 // Addresses of the default scenario: device k at 127.0.0.(2 + k).
-const QString box2 = QStringLiteral("127.0.0.2");   // SIM-0001 RK0202, firmware 3.1.4.5
-const QString box8 = QStringLiteral("127.0.0.3");   // SIM-0002 RK0808, inputs 7 and 8 silent
+const QString box2 = QStringLiteral("127.0.0.2");    // SIM-0001 RK0202, firmware 3.1.4.5
+const QString box8 = QStringLiteral("127.0.0.3");    // SIM-0002 RK0808, inputs 7 and 8 silent
 const QString console = QStringLiteral("127.0.0.4"); // SIM-0003 RK6464
-const QString amp = QStringLiteral("127.0.0.5");    // SIM-0004 RK7731 on port 9991, runs hot
-const QString panel = QStringLiteral("127.0.0.8");  // SIM-0007 RK0404D at 96 kHz
-const QString rack = QStringLiteral("127.0.0.9");   // SIM-0008 RK0128-1616, 128x128
+const QString amp = QStringLiteral("127.0.0.5");     // SIM-0004 RK7731 on port 9991, runs hot
+const QString panel = QStringLiteral("127.0.0.8");   // SIM-0007 RK0404D at 96 kHz
+const QString rack = QStringLiteral("127.0.0.9");    // SIM-0008 RK0128-1616, 128x128
 
 QJsonObject parse(const char *json)
 {
@@ -62,6 +62,7 @@ private slots:
     void oemCustomTextAndIdentify();
     void statisticsOfFreeSlots();
     void factoryQuery();
+    void identifyKeyAsksForABlink();
 
 private:
     std::unique_ptr<SimNetwork> m_net;
@@ -90,9 +91,10 @@ void TestSimRequests::announcementCarriesEveryMemberAsText()
     QVERIFY2(!h.json.isEmpty(), "no announcement of SIM-0002 on 239.0.0.188:9996");
     QCOMPARE(h.from, QHostAddress(box8));
     QStringList keys = h.json.keys();
-    QStringList expected{"ops", "devId", "name", "ip", "port", "chNumRx", "chNumTx", "ucastNumRx", "ucastNumTx",
-                         "mcastNumRx", "mcastNumTx", "sampleRate", "sampleByteNum", "pFrameNum", "dscp", "delayUs",
-                         "myClkId", "gmClkId", "model", "phyChNumRx", "phyChNumTx", "canWork"};
+    QStringList expected{"ops",           "devId",      "name",       "ip",         "port",       "chNumRx",
+                         "chNumTx",       "ucastNumRx", "ucastNumTx", "mcastNumRx", "mcastNumTx", "sampleRate",
+                         "sampleByteNum", "pFrameNum",  "dscp",       "delayUs",    "myClkId",    "gmClkId",
+                         "model",         "phyChNumRx", "phyChNumTx", "canWork"};
     keys.sort();
     expected.sort();
     QCOMPARE(keys, expected);
@@ -128,8 +130,9 @@ void TestSimRequests::answersComeFromThePortAsked_data()
     QTest::newRow("getCfg on 9993") << box8 << 9993 << QByteArray(R"({"ops":"getCfg"})");
     QTest::newRow("uart on 7999") << box8 << 7999 << QByteArray(R"({"ops":"sendUdpToUart","data":"x"})");
     QTest::newRow("lock on 9995") << box8 << 9995 << QByteArray(R"({"ops":"setLock","password":"123456","val":"0x0"})");
-    QTest::newRow("dsp lock on 8999")
-        << box8 << 8999 << QByteArray(R"({"ops":"setLock","uiTag":"dspUiTag","password":"123456","val":"0x0"})");
+    QTest::newRow("dsp lock on 8999") << box8 << 8999
+                                      << QByteArray(
+                                             R"({"ops":"setLock","uiTag":"dspUiTag","password":"123456","val":"0x0"})");
     QTest::newRow("getLock on the amplifier's port 9991") << amp << 9991 << QByteArray(R"({"ops":"getLock"})");
     QTest::newRow("amplifier status on 9991") << amp << 9991 << QByteArray(R"({"ops":"getTarnAmpInfo"})");
 }
@@ -144,8 +147,7 @@ void TestSimRequests::answersComeFromThePortAsked()
     QCOMPARE(a.from, QHostAddress(address));
     QCOMPARE(int(a.fromPort), port);
     QVERIFY2(a.json.value("result").toString() == "succ", a.bytes.constData());
-    QCOMPARE(a.json.value("ops").toString(),
-             QJsonDocument::fromJson(request).object().value("ops").toString());
+    QCOMPARE(a.json.value("ops").toString(), QJsonDocument::fromJson(request).object().value("ops").toString());
     QVERIFY(!a.json.value("devId").toString().isEmpty());
     QVERIFY(a.bytes.size() < 1400);
 }
@@ -218,15 +220,24 @@ void TestSimRequests::settingsShowInTheNextAnnouncement()
     QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setDevName","devId":"SIM-0002","name":"FOH Left"})"),
              parse(R"({"ops":"setDevName","devId":"SIM-0002","result":"succ"})"));
     QCOMPARE(m_peer->request(box8, 9994, R"({"ops":"setSampleRate","devId":"SIM-0002","sampleRate":"96000"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
     QCOMPARE(m_peer->request(box8, 9994, R"({"ops":"setPacketTimeDiv","devId":"SIM-0002","packetTimeDiv":"4"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
     QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setDelayUs","devId":"SIM-0002","delayUs":"1000"})")
-                 .value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setDscp","devId":"SIM-0002","dscp":"46"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
+    QCOMPARE(
+        m_peer->request(box8, 9990, R"({"ops":"setDscp","devId":"SIM-0002","dscp":"46"})").value("result").toString(),
+        QStringLiteral("succ"));
     QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setSampleByteNum","devId":"SIM-0002","sampleByteNum":"2"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
     l.clear();
     const GroupListener::Heard h = l.waitFor(GroupListener::ops("iAmCorvane", "SIM-0002"), 3000);
     QCOMPARE(h.json.value("name").toString(), QStringLiteral("FOH Left"));
@@ -245,12 +256,15 @@ void TestSimRequests::settingsShowInTheNextAnnouncement()
              QStringLiteral("bad param"));
 
     // Channel names land in their tables.
-    QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setChNameRx","chId":"1","name":"Vox 2 in"})")
-                 .value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setPhyChNameTx","chId":"7","name":"Wedge"})")
-                 .value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setChNameTx","chId":"8","name":"Nope"})")
-                 .value("reason").toString(), QStringLiteral("bad param"));
+    QCOMPARE(
+        m_peer->request(box8, 9990, R"({"ops":"setChNameRx","chId":"1","name":"Vox 2 in"})").value("result").toString(),
+        QStringLiteral("succ"));
+    QCOMPARE(
+        m_peer->request(box8, 9990, R"({"ops":"setPhyChNameTx","chId":"7","name":"Wedge"})").value("result").toString(),
+        QStringLiteral("succ"));
+    QCOMPARE(
+        m_peer->request(box8, 9990, R"({"ops":"setChNameTx","chId":"8","name":"Nope"})").value("reason").toString(),
+        QStringLiteral("bad param"));
     QJsonObject names = m_peer->request(box8, 9990, R"({"ops":"getAllChNameRx","idStart":"1"})");
     QCOMPARE(names.value("arr").toArray().first().toObject(), parse(R"({"id":"1","name":"Vox 2 in"})"));
     names = m_peer->request(box8, 9990, R"({"ops":"getAllPhyChNameTx","idStart":"7"})");
@@ -305,8 +319,8 @@ void TestSimRequests::versionAndDebugInfo()
 
     // Uptime counts on.
     const double first = d.value("uptime").toString().toDouble();
-    QTRY_VERIFY(m_peer->request(box2, 9994, R"({"ops":"getDebugInfo"})").value("uptime").toString().toDouble()
-                > first + 0.1);
+    QTRY_VERIFY(m_peer->request(box2, 9994, R"({"ops":"getDebugInfo"})").value("uptime").toString().toDouble() >
+                first + 0.1);
 }
 
 void TestSimRequests::freshTablesAsWritten()
@@ -314,10 +328,11 @@ void TestSimRequests::freshTablesAsWritten()
     QCOMPARE(m_peer->request(box2, 9990, R"({"ops":"getAllRxCh","idStart":"0"})"),
              parse(R"({"ops":"getAllRxCh","devId":"SIM-0001","result":"succ","idStart":"0","idNext":2,)"
                    R"("arr":[{"id":"0","rtpChId":"-1"},{"id":"1","rtpChId":"-1"}]})"));
-    QCOMPARE(m_peer->request(box2, 9990, R"({"ops":"getAllUcastTx","idStart":"1"})"),
-             parse(R"({"ops":"getAllUcastTx","devId":"SIM-0001","result":"succ","idStart":"1","idNext":2,)"
-                   R"("arr":[{"id":"1","dstDevId":"","dstIp":"0.0.0.0","chNum":"0","srcChIdArr":["4294967295",)"
-                   R"("4294967295","4294967295","4294967295","4294967295","4294967295","4294967295","4294967295"]}]})"));
+    QCOMPARE(
+        m_peer->request(box2, 9990, R"({"ops":"getAllUcastTx","idStart":"1"})"),
+        parse(R"({"ops":"getAllUcastTx","devId":"SIM-0001","result":"succ","idStart":"1","idNext":2,)"
+              R"("arr":[{"id":"1","dstDevId":"","dstIp":"0.0.0.0","chNum":"0","srcChIdArr":["4294967295",)"
+              R"("4294967295","4294967295","4294967295","4294967295","4294967295","4294967295","4294967295"]}]})"));
     QCOMPARE(m_peer->request(box2, 9990, R"({"ops":"getAllUcastRx","idStart":"0"})").value("arr").toArray().first(),
              QJsonValue(parse(R"({"id":"0","srcDevId":"","srcIp":"0.0.0.0","chNum":"0","rtpChIdArr":[]})")));
     QCOMPARE(m_peer->request(box2, 9990, R"({"ops":"getAllActiveMcastId","idStart":"0"})"),
@@ -401,8 +416,8 @@ void TestSimRequests::pagedTablesWalkToTheEnd()
 void TestSimRequests::levelsMoveAndSilenceIsMinusInf()
 {
     const QRegularExpression level("^-?\\d+\\.\\d$");
-    const QJsonArray in = m_peer->request(box8, 9990, R"({"ops":"getAllPhyVolumeDbRx","idStart":"0"})")
-                              .value("arr").toArray();
+    const QJsonArray in =
+        m_peer->request(box8, 9990, R"({"ops":"getAllPhyVolumeDbRx","idStart":"0"})").value("arr").toArray();
     QCOMPARE(in.size(), 8);
     for (int i = 0; i < 6; ++i) {
         const QString v = in[i].toString();
@@ -412,31 +427,34 @@ void TestSimRequests::levelsMoveAndSilenceIsMinusInf()
     QCOMPARE(in[6].toString(), QStringLiteral("-inf"));
     QCOMPARE(in[7].toString(), QStringLiteral("-inf"));
     // Nothing is routed to the 8x8: its network inputs are silent.
-    const QJsonArray net = m_peer->request(box8, 9990, R"({"ops":"getAllVolumeDbRx","idStart":"0"})")
-                               .value("arr").toArray();
+    const QJsonArray net =
+        m_peer->request(box8, 9990, R"({"ops":"getAllVolumeDbRx","idStart":"0"})").value("arr").toArray();
     QCOMPARE(net, QJsonArray({"-inf", "-inf", "-inf", "-inf", "-inf", "-inf", "-inf", "-inf"}));
     // Levels move.
-    QTRY_VERIFY_WITH_TIMEOUT(m_peer->request(box8, 9990, R"({"ops":"getAllPhyVolumeDbRx","idStart":"0"})")
-                                     .value("arr").toArray() != in, 3000);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        m_peer->request(box8, 9990, R"({"ops":"getAllPhyVolumeDbRx","idStart":"0"})").value("arr").toArray() != in,
+        3000);
 }
 
 void TestSimRequests::gainAndMute()
 {
-    QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setPhyGainDbRx","chId":"0","val":"-6.0"})")
-                 .value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setPhyMuteRx","chId":"1","val":"1"})")
-                 .value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setPhyGainDbTx","chId":"8","val":"0.0"})")
-                 .value("reason").toString(), QStringLiteral("bad param"));
-    const QJsonArray gains = m_peer->request(box8, 9990, R"({"ops":"getAllPhyGainDbRx","idStart":"0"})")
-                                 .value("arr").toArray();
+    QCOMPARE(
+        m_peer->request(box8, 9990, R"({"ops":"setPhyGainDbRx","chId":"0","val":"-6.0"})").value("result").toString(),
+        QStringLiteral("succ"));
+    QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setPhyMuteRx","chId":"1","val":"1"})").value("result").toString(),
+             QStringLiteral("succ"));
+    QCOMPARE(
+        m_peer->request(box8, 9990, R"({"ops":"setPhyGainDbTx","chId":"8","val":"0.0"})").value("reason").toString(),
+        QStringLiteral("bad param"));
+    const QJsonArray gains =
+        m_peer->request(box8, 9990, R"({"ops":"getAllPhyGainDbRx","idStart":"0"})").value("arr").toArray();
     QCOMPARE(gains.first().toString(), QStringLiteral("-6.0"));
     QCOMPARE(gains.at(1).toString(), QStringLiteral("0.0"));
-    const QJsonArray mutes = m_peer->request(box8, 9990, R"({"ops":"getAllPhyMuteRx","idStart":"0"})")
-                                 .value("arr").toArray();
+    const QJsonArray mutes =
+        m_peer->request(box8, 9990, R"({"ops":"getAllPhyMuteRx","idStart":"0"})").value("arr").toArray();
     QCOMPARE(mutes, QJsonArray({"0", "1", "0", "0", "0", "0", "0", "0"}));
-    const QJsonArray levels = m_peer->request(box8, 9990, R"({"ops":"getAllPhyVolumeDbRx","idStart":"0"})")
-                                  .value("arr").toArray();
+    const QJsonArray levels =
+        m_peer->request(box8, 9990, R"({"ops":"getAllPhyVolumeDbRx","idStart":"0"})").value("arr").toArray();
     QCOMPARE(levels.at(1).toString(), QStringLiteral("-inf"));
 }
 
@@ -472,7 +490,9 @@ void TestSimRequests::amplifierAndGpio()
                          parse(R"({"index":"2","dir":"in","isHigh":"0"})"),
                          parse(R"({"index":"3","dir":"out","isHigh":"0"})")}));
     QCOMPARE(m_peer->request(amp, 9992, R"({"ops":"setGpioInfo","index":"2","gpioInfo":{"dir":"out","isHigh":"1"}})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
     QCOMPARE(m_peer->request(amp, 9992, R"({"ops":"getGpioInfo"})").value("arr").toArray().at(2).toObject(),
              parse(R"({"index":"2","dir":"out","isHigh":"1"})"));
     QCOMPARE(m_peer->request(amp, 9992, R"({"ops":"testGpio","index":"3","isHigh":"1"})").value("isHigh").toString(),
@@ -511,7 +531,8 @@ void TestSimRequests::oemCustomTextAndIdentify()
              QStringLiteral("3"));
     QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"setCustomStr","str":"Rack 3"})").value("result").toString(),
              QStringLiteral("succ"));
-    QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"getCustomStr"})").value("str").toString(), QStringLiteral("Rack 3"));
+    QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"getCustomStr"})").value("str").toString(),
+             QStringLiteral("Rack 3"));
     QCOMPARE(m_peer->request(box8, 9990, R"({"ops":"identify","devId":"SIM-0002","seconds":"5"})"),
              parse(R"({"ops":"identify","devId":"SIM-0002","result":"succ"})"));
 }
@@ -538,6 +559,21 @@ void TestSimRequests::factoryQuery()
     QCOMPARE(a.from, QHostAddress(box8));
     QCOMPARE(a.fromPort, quint16(9994));
     QVERIFY(!m_peer->ask(box8, 9990, "AreYouCorvaneLink?", &a, 300));
+}
+
+void TestSimRequests::identifyKeyAsksForABlink()
+{
+    m_net.reset();
+    SimScenario s;
+    QString error;
+    QVERIFY(SimScenario::fromJson(R"({"devices":[{"devId":"B","name":"B","model":"RK0808","blinkEveryS":1}]})", &s,
+                                  &error));
+    m_net = startNetwork(s);
+    GroupListener l;
+    QVERIFY(l.isReady());
+    const GroupListener::Heard h = l.waitFor(GroupListener::ops("devReqGuiBlink"), 3000);
+    QCOMPARE(h.json, QJsonDocument::fromJson(R"({"ops":"devReqGuiBlink","devId":"B"})").object());
+    QCOMPARE(h.from, QHostAddress("127.0.0.2"));
 }
 
 QTEST_GUILESS_MAIN(TestSimRequests)

@@ -15,7 +15,6 @@ const QString box2 = QStringLiteral("127.0.0.2");    // SIM-0001 2x2, two stream
 const QString box8 = QStringLiteral("127.0.0.3");    // SIM-0002 8x8
 const QString console = QStringLiteral("127.0.0.4"); // SIM-0003 64x64, flow "Mix Bus" in slot 0
 const QString matrix = QStringLiteral("127.0.0.7");  // SIM-0006 16x16
-const QString panel = QStringLiteral("127.0.0.8");   // SIM-0007 4x4 at 96 kHz
 const QByteArray eightEmpty = R"("4294967295","4294967295","4294967295","4294967295","4294967295","4294967295",)"
                               R"("4294967295","4294967295")";
 
@@ -96,8 +95,9 @@ void TestSimRouting::unicastRouteMadeExtendedAndCleared()
     QCOMPARE(item(box8, "getAllRtpCh", 3),
              QJsonValue(parse(R"({"id":"3","active":"1","srcDevId":"SIM-0001","name":"Stage Box 2","srcChId":"0",)"
                               R"("srcIp":"127.0.0.2","dstIp":"127.0.0.3","dstPort":"5004"})")));
-    QCOMPARE(item(box8, "getAllUcastRx", 0),
-             QJsonValue(parse(R"({"id":"0","srcDevId":"SIM-0001","srcIp":"127.0.0.2","chNum":"1","rtpChIdArr":["3"]})")));
+    QCOMPARE(
+        item(box8, "getAllUcastRx", 0),
+        QJsonValue(parse(R"({"id":"0","srcDevId":"SIM-0001","srcIp":"127.0.0.2","chNum":"1","rtpChIdArr":["3"]})")));
     QCOMPARE(item(box2, "getAllUcastTx", 0),
              QJsonValue(parse(R"({"id":"0","dstDevId":"SIM-0002","dstIp":"127.0.0.3","chNum":"1","srcChIdArr":["0",)"
                               R"("4294967295","4294967295","4294967295","4294967295","4294967295","4294967295",)"
@@ -110,10 +110,12 @@ void TestSimRouting::unicastRouteMadeExtendedAndCleared()
 
     // A second channel from the same transmitter rides the same stream.
     QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0001","srcChId":"1","dstChId":"4"})")
-                 .value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(item(box2, "getAllUcastTx", 0).toObject().value("srcChIdArr").toArray(),
-             QJsonArray({"0", "1", "4294967295", "4294967295", "4294967295", "4294967295", "4294967295",
-                         "4294967295"}));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
+    QCOMPARE(
+        item(box2, "getAllUcastTx", 0).toObject().value("srcChIdArr").toArray(),
+        QJsonArray({"0", "1", "4294967295", "4294967295", "4294967295", "4294967295", "4294967295", "4294967295"}));
     QCOMPARE(item(box2, "getAllUcastTx", 0).toObject().value("chNum").toString(), QStringLiteral("2"));
     QCOMPARE(item(box2, "getAllUcastTx", 1).toObject().value("dstIp").toString(), QStringLiteral("0.0.0.0"));
     QCOMPARE(item(box8, "getAllUcastRx", 0).toObject().value("rtpChIdArr").toArray(), QJsonArray({"3", "4"}));
@@ -128,8 +130,8 @@ void TestSimRouting::unicastRouteMadeExtendedAndCleared()
              QStringLiteral("1"));
     QCOMPARE(ask(box8, R"({"ops":"clrRxCh","dstChId":"4"})").value("result").toString(), QStringLiteral("succ"));
     QCOMPARE(item(box2, "getAllUcastTx", 0),
-             QJsonValue(parse(R"({"id":"0","dstDevId":"","dstIp":"0.0.0.0","chNum":"0","srcChIdArr":[)" + eightEmpty
-                              + "]}")));
+             QJsonValue(
+                 parse(R"({"id":"0","dstDevId":"","dstIp":"0.0.0.0","chNum":"0","srcChIdArr":[)" + eightEmpty + "]}")));
     QCOMPARE(item(box8, "getAllUcastRx", 0),
              QJsonValue(parse(R"({"id":"0","srcDevId":"","srcIp":"0.0.0.0","chNum":"0","rtpChIdArr":[]})")));
     QCOMPARE(item(box8, "getAllRtpCh", 4).toObject().value("srcIp").toString(), QStringLiteral("0.0.0.0"));
@@ -137,27 +139,39 @@ void TestSimRouting::unicastRouteMadeExtendedAndCleared()
 
     // Bad requests change nothing.
     QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0001","srcChId":"2","dstChId":"0"})")
-                 .value("reason").toString(), QStringLiteral("bad param"));
+                 .value("reason")
+                 .toString(),
+             QStringLiteral("bad param"));
     QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0001","srcChId":"0","dstChId":"8"})")
-                 .value("reason").toString(), QStringLiteral("bad param"));
-    QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"NOBODY","srcChId":"0","dstChId":"0"})")
-                 .value("reason").toString(), QStringLiteral("bad param"));
+                 .value("reason")
+                 .toString(),
+             QStringLiteral("bad param"));
+    QCOMPARE(
+        ask(box8, R"({"ops":"setUcastRx","srcDevId":"NOBODY","srcChId":"0","dstChId":"0"})").value("reason").toString(),
+        QStringLiteral("bad param"));
 }
 
 void TestSimRouting::transmitterStreamSlotsRunOut()
 {
     // The 2x2 has two transmit streams: one to each of two receivers, no third.
     QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0001","srcChId":"0","dstChId":"0"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
     QCOMPARE(ask(console, R"({"ops":"setUcastRx","srcDevId":"SIM-0001","srcChId":"0","dstChId":"0"})")
-                 .value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(ask(matrix, R"({"ops":"setUcastRx","devId":"SIM-0006","srcDevId":"SIM-0001","srcChId":"1","dstChId":"0"})"),
-             parse(R"({"ops":"setUcastRx","devId":"SIM-0006","result":"fail","reason":"no free sdpId"})"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
+    QCOMPARE(
+        ask(matrix, R"({"ops":"setUcastRx","devId":"SIM-0006","srcDevId":"SIM-0001","srcChId":"1","dstChId":"0"})"),
+        parse(R"({"ops":"setUcastRx","devId":"SIM-0006","result":"fail","reason":"no free sdpId"})"));
     QCOMPARE(item(matrix, "getAllRxCh", 0), QJsonValue(parse(R"({"id":"0","rtpChId":"-1"})")));
     QCOMPARE(item(matrix, "getAllUcastRx", 0).toObject().value("srcIp").toString(), QStringLiteral("0.0.0.0"));
     // More channels to a receiver that already has a stream still fit.
     QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0001","srcChId":"1","dstChId":"1"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
 }
 
 void TestSimRouting::receiverStreamSlotsRunOut()
@@ -166,12 +180,13 @@ void TestSimRouting::receiverStreamSlotsRunOut()
     m_net.reset();
     SimScenario s;
     QString error;
-    QVERIFY2(SimScenario::fromJson(R"({"devices":[{"devId":"R","name":"R","model":"RK0404","chNumRx":4,"chNumTx":4,)"
-                                   R"("ucastNumRx":2},{"devId":"T1","name":"T1","model":"RK0202","chNumRx":2,"chNumTx":2},)"
-                                   R"({"devId":"T2","name":"T2","model":"RK0202","chNumRx":2,"chNumTx":2},)"
-                                   R"({"devId":"T3","name":"T3","model":"RK0202","chNumRx":2,"chNumTx":2}]})",
-                                   &s, &error),
-             qPrintable(error));
+    QVERIFY2(
+        SimScenario::fromJson(R"({"devices":[{"devId":"R","name":"R","model":"RK0404","chNumRx":4,"chNumTx":4,)"
+                              R"("ucastNumRx":2},{"devId":"T1","name":"T1","model":"RK0202","chNumRx":2,"chNumTx":2},)"
+                              R"({"devId":"T2","name":"T2","model":"RK0202","chNumRx":2,"chNumTx":2},)"
+                              R"({"devId":"T3","name":"T3","model":"RK0202","chNumRx":2,"chNumTx":2}]})",
+                              &s, &error),
+        qPrintable(error));
     m_net = startNetwork(s);
     const QString r = QStringLiteral("127.0.0.2");
     QCOMPARE(ask(r, R"({"ops":"setUcastRx","srcDevId":"T1","srcChId":"0","dstChId":"0"})").value("result").toString(),
@@ -193,9 +208,13 @@ void TestSimRouting::receiverStreamSlotsRunOut()
 void TestSimRouting::rerouteReplacesTheOldSource()
 {
     QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0001","srcChId":"0","dstChId":"2"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
     QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0003","srcChId":"9","dstChId":"2"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
     QCOMPARE(item(box8, "getAllRtpCh", 2).toObject().value("srcDevId").toString(), QStringLiteral("SIM-0003"));
     QCOMPARE(item(box8, "getAllRtpCh", 2).toObject().value("srcChId").toString(), QStringLiteral("9"));
     QCOMPARE(item(box2, "getAllUcastTx", 0).toObject().value("dstIp").toString(), QStringLiteral("0.0.0.0"));
@@ -203,7 +222,9 @@ void TestSimRouting::rerouteReplacesTheOldSource()
              QStringLiteral("9"));
     // Asking for the route it already has changes nothing and succeeds.
     QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0003","srcChId":"9","dstChId":"2"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
     QCOMPARE(item(console, "getAllUcastTx", 0).toObject().value("chNum").toString(), QStringLiteral("1"));
 }
 
@@ -211,8 +232,9 @@ void TestSimRouting::flowCreatedAnnouncedSubscribedRemoved()
 {
     m_groups->clear();
     const QJsonObject created = ask(
-        console, R"({"ops":"setMcastTx","devId":"SIM-0003","name":"Drums","srcChIdArr":["2","3"],"sdp":{"rtpTsOffset":"0",)"
-                 R"("sampleByteNum":"3","chNum":"2","srcIp":"127.0.0.4","ssrc":"0","dstIp":"239.69.12.34","dstPort":"5004"}})");
+        console,
+        R"({"ops":"setMcastTx","devId":"SIM-0003","name":"Drums","srcChIdArr":["2","3"],"sdp":{"rtpTsOffset":"0",)"
+        R"("sampleByteNum":"3","chNum":"2","srcIp":"127.0.0.4","ssrc":"0","dstIp":"239.69.12.34","dstPort":"5004"}})");
     // Slot 0 holds the scenario's "Mix Bus".
     QCOMPARE(created, parse(R"({"ops":"setMcastTx","devId":"SIM-0003","result":"succ","sdpId":"1",)"
                             R"("dstIp":"239.69.12.34","dstPort":"5004"})"));
@@ -299,7 +321,9 @@ void TestSimRouting::flowSlotsRunOutAndBadFlowsAreRefused()
     // Eight channels are fine.
     QCOMPARE(ask(console, R"({"ops":"setMcastTx","name":"Eight","srcChIdArr":["0","1","2","3","4","5","6","7"],)"
                           R"("sdp":{"dstIp":"239.255.255.250","dstPort":"5006"}})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
 }
 
 void TestSimRouting::subscriptionSlotsRunOut()
@@ -314,11 +338,12 @@ void TestSimRouting::subscriptionSlotsRunOut()
     m_net = startNetwork(s);
     const QString r = QStringLiteral("127.0.0.2");
     auto subscribe = [&](const char *group, int dst) {
-        return ask(r, QStringLiteral(R"({"ops":"setMcastRx","sdp":{"srcIp":"127.0.0.40","dstIp":"%1","dstPort":"5004",)"
-                                     R"("chNum":"2","sampleByteNum":"3","rtpTsOffset":"0"},"srcChId":"0","dstChId":"%2"})")
-                          .arg(group)
-                          .arg(dst)
-                          .toUtf8());
+        return ask(r,
+                   QStringLiteral(R"({"ops":"setMcastRx","sdp":{"srcIp":"127.0.0.40","dstIp":"%1","dstPort":"5004",)"
+                                  R"("chNum":"2","sampleByteNum":"3","rtpTsOffset":"0"},"srcChId":"0","dstChId":"%2"})")
+                       .arg(group)
+                       .arg(dst)
+                       .toUtf8());
     };
     QCOMPARE(subscribe("239.69.50.1", 0).value("result").toString(), QStringLiteral("succ"));
     QCOMPARE(subscribe("239.69.50.2", 1).value("result").toString(), QStringLiteral("succ"));
@@ -339,14 +364,15 @@ void TestSimRouting::sampleRateMismatchCarriesNoAudio()
 {
     // The 96 kHz panel to a 48 kHz receiver: the route is made, the stream stays silent.
     QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0007","srcChId":"0","dstChId":"0"})")
-                 .value("result").toString(), QStringLiteral("succ"));
+                 .value("result")
+                 .toString(),
+             QStringLiteral("succ"));
     QCOMPARE(item(box8, "getAllActiveUcastId", 0), QJsonValue(parse(R"({"id":"0","active":"0"})")));
     m_groups->clear();
     QCOMPARE(ask(box8, R"({"ops":"setSampleRate","sampleRate":"96000"})", 9994).value("result").toString(),
              QStringLiteral("succ"));
     QCOMPARE(m_groups->waitFor(GroupListener::ops("updateActive", "SIM-0002"), 1000).from, QHostAddress(box8));
     QCOMPARE(item(box8, "getAllActiveUcastId", 0), QJsonValue(parse(R"({"id":"0","active":"1"})")));
-    Q_UNUSED(panel)
 }
 
 void TestSimRouting::routingLockRefusesRouteChanges()

@@ -124,8 +124,7 @@ void TestSimScenario::badScenariosAreRefused_data()
     QTest::newRow("no devices") << QByteArray(R"({"devices":[]})");
     QTest::newRow("same devId") << QByteArray(
         R"({"devices":[{"devId":"X","model":"RK0808"},{"devId":"X","model":"RK0808"}]})");
-    QTest::newRow("control port on a fixed port")
-        << QByteArray(R"({"devices":[{"model":"RK0808","port":9994}]})");
+    QTest::newRow("control port on a fixed port") << QByteArray(R"({"devices":[{"model":"RK0808","port":9994}]})");
     QTest::newRow("flow channel beyond chNumTx")
         << QByteArray(R"({"devices":[{"model":"RK0202","chNumTx":2,"flows":[{"channels":[2]}]}]})");
     QTest::newRow("flow of nine channels")

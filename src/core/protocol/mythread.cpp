@@ -201,7 +201,7 @@ void MyThread::tick()
     const QStringList ended = m_blinks.age(kTickMs);
     for (const QString &devId : ended)
         emit signal_unBlinkingDev(devId);
-    m_registry->clock(kTickMs);
+    m_registry->clock(kTickMs * m_ageingScale);
 }
 
 void MyThread::handleUdpMcast(const char *data, int length, quint32 ip, quint16)

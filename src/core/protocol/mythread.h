@@ -47,6 +47,10 @@ public:
     /// Per-device countdowns of blink highlights, aged on the tick.
     PendingTimeouts &blinkTimeouts() { return m_blinks; }
 
+    /// Ages the registry this many times faster than real time (tests only;
+    /// the program keeps 1 so a device lasts 120 s without announcing).
+    void setAgeingScale(int scale) { m_ageingScale = qMax(1, scale); }
+
     /// Tick counters, exposed for tests.
     int refreshTicks() const { return m_refreshTicks; }
 
@@ -83,6 +87,7 @@ private:
     std::atomic<bool> m_uiDirty{false};
     std::atomic<qintptr> m_sendDescriptor{-1};
     std::atomic<quint16> m_unicastPort{0};
+    std::atomic<int> m_ageingScale{1};
     int m_refreshTicks = 0;
     int m_devInfoTicks = 0;
     int m_canWorkTicks = 0;

@@ -3,6 +3,8 @@
 #include "aboutdialog.h"
 #include "interfacechooser.h"
 #include "device/devicelistform.h"
+#include "device/devicesettingsdialog.h"
+#include "factory/devicetestdialog.h"
 #include "placeholderpage.h"
 #include "titlebar.h"
 #include "app/language.h"
@@ -162,6 +164,7 @@ void MainWindow::buildPages()
     setPageWidget(Devices, devices);
     connect(devices, &DeviceListForm::signal_sendUdp, this, &MainWindow::slot_sendUdp);
     connect(devices, &DeviceListForm::signal_showTips, this, &MainWindow::slot_showTips);
+    connect(devices, &DeviceListForm::signal_openSettings, this, &MainWindow::slot_openDeviceSettings);
     connect(devices, &DeviceListForm::signal_openDsp, this, [this](const QString &devId) {
         const auto d = m_link->registry().findByDevId(devId);
         m_snack->showMessage(tx(Tx::DspComing).arg(d ? d->rec.name.str() : devId), SnackBar::Info);
@@ -265,7 +268,28 @@ void MainWindow::buildMenu(QWidget *menu)
     m_about->setFixedHeight(scaled(28));
     m_about->setStyleSheet(QString::fromLatin1(kLanguageButtonStyle).arg(scaled(12)));
     connect(m_about, &QPushButton::clicked, this, &MainWindow::slot_showAbout);
+
+    m_tools = new QPushButton(menu);
+    m_tools->setObjectName(QStringLiteral("pb_tools"));
+    m_tools->setFocusPolicy(Qt::NoFocus);
+    m_tools->setFixedHeight(scaled(28));
+    m_tools->setStyleSheet(QString::fromLatin1(kLanguageButtonStyle).arg(scaled(12)));
+    connect(m_tools, &QPushButton::clicked, this, &MainWindow::slot_showDeviceTest);
+    layout->addWidget(m_tools);
+    layout->addSpacing(scaled(6));
     layout->addWidget(m_about);
+}
+
+void MainWindow::slot_showDeviceTest()
+{
+    if (!m_deviceTest) {
+        m_deviceTest = new DeviceTestDialog(m_link->registry(), [this] { return m_link->currentAddress(); }, this);
+        connect(m_deviceTest, &DeviceTestDialog::signal_sendUdp, this, &MainWindow::slot_sendUdp);
+        connect(m_deviceTest, &DeviceTestDialog::signal_showTips, this, &MainWindow::slot_showTips);
+        connect(this, &MainWindow::signal_recv_message, m_deviceTest, &DeviceTestDialog::slot_message);
+    }
+    m_deviceTest->show();
+    m_deviceTest->raise();
 }
 
 void MainWindow::setPage(Page page)
@@ -319,6 +343,26 @@ void MainWindow::slot_showTips(const QString &text, bool isSucc)
     m_snack->slot_showTips(text, isSucc);
 }
 
+void MainWindow::slot_openDeviceSettings(const QString &devId)
+{
+    for (DeviceSettingsDialog *open : findChildren<DeviceSettingsDialog *>()) {
+        if (open->devId() == devId) {
+            open->show();
+            open->raise();
+            open->activateWindow();
+            return;
+        }
+    }
+    auto *dialog = new DeviceSettingsDialog(devId, m_link->registry(), m_uiStore, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &DeviceSettingsDialog::signal_sendUdp, this, &MainWindow::slot_sendUdp);
+    connect(dialog, &DeviceSettingsDialog::signal_sendUdpToPort, m_link, &DeviceLink::sendToPort);
+    connect(dialog, &DeviceSettingsDialog::signal_showTips, this, &MainWindow::slot_showTips);
+    connect(this, &MainWindow::signal_recv_message, dialog, &DeviceSettingsDialog::slot_message);
+    connect(this, &MainWindow::signal_send_updateDev, dialog, &DeviceSettingsDialog::slot_refreshDevice);
+    dialog->show();
+}
+
 void MainWindow::slot_showAbout()
 {
     AboutDialog about(this);
@@ -332,6 +376,7 @@ void MainWindow::retranslate()
     m_english->setText(tx(Tx::LanguageEnglish));
     m_chinese->setText(tx(Tx::LanguageChinese));
     m_about->setText(tx(Tx::About));
+    m_tools->setText(tx(Tx::ToolsDeviceTest));
     m_titleBar->retranslate();
     updateStatus();
 }

@@ -73,6 +73,10 @@ public slots:
     /// Command results and refusals for the snack bar.
     void slot_showTips(const QString &text, bool isSucc);
     void slot_showAbout();
+    /// Opens the settings window of a device, or raises the one already open.
+    void slot_openDeviceSettings(const QString &devId);
+    /// The production test tool.
+    void slot_showDeviceTest();
     /// The interface choice was made: traffic moves to it.
     void on_selectIp_confirm();
 
@@ -97,6 +101,8 @@ private:
     QPushButton *m_english;
     QPushButton *m_chinese;
     QPushButton *m_about;
+    QPushButton *m_tools;
+    class DeviceTestDialog *m_deviceTest = nullptr;
     QStackedWidget *m_stack;
     QLabel *m_statusInterface;
     QLabel *m_statusDevices;
