@@ -62,6 +62,29 @@ public:
         return int(n);
     }
 
+    int sendBatch(const Datagram *batch, int count) override
+    {
+        mmsghdr m[64];
+        iovec v[64];
+        int written = 0;
+        for (int first = 0; first < count; first += 64) {
+            const int n = qMin(64, count - first);
+            for (int i = 0; i < n; ++i) {
+                v[i] = {const_cast<char *>(batch[first + i].data), size_t(batch[first + i].size)};
+                m[i] = mmsghdr{};
+                m[i].msg_hdr.msg_name = &m_to;
+                m[i].msg_hdr.msg_namelen = sizeof m_to;
+                m[i].msg_hdr.msg_iov = &v[i];
+                m[i].msg_hdr.msg_iovlen = 1;
+            }
+            const int s = ::sendmmsg(m_send, m, unsigned(n), 0);
+            written += s < 0 ? 0 : s;
+            failed += n - (s < 0 ? 0 : s);
+        }
+        sent += written;
+        return written;
+    }
+
     /// Empties the discard socket between rounds so each round meets the same receive queue.
     void drain()
     {

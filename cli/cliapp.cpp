@@ -30,10 +30,18 @@ QString CliApp::usage()
         "  routes               every routed receive channel (channels from 1)\n"
         "  watch                registry notices and device events as they happen\n"
         "  send DEVID JSON      one request through the request router; prints the reply\n"
+        "  clock                every device's PTP role, state, frequency adjustment and priority (waits up to 7 s)\n"
+        "  stats                every device's timing, bandwidth, temperature, running time, problem (up to 6 s)\n"
+        "  levels               every device's levels in four groups (at most 32 per group, '-' below -70)\n"
+        "  route add SRC DST    SRC is DEVICE:CH or flow:NAME:CH, DST is DEVICE:CH (channels from 1)\n"
+        "  route remove DST     clears the route of a receive channel\n"
+        "  flow create DEVICE --name NAME --channels 1,2,... [--address A.B.C.D --port P] [--offset MS]\n"
+        "  flow delete DEVICE NAME\n"
         "options:\n"
         "  --interface ADDR     a local IPv4 address (loopback allowed); default: the only usable one\n"
         "  --wait SECONDS       how long to listen before answering (default 4; watch: until interrupted)\n"
         "  --json               JSON instead of text\n"
+        "  --yes                answer yes to the questions the program would ask\n"
         "  --verbose            diagnostics on standard error\n"
         "  --age-scale N        age devices and flows N times faster (for tests)\n");
 }
@@ -68,6 +76,16 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
                 o.waitMs = int(seconds * 1000);
                 o.waitGiven = true;
             }
+        } else if (a == QLatin1String("--yes")) {
+            o.yes = true;
+        } else if (QStringList{QStringLiteral("--name"), QStringLiteral("--channels"), QStringLiteral("--address"),
+                               QStringLiteral("--port"), QStringLiteral("--offset")}
+                       .contains(a)) {
+            if (i + 1 >= arguments.size()) {
+                *error = a + QStringLiteral(" needs a value");
+                return false;
+            }
+            o.values.insert(a.mid(2), arguments.at(++i));
         } else if (a == QLatin1String("--json")) {
             o.json = true;
         } else if (a == QLatin1String("--verbose")) {
@@ -84,7 +102,9 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
         }
     }
     static const QStringList commands{QStringLiteral("devices"), QStringLiteral("flows"), QStringLiteral("routes"),
-                                      QStringLiteral("watch"), QStringLiteral("send"), QStringLiteral("help")};
+                                      QStringLiteral("watch"), QStringLiteral("send"), QStringLiteral("help"),
+                                      QStringLiteral("route"), QStringLiteral("flow"), QStringLiteral("clock"),
+                                      QStringLiteral("stats"), QStringLiteral("levels")};
     if (o.command.isEmpty()) {
         *error = QStringLiteral("no command given");
         return false;
@@ -95,6 +115,17 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
     }
     if (o.command == QLatin1String("send") && o.args.size() != 2) {
         *error = QStringLiteral("send takes DEVID and JSON");
+        return false;
+    }
+    const QString sub = o.args.value(0);
+    if (o.command == QLatin1String("route")
+        && !((sub == QLatin1String("add") && o.args.size() == 3) || (sub == QLatin1String("remove") && o.args.size() == 2))) {
+        *error = QStringLiteral("route takes add SRC DST or remove DST");
+        return false;
+    }
+    if (o.command == QLatin1String("flow")
+        && !((sub == QLatin1String("create") && o.args.size() == 2) || (sub == QLatin1String("delete") && o.args.size() == 3))) {
+        *error = QStringLiteral("flow takes create DEVICE --name NAME --channels 1,2,... or delete DEVICE NAME");
         return false;
     }
     *out = o;
@@ -197,6 +228,9 @@ int CliApp::run()
     }
 
     m_link->thread().setAgeingScale(m_options.ageingScale);
+    // Printers first: the first notices come as soon as the thread runs.
+    if (m_options.command == QLatin1String("watch"))
+        connectWatchPrinters();
     m_link->startOn(address);
     if (!waitUntil([this] { return m_link->thread().currentAddress() != 0 || m_link->thread().isFinished(); }, 2000)
         || m_link->thread().currentAddress() == 0)
@@ -210,6 +244,16 @@ int CliApp::run()
         return cmdRoutes();
     if (m_options.command == QLatin1String("watch"))
         return cmdWatch();
+    if (m_options.command == QLatin1String("clock"))
+        return cmdClock();
+    if (m_options.command == QLatin1String("stats"))
+        return cmdStats();
+    if (m_options.command == QLatin1String("levels"))
+        return cmdLevels();
+    if (m_options.command == QLatin1String("route"))
+        return cmdRoute();
+    if (m_options.command == QLatin1String("flow"))
+        return cmdFlow();
     return cmdSend();
 }
 
@@ -261,7 +305,7 @@ int CliApp::cmdRoutes()
     return 0;
 }
 
-int CliApp::cmdWatch()
+void CliApp::connectWatchPrinters()
 {
     auto print = [this](const QString &kind, const QString &json) {
         if (m_options.json)
@@ -279,6 +323,10 @@ int CliApp::cmdWatch()
     connect(m_link, &DeviceLink::signal_unBlinkingDev, this, [print](const QString &devId) {
         print(QStringLiteral("unblink"), QStringLiteral("{\"ops\":\"unBlink\",\"devId\":\"%1\"}").arg(devId));
     });
+}
+
+int CliApp::cmdWatch()
+{
     if (m_options.waitGiven)
         waitUntil([] { return false; }, m_options.waitMs);
     else
@@ -293,8 +341,15 @@ int CliApp::cmdSend()
     waitUntil([&] { return !(devId = resolveDevice(wanted)).isEmpty(); }, m_options.waitMs);
     if (devId.isEmpty())
         return fail(3, QStringLiteral("no such device: %1").arg(wanted));
+    const QString reply = exchange(QJsonDocument::fromJson(m_options.args.at(1).toUtf8()).object(), devId);
+    if (reply.isEmpty())
+        return fail(4, QStringLiteral("no reply from %1 within %2 s").arg(devId).arg(kReplyMs / 1000));
+    *m_out << reply << '\n';
+    return 0;
+}
 
-    QJsonObject request = QJsonDocument::fromJson(m_options.args.at(1).toUtf8()).object();
+QString CliApp::exchange(QJsonObject request, const QString &devId)
+{
     request.insert(QStringLiteral("devId"), devId);
     // A reply whose cookie is "0" comes back unchanged to whoever asked.
     if (!request.contains(QLatin1String("cookie")))
@@ -303,7 +358,7 @@ int CliApp::cmdSend()
     const QString deviceOp = RequestRouter::deviceOperation(op, RequestRouter::isTransmitSide(request));
 
     QString reply;
-    connect(m_link, &DeviceLink::signal_recv_message, this, [&](const QString &json) {
+    const auto connection = connect(m_link, &DeviceLink::signal_recv_message, this, [&](const QString &json) {
         const QJsonObject r = QJsonDocument::fromJson(json.toUtf8()).object();
         const QString rop = r.value(QLatin1String("ops")).toString();
         if (reply.isEmpty() && r.value(QLatin1String("devId")).toString() == devId
@@ -311,12 +366,11 @@ int CliApp::cmdSend()
             reply = json;
     });
     const QString text = QString::fromUtf8(QJsonDocument(request).toJson(QJsonDocument::Compact));
-    if (m_link->send(text) < 0)
-        return fail(4, QStringLiteral("could not send to %1").arg(devId));
-    if (m_options.verbose)
-        QTextStream(stderr) << "sent: " << text << '\n';
-    if (!waitUntil([&] { return !reply.isEmpty(); }, kReplyMs))
-        return fail(4, QStringLiteral("no reply from %1 within %2 s").arg(devId).arg(kReplyMs / 1000));
-    *m_out << reply << '\n';
-    return 0;
+    if (m_link->send(text) >= 0) {
+        if (m_options.verbose)
+            QTextStream(stderr) << "sent: " << text << '\n';
+        waitUntil([&] { return !reply.isEmpty(); }, kReplyMs);
+    }
+    disconnect(connection);
+    return reply;
 }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QElapsedTimer>
+#include <QHash>
+#include <QJsonObject>
 #include <QObject>
 #include <QStringList>
 
@@ -20,6 +22,9 @@ public:
         bool json = false;
         bool verbose = false;
         int ageingScale = 1;
+        bool yes = false;
+        /// Values of the route and flow commands' options ("name", "channels", ...).
+        QHash<QString, QString> values;
         QString command;
         QStringList args;
     };
@@ -44,7 +49,22 @@ private:
     int cmdFlows();
     int cmdRoutes();
     int cmdWatch();
+    void connectWatchPrinters();
     int cmdSend();
+    // The clock and monitoring pages' figures (climonitor.cpp).
+    int cmdClock();
+    int cmdStats();
+    int cmdLevels();
+    int cmdRoute();
+    int cmdFlow();
+
+    /// Sends one request to a device through the request router and waits for
+    /// its reply; empty when none came.
+    QString exchange(QJsonObject request, const QString &devId);
+    /// Prints what was sent and what the device said; 0 on success.
+    int report(const QJsonObject &sent, const QString &reply);
+    /// The steps of a plan: a notice refuses, a confirm needs --yes. True to go on.
+    bool passSteps(const struct CommandPlan &plan);
 
     Options m_options;
     DeviceLink *m_link;

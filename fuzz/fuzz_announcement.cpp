@@ -9,6 +9,7 @@
 #include "app/log.h"
 #include "devices/devmanager.h"
 #include "protocol/commandsink.h"
+#include "protocol/jsonintake.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -31,7 +32,8 @@ class CheckingSink : public CommandSink
 public:
     int sendDatagram(const QByteArray &data, quint32 ip, quint16) override
     {
-        if (ip == 0 || data.size() >= 96 || !QJsonDocument::fromJson(data).isObject())
+        // The shape of every request the registry writes; a full parse here would cost more than the target.
+        if (ip == 0 || data.size() >= 96 || !data.startsWith("{\"ops\":\"getAll") || !data.endsWith("\"}"))
             __builtin_trap();
         return data.size();
     }
@@ -78,9 +80,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         // The receive thread drops datagrams of 1500 bytes or more before anyone parses them.
         if (length < 1500) {
             registry.intakeAnnouncement(p, length, sender, 9996);
-            const QJsonDocument doc = QJsonDocument::fromJson(QByteArray::fromRawData(p, length));
-            if (doc.isObject())
-                registry.intakeReply(doc.object(), sender);
+            QJsonObject obj;
+            if (JsonIntake::parseObject(p, length, &obj))
+                registry.intakeReply(obj, sender);
         }
         if (i % kTicksEvery == kTicksEvery - 1)
             registry.clock(20);

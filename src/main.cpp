@@ -3,6 +3,7 @@
 #include "app/platform.h"
 #include "app/scalefactors.h"
 #include "app/screenmetrics.h"
+#include "routing/hiddenchannels.h"
 #include "app/mainwindow.h"
 #include "widgets/style.h"
 
@@ -59,11 +60,20 @@ int main(int argc, char *argv[])
     const QCommandLineOption interfaceOption(QStringLiteral("interface"),
                                              QStringLiteral("Use the network interface with this IPv4 address (loopback allowed)."),
                                              QStringLiteral("ADDR"));
+    const QCommandLineOption pageOption(
+        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels."),
+        QStringLiteral("NAME"));
+    options.addOption(pageOption);
+    const QCommandLineOption allChannelsOption(
+        QStringLiteral("all-channels"), QStringLiteral("Show every channel in the routing grid, those some models hide too."));
+    options.addOption(allChannelsOption);
     options.addOption(interfaceOption);
     options.addOption(chineseOption);
     options.addOption(screenshotOption);
     options.process(app);
 
+    if (options.isSet(allChannelsOption))
+        HiddenChannels::setDisplayFlag(1);
     const QString appDir = QCoreApplication::applicationDirPath();
     QString title;
     if (const auto configured = AppConfig::readTitle(appDir))
@@ -90,6 +100,14 @@ int main(int argc, char *argv[])
     }
     if (options.isSet(chineseOption))
         w->slot_switchLanguage(true);
+    if (options.isSet(pageOption)) {
+        static const QStringList pages{QStringLiteral("devices"), QStringLiteral("routing"), QStringLiteral("flows"),
+                                       QStringLiteral("clock"),   QStringLiteral("stats"),   QStringLiteral("levels")};
+        const int page = pages.indexOf(options.value(pageOption).toLower());
+        if (page < 0)
+            LOG_FAIL();
+        w->setPage(MainWindow::Page(page));
+    }
     if (options.isSet(screenshotOption)) {
         const QString file = options.value(screenshotOption);
         QTimer::singleShot(1500, w, [w, file] {

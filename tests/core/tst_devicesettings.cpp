@@ -1,6 +1,8 @@
 #include "app/language.h"
 #include "app/texts.h"
 #include "device/addressplan.h"
+#include "device/amplifierinfo.h"
+#include "device/gpiopin.h"
 #include "device/lockchoice.h"
 #include "device/lockplan.h"
 #include "device/settingsdisplay.h"
@@ -52,6 +54,7 @@ private slots:
     void lockChoicesRoundTripThroughTheDevice();
     void lockChoiceMasks();
     void settingsCover();
+    void repliesReadAtTheEdge();
 };
 
 void TestDeviceSettings::openingRequestsFollowTheModel()
@@ -305,6 +308,33 @@ void TestDeviceSettings::settingsCover()
     ui.routeLock = 1;
     ui.dspLock = 2;
     QCOMPARE(LockChoice::settingsCover(ui), LockChoice::NoCover);
+}
+
+void TestDeviceSettings::repliesReadAtTheEdge()
+{
+    const auto obj = [](const char *text) { return QJsonDocument::fromJson(text).object(); };
+    const auto amp = AmplifierInfo::fromReply(obj(R"({"ops":"getInfo","result":"succ","power":"1",)"
+                                                  R"("gainArr":["-3.5","0.0"],"tempArr":["41000"],"voltage":"48.2"})"));
+    QVERIFY(amp);
+    QVERIFY(amp->power);
+    QCOMPARE(amp->gainsDb, (QVector<double>{-3.5, 0.0}));
+    QCOMPARE(amp->temperatures, QStringList{"41000"});
+    QVERIFY(!AmplifierInfo::fromReply(obj(R"({"ops":"getInfo","result":"fail","reason":"unknown ops"})")));
+
+    const auto pins = GpioPin::listFromReply(obj(R"({"ops":"getGpioInfo","result":"succ","arr":[)"
+                                                 R"({"index":"0","dir":"in","isHigh":"1"},{"dir":"out"},)"
+                                                 R"({"index":"2","dir":"out","isHigh":"0"}]})"));
+    QVERIFY(pins);
+    QCOMPARE(pins->size(), 2);  // the entry without an index is left out
+    QVERIFY(!pins->at(0).output && pins->at(0).high);
+    QCOMPARE(pins->at(1).index, 2);
+    QVERIFY(pins->at(1).output);
+    // A device that does not echo the pin in its test answer.
+    const auto test = GpioPin::testResult(obj(R"({"ops":"testGpio","result":"succ","isHigh":"1"})"));
+    QVERIFY(test);
+    QCOMPARE(test->index, -1);
+    QVERIFY(test->high);
+    QVERIFY(!GpioPin::testResult(obj(R"({"ops":"getGpioInfo","result":"succ"})")));
 }
 
 QTEST_GUILESS_MAIN(TestDeviceSettings)

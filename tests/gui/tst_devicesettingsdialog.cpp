@@ -49,7 +49,8 @@ const char kDebugReply[] =
 
 QString lockReply(int dev, int route, int dsp)
 {
-    return QStringLiteral(R"({"ops":"getLock","devId":"D1","result":"succ","devLock":"%1","routeLock":"%2","dspLock":"%3"})")
+    return QStringLiteral(R"({"ops":"getLock","devId":"D1","result":"succ","devLock":"%1","routeLock":"%2",)"
+                          R"("dspLock":"%3"})")
         .arg(dev)
         .arg(route)
         .arg(dsp);
@@ -85,18 +86,25 @@ struct Sent
 
     void watch(DeviceSettingsDialog *d)
     {
-        QObject::connect(d, &DeviceSettingsDialog::signal_sendUdp, [this](const QString &j, const QString &) { udp << j; });
+        QObject::connect(d, &DeviceSettingsDialog::signal_sendUdp,
+                         [this](const QString &j, const QString &) { udp << j; });
         QObject::connect(d, &DeviceSettingsDialog::signal_sendUdpToPort,
                          [this](const QString &j, quint16 port) { toPort.append({j, port}); });
     }
 };
 
-// Runs f on the next modal window once it is up.
-void onNextModal(std::function<void(QWidget *)> f)
+// Runs f on the next modal window once it is up; a modal that does not
+// come within a few seconds fails the test instead of hanging it.
+void onNextModal(std::function<void(QWidget *)> f, QWidget *previous = QApplication::activeModalWidget(),
+                 int tries = 500)
 {
-    QTimer::singleShot(0, [f] {
+    QTimer::singleShot(tries == 500 ? 0 : 10, [f, previous, tries] {
         QWidget *modal = QApplication::activeModalWidget();
-        QVERIFY(modal);
+        if ((!modal || modal == previous) && tries > 0) {
+            onNextModal(f, previous, tries - 1);
+            return;
+        }
+        QVERIFY(modal && modal != previous);
         f(modal);
     });
 }
@@ -150,8 +158,10 @@ void pickComboItem(QComboBox *combo, int index)
     combo->showPopup();
     QAbstractItemView *view = combo->view();
     QTRY_VERIFY(view->isVisible());
-    const QRect r = view->visualRect(view->model()->index(index, 0));
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, r.center());
+    // Chosen with the keyboard: a click right after the popup opens may be
+    // taken as the end of the click that opened it.
+    view->setCurrentIndex(view->model()->index(index, 0));
+    QTest::keyClick(view, Qt::Key_Return);
     QTRY_VERIFY(!view->isVisible());
 }
 
@@ -211,7 +221,8 @@ void TestDeviceSettingsDialog::asksOnOpeningByModel()
     Sent ampSent;
     ampSent.watch(&a);
     a.show();
-    QCOMPARE(ampSent.udp.mid(4), (QStringList{R"({"devId":"D1","ops":"getInfo"})", R"({"devId":"D1","ops":"getGpioInfo"})"}));
+    QCOMPARE(ampSent.udp.mid(4),
+             (QStringList{R"({"devId":"D1","ops":"getInfo"})", R"({"devId":"D1","ops":"getGpioInfo"})"}));
     QVERIFY(!a.findChild<QListWidget *>(QStringLiteral("lw_pages"))->item(DeviceSettingsDialog::Amplifier)->isHidden());
 }
 
@@ -265,6 +276,8 @@ void TestDeviceSettingsDialog::renameAndRefuseEmpty()
     QTest::keyClick(name, Qt::Key_Return);
     QCOMPARE(notice, QStringLiteral("The name must not be empty."));
     QCOMPARE(sent.udp.size(), 1);
+    // Enter commits the field; it does not close the window.
+    QVERIFY(d.isVisible());
 }
 
 void TestDeviceSettingsDialog::channelNameEditSends()
@@ -291,7 +304,8 @@ void TestDeviceSettingsDialog::channelNameEditSends()
     editor->selectAll();
     QTest::keyClicks(editor, "Vox 2");
     QTest::keyClick(editor, Qt::Key_Return);
-    QCOMPARE(sent.udp, QStringList{R"({"chId":"1","devId":"D1","name":"Vox 2","ops":"setChNameTx"})"});
+    // The editor commits once control is back in the event loop.
+    QTRY_COMPARE(sent.udp, QStringList{R"({"chId":"1","devId":"D1","name":"Vox 2","ops":"setChNameTx"})"});
     // Names are fetched once: a refresh with the old registry name keeps the new one shown.
     d.slot_refreshDevice("D1");
     QCOMPARE(table->item(1, 1)->text(), QStringLiteral("Vox 2"));
@@ -493,8 +507,8 @@ void TestDeviceSettingsDialog::manageLockFromThePageStartsAtTheDeviceLevels()
     });
     click(&d, "pb_manageLock");
     QCOMPARE(sent.toPort.size(), 2);
-    QCOMPARE(sent.toPort.at(0), qMakePair(QStringLiteral(R"({"devId":"D1","ops":"setLock","password":"pw","val":"0x0"})"),
-                                          quint16(9995)));
+    QCOMPARE(sent.toPort.at(0).first, QStringLiteral(R"({"devId":"D1","ops":"setLock","password":"pw","val":"0x0"})"));
+    QCOMPARE(sent.toPort.at(0).second, quint16(9995));
     QCOMPARE(sent.toPort.at(1).second, quint16(8999));
     QVERIFY(sent.toPort.at(1).first.contains(R"("val":"0x0")"));
 }
@@ -563,7 +577,7 @@ void TestDeviceSettingsDialog::lockCoversThePages()
     Sent sent;
     sent.watch(&d);
     auto *save = d.findChild<QPushButton *>(QStringLiteral("pb_saveName"));
-    QTest::mouseClick(readOnly, Qt::LeftButton, {}, readOnly->mapFrom(pageArea, save->mapTo(pageArea, save->rect().center())));
+    QTest::mouseClick(readOnly, Qt::LeftButton, {}, readOnly->mapFromGlobal(save->mapToGlobal(save->rect().center())));
     QVERIFY(sent.udp.isEmpty());
 
     // Routing hidden hides the device: an opaque cover over everything.
@@ -623,7 +637,8 @@ void TestDeviceSettingsDialog::ctrl0LeadsToTheLockDialog()
     QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().at(0)).center());
     QTRY_VERIFY(sawLockDialog);
     QCOMPARE(sent.toPort.size(), 2);
-    QCOMPARE(sent.toPort.at(0).first, QStringLiteral(R"({"devId":"D1","ops":"setLock","password":"123456","val":"0x0"})"));
+    QCOMPARE(sent.toPort.at(0).first,
+             QStringLiteral(R"({"devId":"D1","ops":"setLock","password":"123456","val":"0x0"})"));
 
     // "设置密码" opens the password dialog.
     bool sawPasswd = false;
@@ -662,6 +677,7 @@ void TestDeviceSettingsDialog::amplifierPage()
     QTest::keyClicks(gain2, "-6");
     QTest::keyClick(gain2, Qt::Key_Return);
     QCOMPARE(sent.udp, QStringList{R"({"chId":"1","devId":"D1","gain":"-6.0","ops":"setGain"})"});
+    QVERIFY(d.isVisible());
     QTest::mouseClick(power, Qt::LeftButton);
     QCOMPARE(sent.udp.last(), QStringLiteral(R"({"devId":"D1","ops":"setPower","val":"0"})"));
     d.slot_message(R"({"ops":"setPower","devId":"D1","result":"succ"})");
@@ -695,6 +711,7 @@ void TestDeviceSettingsDialog::gpioPage()
     QCOMPARE(sent.udp.last(), QStringLiteral(R"({"devId":"D1","index":"0","isHigh":"1","ops":"testGpio"})"));
     d.slot_message(R"({"ops":"testGpio","devId":"D1","result":"succ","index":"0","isHigh":"1"})");
     QCOMPARE(d.findChild<QLabel *>(QStringLiteral("lb_gpioRead_1"))->text(), QStringLiteral("Reads High"));
+    QCOMPARE(sent.udp.last(), QStringLiteral(R"({"devId":"D1","ops":"getGpioInfo"})"));
     click(&d, "pb_testGpio_1");
     QCOMPARE(sent.udp.last(), QStringLiteral(R"({"devId":"D1","index":"0","isHigh":"0","ops":"testGpio"})"));
 }
@@ -765,7 +782,8 @@ void TestDeviceSettingsDialog::screenshots()
             QVERIFY(w->grab().save(QDir(dir).filePath(QStringLiteral("settings-%1-%2%3.png").arg(name, lang, suffix))));
         };
         Fixture f(QStringLiteral("RK7731"));
-        f.names("getAllChNameRx", {"Vox 1", "Vox 2", "Guitar", "Bass DI", "Keys L", "Keys R", "Playback L", "Playback R"});
+        f.names("getAllChNameRx",
+                {"Vox 1", "Vox 2", "Guitar", "Bass DI", "Keys L", "Keys R", "Playback L", "Playback R"});
         f.names("getAllChNameTx", {"Mic 1", "Mic 2", "Mic 3", "Mic 4", "Ambient L", "Ambient R", "Talkback", "Spare"});
         f.names("getAllPhyChNameRx", {"In 1", "In 2", "In 3", "In 4", "In 5", "In 6", "In 7", "In 8"});
         f.names("getAllPhyChNameTx", {"Out 1", "Out 2", "Out 3", "Out 4", "Out 5", "Out 6", "Out 7", "Out 8"});
@@ -773,12 +791,19 @@ void TestDeviceSettingsDialog::screenshots()
         f.store.slot_message(kIpReply);
         f.store.slot_message(kDebugReply);
         f.store.slot_message(lockReply(0, 1, 3));
-        DeviceSettingsDialog d("D1", f.registry, &f.store);
+        // Parented as in the program: the main window's own style sheet changes how children are styled.
+        QTemporaryDir settingsDir;
+        MainWindow host(settingsDir.path());
+        host.setQuitConfirmed(true);
+        Language::setChinese(chinese);
+        DeviceSettingsDialog d("D1", f.registry, &f.store, &host);
         d.show();
         QVERIFY(QTest::qWaitForWindowExposed(&d));
-        d.slot_message(R"({"ops":"getInfo","devId":"D1","result":"succ","power":"1","gainArr":["0.0","-3.5","-6.0","0.0"],)"
+        d.slot_message(R"({"ops":"getInfo","devId":"D1","result":"succ","power":"1",)"
+                       R"("gainArr":["0.0","-3.5","-6.0","0.0"],)"
                        R"("tempArr":["41000","41400","41800","42200"],"voltage":"48.2"})");
-        d.slot_message(R"({"ops":"getGpioInfo","devId":"D1","result":"succ","arr":[{"index":"0","dir":"in","isHigh":"0"},)"
+        d.slot_message(R"({"ops":"getGpioInfo","devId":"D1","result":"succ",)"
+                       R"("arr":[{"index":"0","dir":"in","isHigh":"0"},)"
                        R"({"index":"1","dir":"out","isHigh":"1"},{"index":"2","dir":"out","isHigh":"0"},)"
                        R"({"index":"3","dir":"in","isHigh":"1"}]})");
         d.slot_message(R"({"ops":"testGpio","devId":"D1","result":"succ","index":"3","isHigh":"1"})");
@@ -797,15 +822,15 @@ void TestDeviceSettingsDialog::screenshots()
         QApplication::processEvents();
         save(&d, QStringLiteral("hidden"));
 
-        ManageLock lock("D1", LockChoice::fromDevice(1, 1, 3));
+        ManageLock lock("D1", LockChoice::fromDevice(1, 1, 3), &d);
         lock.show();
         QVERIFY(QTest::qWaitForWindowExposed(&lock));
         save(&lock, QStringLiteral("managelock"));
-        ManagePasswd passwd("D1");
+        ManagePasswd passwd("D1", &d);
         passwd.show();
         QVERIFY(QTest::qWaitForWindowExposed(&passwd));
         save(&passwd, QStringLiteral("managepasswd"));
-        PasswordPrompt prompt;
+        PasswordPrompt prompt(&d);
         prompt.show();
         QVERIFY(QTest::qWaitForWindowExposed(&prompt));
         save(&prompt, QStringLiteral("enterpassword"));

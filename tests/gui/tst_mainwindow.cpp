@@ -115,7 +115,7 @@ void TestMainWindow::languageSwitchRetranslatesEverything()
     QCOMPARE(w.findChild<QPushButton *>(QStringLiteral("pb_routing"))->text(), QStringLiteral("路由"));
     QCOMPARE(w.findChild<QPushButton *>(QStringLiteral("pb_about"))->text(), QStringLiteral("关于"));
     auto *stack = w.findChild<QStackedWidget *>(QStringLiteral("stack_pages"));
-    QCOMPARE(stack->currentWidget()->findChild<QLabel *>(QStringLiteral("lb_pageTitle"))->text(), QStringLiteral("路由"));
+    QCOMPARE(stack->currentWidget()->findChild<QLabel *>(QStringLiteral("lb_receivers"))->text(), QStringLiteral("接收设备"));
     // A page that is not shown follows too.
     QCOMPARE(w.pageWidget(MainWindow::Devices)->findChild<QPushButton *>(QStringLiteral("pb_reboot"))->text(),
              QStringLiteral("重启"));

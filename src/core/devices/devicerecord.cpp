@@ -23,6 +23,15 @@ bool FixedText<N>::operator==(const char *other) const
 template struct FixedText<32>;
 template struct FixedText<64>;
 
+namespace {
+// Tables are sized from the announcement before their pages arrive: a count beyond any device (a corrupt or
+// hostile announcement) must not make the registry reserve gigabytes, nor the poller ask forever.
+qint32 withinTable(qint32 announced)
+{
+    return qBound(0, announced, DeviceTables::kMaxItems);
+}
+} // namespace
+
 bool DevRecord::hasClockIdentity() const
 {
     for (int i = 0; i < 23 && myClkId.data[i]; ++i)
@@ -50,13 +59,13 @@ qint32 DeviceTables::announcedCount(const DevRecord &rec, Table t)
 {
     switch (t) {
     case RxCh:
-    case RtpCh: return rec.chNumRx;
+    case RtpCh: return withinTable(rec.chNumRx);
     case UcastRx:
-    case ActiveUcastId: return rec.ucastNumRx;
-    case UcastTx: return rec.ucastNumTx;
+    case ActiveUcastId: return withinTable(rec.ucastNumRx);
+    case UcastTx: return withinTable(rec.ucastNumTx);
     case McastRx:
-    case ActiveMcastId: return rec.mcastNumRx;
-    case McastTx: return rec.mcastNumTx;
+    case ActiveMcastId: return withinTable(rec.mcastNumRx);
+    case McastTx: return withinTable(rec.mcastNumTx);
     default: return 0;
     }
 }
@@ -64,10 +73,10 @@ qint32 DeviceTables::announcedCount(const DevRecord &rec, Table t)
 qint32 DeviceTables::announcedNameCount(const DevRecord &rec, NameTable t)
 {
     switch (t) {
-    case NameRx: return rec.chNumRx;
-    case NameTx: return rec.chNumTx;
-    case PhyNameRx: return rec.phyChNumRx;
-    case PhyNameTx: return rec.phyChNumTx;
+    case NameRx: return withinTable(rec.chNumRx);
+    case NameTx: return withinTable(rec.chNumTx);
+    case PhyNameRx: return withinTable(rec.phyChNumRx);
+    case PhyNameTx: return withinTable(rec.phyChNumTx);
     default: return 0;
     }
 }

@@ -118,7 +118,10 @@ struct DeviceTables
     QVector<QString> names[NameTableCount];
     qint32 namesFetched[NameTableCount] = {};
 
-    /// The operation that fetches a table, and its announced size.
+    /// Largest table the registry keeps, whatever a device announces.
+    static constexpr qint32 kMaxItems = 4096;
+
+    /// The operation that fetches a table, and its announced size (0..kMaxItems).
     static const char *operation(Table t);
     static const char *nameOperation(NameTable t);
     static qint32 announcedCount(const DevRecord &rec, Table t);

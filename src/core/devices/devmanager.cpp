@@ -3,6 +3,7 @@
 #include "app/log.h"
 #include "protocol/commandsink.h"
 #include "protocol/ipv4.h"
+#include "protocol/jsonintake.h"
 #include "protocol/sapparser.h"
 
 #include <QJsonArray>
@@ -72,6 +73,14 @@ QVector<quint32> placeArray(const QJsonValue &v)
     return out;
 }
 
+// An item without its own "id" sits at idStart plus its place in "arr"; a page may claim any idStart up to
+// INT_MAX, so the sum is taken in 64 bits and anything past the table reads as no place at all.
+qint32 placeInPage(qint32 idStart, int place, qint32 count)
+{
+    const qint64 id = qint64(idStart) + place;
+    return id < count ? qint32(id) : -1;
+}
+
 constexpr quint8 kSapDeletionFlag = 0x04;
 
 bool isRouteTable(DeviceTables::Table t)
@@ -124,13 +133,11 @@ bool DevManager::parseAnnouncement(const QJsonObject &obj, DevRecord *out)
 
 bool DevManager::intakeAnnouncement(const char *data, int length, quint32 senderIp, quint16)
 {
-    QJsonParseError error;
-    const QJsonDocument doc = QJsonDocument::fromJson(QByteArray::fromRawData(data, length), &error);
-    if (error.error != QJsonParseError::NoError || !doc.isObject()) {
+    QJsonObject obj;
+    if (!JsonIntake::parseObject(data, length, &obj)) {
         Log::failure(__FILE__, "mcast", __LINE__);
         return false;
     }
-    const QJsonObject obj = doc.object();
     const QString op = obj.value(QLatin1String("ops")).toString();
 
     if (op == QLatin1String("updateRoute") || op == QLatin1String("updateActive")) {
@@ -282,6 +289,7 @@ bool DevManager::intakeReply(const QJsonObject &reply, quint32 senderIp)
 
     QVector<QJsonObject> notices;
     bool askNextNames = false;
+    bool askNextTable = false;
     quint32 ip = 0;
     quint16 port = 0;
     qint32 next = 0;
@@ -297,6 +305,14 @@ bool DevManager::intakeReply(const QJsonObject &reply, quint32 senderIp)
         Device &dev = m_devices[size_t(slot)];
         if (table >= 0) {
             if (storeTablePage(dev, DeviceTables::Table(table), reply)) {
+                // The next page is asked for at once; the round only repeats
+                // what got lost.
+                next = dev.tables.fetched[table];
+                if (next < DeviceTables::announcedCount(dev.rec, DeviceTables::Table(table))) {
+                    askNextTable = true;
+                    ip = dev.rec.ip;
+                    port = quint16(dev.rec.port);
+                }
                 notices.append(deviceNotice(isRouteTable(DeviceTables::Table(table)) ? "updateRoute" : "updateActive",
                                             dev.rec));
                 m_dirty = true;
@@ -313,6 +329,8 @@ bool DevManager::intakeReply(const QJsonObject &reply, quint32 senderIp)
     }
     if (askNextNames)
         sendRequest(DeviceTables::nameOperation(DeviceTables::NameTable(nameTable)), next, ip, port);
+    if (askNextTable)
+        sendRequest(DeviceTables::operation(DeviceTables::Table(table)), next, ip, port);
     notifyAll(notices);
     return true;
 }
@@ -330,7 +348,7 @@ bool DevManager::storeTablePage(Device &dev, DeviceTables::Table t, const QJsonO
     const QJsonArray arr = reply.value(QLatin1String("arr")).toArray();
     for (int i = 0; i < arr.size(); ++i) {
         const QJsonObject item = arr.at(i).toObject();
-        const qint32 id = jsonInt(item.value(QLatin1String("id")), idStart + i);
+        const qint32 id = jsonInt(item.value(QLatin1String("id")), placeInPage(idStart, i, count));
         if (id < 0 || id >= count)
             continue;
         switch (t) {
@@ -419,7 +437,7 @@ bool DevManager::storeNamePage(Device &dev, DeviceTables::NameTable t, const QJs
     const QJsonArray arr = reply.value(QLatin1String("arr")).toArray();
     for (int i = 0; i < arr.size(); ++i) {
         const QJsonObject item = arr.at(i).toObject();
-        const qint32 id = jsonInt(item.value(QLatin1String("id")), idStart + i);
+        const qint32 id = jsonInt(item.value(QLatin1String("id")), placeInPage(idStart, i, count));
         if (id >= 0 && id < count)
             names[id] = item.value(QLatin1String("name")).toString().left(64);
     }
@@ -477,28 +495,54 @@ void DevManager::pollRound()
     int n = 0;
     {
         QMutexLocker lock(&m_mutex);
-        for (int slot : qAsConst(m_activeDevices)) {
+        // A round asks at most kMaxRequestsPerRound pages, taking the devices
+        // in turn from where the last round stopped: a thousand new devices
+        // would otherwise be asked eight thousand pages every 20 ms, far more
+        // than they or the receive socket can take, and most would be lost.
+        const int active = m_activeDevices.size();
+        int requests = 0;
+        int k = 0;
+        for (; k < active && requests < kMaxRequestsPerRound; ++k) {
+            const int slot = m_activeDevices.at((m_pollCursor + k) % active);
             const Device &d = m_devices[size_t(slot)];
             Ask &a = asks[size_t(n)];
-            bool incomplete = false;
+            int missing = 0;
             for (int t = 0; t < DeviceTables::TableCount; ++t) {
                 a.fetched[t] = d.tables.fetched[t];
                 a.counts[t] = DeviceTables::announcedCount(d.rec, DeviceTables::Table(t));
-                incomplete |= a.fetched[t] < a.counts[t];
+                missing += a.fetched[t] < a.counts[t];
             }
-            if (!incomplete)
+            if (!missing)
                 continue;
             a.ip = d.rec.ip;
             a.port = quint16(d.rec.port);
+            requests += missing;
             ++n;
         }
+        m_pollCursor = active ? (m_pollCursor + k) % active : 0;
     }
+    if (!m_sink)
+        return;
+    constexpr int kBatch = 64;
+    static thread_local char text[kBatch][64];
+    CommandSink::Datagram batch[kBatch];
+    int queued = 0;
     for (int i = 0; i < n; ++i) {
         const Ask &a = asks[size_t(i)];
-        for (int t = 0; t < DeviceTables::TableCount; ++t)
-            if (a.fetched[t] < a.counts[t])
-                sendRequest(DeviceTables::operation(DeviceTables::Table(t)), a.fetched[t], a.ip, a.port);
+        for (int t = 0; t < DeviceTables::TableCount; ++t) {
+            if (a.fetched[t] >= a.counts[t])
+                continue;
+            const int len = std::snprintf(text[queued], sizeof text[queued], "{\"ops\":\"%s\",\"idStart\":\"%d\"}",
+                                          DeviceTables::operation(DeviceTables::Table(t)), a.fetched[t]);
+            batch[queued] = {text[queued], len, a.ip, a.port};
+            if (++queued == kBatch) {
+                m_sink->sendBatch(batch, queued);
+                queued = 0;
+            }
+        }
     }
+    if (queued > 0)
+        m_sink->sendBatch(batch, queued);
 }
 
 void DevManager::pollNames()

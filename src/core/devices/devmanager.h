@@ -26,6 +26,8 @@ class DevManager
 public:
     static constexpr int kSlots = 1024;
     static constexpr int kLifetimeMs = 120000;
+    /// Pages one poll round asks for at most.
+    static constexpr int kMaxRequestsPerRound = 128;
 
     /// Receives {"ops":"addDev"|"updateDev"|"delDev"|"addMcast"|"delMcast"|
     /// "updateRoute"|"updateActive", ...}.
@@ -91,5 +93,6 @@ private:
     CommandSink *m_sink;
     Notifier m_notifier;
     qint64 m_elapsed = 0;
+    int m_pollCursor = 0;
     std::atomic<bool> m_dirty{false};
 };

@@ -1,6 +1,7 @@
 #include "mcastintake.h"
 
 #include "ipv4.h"
+#include "jsonintake.h"
 #include "app/log.h"
 
 #include <QJsonDocument>
@@ -9,13 +10,9 @@
 McastIntake::Result McastIntake::classify(const char *data, int length, quint32 senderIp)
 {
     Result r;
-    QJsonParseError error;
-    const QJsonDocument doc = QJsonDocument::fromJson(QByteArray::fromRawData(data, length), &error);
     QJsonObject obj;
-    if (error.error != QJsonParseError::NoError || !doc.isObject())
+    if (!JsonIntake::parseObject(data, length, &obj))
         Log::failure(__FILE__, "MyThread::handleUdpMcast", __LINE__);
-    else
-        obj = doc.object();
 
     r.op = obj.value(QLatin1String("ops")).toString();
     const QString event = obj.value(QLatin1String("event")).toString();

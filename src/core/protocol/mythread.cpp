@@ -26,6 +26,7 @@ namespace {
 constexpr int kRefreshTicks = 50;
 constexpr int kDevInfoTicks = 150;
 constexpr int kCanWorkTicks = 250;
+constexpr int kReceiveBufferBytes = 1 << 20;
 
 bool bindShared(QUdpSocket *socket, quint16 port)
 {
@@ -92,6 +93,46 @@ int MyThread::sendDatagram(const QByteArray &data, quint32 ip, quint16 port)
     return sent < 0 ? -1 : sent;
 }
 
+int MyThread::sendBatch(const Datagram *batch, int count)
+{
+#ifdef Q_OS_LINUX
+    const qintptr fd = m_sendDescriptor.load();
+    if (!isRunning() || m_stop || fd < 0)
+        return 0;
+    constexpr int kMax = 64;
+    sockaddr_in to[kMax];
+    iovec parts[kMax];
+    mmsghdr messages[kMax];
+    int written = 0;
+    for (int first = 0; first < count; first += kMax) {
+        const int n = qMin(kMax, count - first);
+        for (int i = 0; i < n; ++i) {
+            const Datagram &d = batch[first + i];
+            to[i] = sockaddr_in{};
+            to[i].sin_family = AF_INET;
+            to[i].sin_port = htons(d.port);
+            to[i].sin_addr.s_addr = htonl(d.ip);
+            parts[i] = {const_cast<char *>(d.data), size_t(d.size)};
+            messages[i] = mmsghdr{};
+            messages[i].msg_hdr.msg_name = &to[i];
+            messages[i].msg_hdr.msg_namelen = sizeof to[i];
+            messages[i].msg_hdr.msg_iov = &parts[i];
+            messages[i].msg_hdr.msg_iovlen = 1;
+        }
+        // A partial batch stops at the first datagram the kernel refused; the rest go one by one.
+        const int sent = ::sendmmsg(int(fd), messages, unsigned(n), 0);
+        const int done = sent < 0 ? 0 : sent;
+        written += done;
+        for (int i = done; i < n; ++i)
+            written += sendDatagram(QByteArray::fromRawData(batch[first + i].data, batch[first + i].size),
+                                    batch[first + i].ip, batch[first + i].port) >= 0;
+    }
+    return written;
+#else
+    return CommandSink::sendBatch(batch, count);
+#endif
+}
+
 void MyThread::run()
 {
     const quint32 selected = m_selected;
@@ -132,6 +173,11 @@ void MyThread::run()
         Log::failure(__FILE__, "MyThread::run", __LINE__);
     if (!unicast.bind(QHostAddress(selected), 0))
         Log::failure(__FILE__, "MyThread::run", __LINE__);
+    // The loop sleeps 5 ms when idle and a full poll round takes several more; a default queue holds only a
+    // few hundred small datagrams, so a burst of replies that arrives meanwhile would be dropped by the kernel.
+    // The system may grant less (Linux caps it at net.core.rmem_max).
+    for (QUdpSocket *s : {&announce, &sap, &unicast})
+        s->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, kReceiveBufferBytes);
     // The address command is broadcast; allow it on the send socket.
     enableBroadcast(unicast.socketDescriptor());
     m_unicastPort = unicast.localPort();
@@ -166,9 +212,10 @@ void MyThread::run()
                 handleUdpUnicast(buffer, len, ip, fromPort);
             }
         }
-        if (took)
-            continue;
-        msleep(5);
+        // The tick is due whether or not this round read anything: under steady traffic the loop may never
+        // sleep, and ageing, polling and the page refreshes must not wait for a quiet moment.
+        if (!took)
+            msleep(5);
         if (sinceTick.elapsed() >= kTickMs) {
             sinceTick.restart();
             tick();

@@ -43,6 +43,7 @@ public:
 
     /// -1 while the thread is not running, is stopping or has no socket.
     int sendDatagram(const QByteArray &data, quint32 ip, quint16 port) override;
+    int sendBatch(const Datagram *batch, int count) override;
 
     /// Per-device countdowns of blink highlights, aged on the tick.
     PendingTimeouts &blinkTimeouts() { return m_blinks; }

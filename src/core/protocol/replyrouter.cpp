@@ -1,5 +1,6 @@
 #include "replyrouter.h"
 
+#include "jsonintake.h"
 #include "requestrouter.h"
 #include "app/log.h"
 #include "app/texts.h"
@@ -41,13 +42,11 @@ ReplyRouter::Outcome ReplyRouter::route(const char *data, int length, quint32 se
                                         DevManager &registry)
 {
     Outcome out;
-    QJsonParseError error;
-    const QJsonDocument doc = QJsonDocument::fromJson(QByteArray::fromRawData(data, length), &error);
-    if (error.error != QJsonParseError::NoError || !doc.isObject()) {
+    QJsonObject reply;
+    if (!JsonIntake::parseObject(data, length, &reply)) {
         Log::failure(__FILE__, "MyThread::handleUdpUnicast", __LINE__);
         return out;
     }
-    QJsonObject reply = doc.object();
     const QString op = reply.value(QLatin1String("ops")).toString();
 
     if (op != QLatin1String("setIp") && !reply.contains(QLatin1String("devId"))) {

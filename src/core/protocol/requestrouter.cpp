@@ -154,7 +154,13 @@ QVector<RequestRouter::Datagram> RequestRouter::build(const QString &json, int f
         d.port = kSettingsPort;
     } else {
         d.ip = dev->rec.ip;
-        d.port = fixedPort >= 0 ? quint16(fixedPort) : portFor(op, quint16(dev->rec.port));
+        quint16 port = portFor(op, quint16(dev->rec.port));
+        // The DSP's commands and the settings lock have ports of their own.
+        if (req.value(QLatin1String("uiTag")).toString() == QLatin1String("dspUiTag"))
+            port = kDspPort;
+        else if (op == QLatin1String("setLock"))
+            port = kSettingsLockPort;
+        d.port = fixedPort >= 0 ? quint16(fixedPort) : port;
     }
     d.data = compact(req);
     out.append(d);

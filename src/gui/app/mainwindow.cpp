@@ -1,11 +1,15 @@
 #include "mainwindow.h"
 
 #include "aboutdialog.h"
+#include "clock/clockform.h"
+#include "monitor/devvolumeform.h"
+#include "monitor/netstateform.h"
 #include "interfacechooser.h"
 #include "device/devicelistform.h"
 #include "device/devicesettingsdialog.h"
 #include "factory/devicetestdialog.h"
 #include "placeholderpage.h"
+#include "routing/cellrouteform.h"
 #include "titlebar.h"
 #include "app/language.h"
 #include "app/platform.h"
@@ -177,6 +181,34 @@ void MainWindow::buildPages()
     connect(this, &MainWindow::signal_send_addDev, devices, &DeviceListForm::slot_refreshDevInfo);
     connect(this, &MainWindow::signal_blinkingDev, devices, &DeviceListForm::slot_blinking);
     connect(this, &MainWindow::signal_unBlinkingDev, devices, &DeviceListForm::slot_unBlinking);
+
+    auto *routing = new CellRouteForm(m_link->registry(), m_uiStore, this);
+    setPageWidget(Routing, routing);
+    connect(routing, &CellRouteForm::signal_sendUdp, this, &MainWindow::slot_sendUdp);
+    connect(routing, &CellRouteForm::signal_showDevice, this, &MainWindow::slot_openDeviceSettings);
+    for (auto signal : {&MainWindow::signal_send_addDev, &MainWindow::signal_send_delDev,
+                        &MainWindow::signal_send_updateDev})
+        connect(this, signal, routing, &CellRouteForm::slot_refresh);
+    for (auto signal : {&MainWindow::signal_refresh_route, &MainWindow::signal_refreshUi})
+        connect(this, signal, routing, &CellRouteForm::slot_refresh);
+    connect(this, &MainWindow::signal_send_addMcast, routing, &CellRouteForm::slot_refresh);
+    connect(this, &MainWindow::signal_send_delMcast, routing, &CellRouteForm::slot_refresh);
+
+    // The clock and monitoring pages: requests out, replies and registry changes in.
+    auto wire = [this](auto *page) {
+        using Page = std::remove_pointer_t<decltype(page)>;
+        connect(page, &Page::signal_sendUdp, this, &MainWindow::slot_sendUdp);
+        connect(this, &MainWindow::signal_recv_message, page, &Page::slot_message);
+        for (auto signal : {&MainWindow::signal_send_addDev, &MainWindow::signal_send_delDev,
+                            &MainWindow::signal_send_updateDev})
+            connect(this, signal, page, &Page::slot_refresh);
+        for (auto signal : {&MainWindow::signal_refreshUi, &MainWindow::signal_refreshDevInfoUi})
+            connect(this, signal, page, &Page::slot_refresh);
+        return page;
+    };
+    setPageWidget(Clock, wire(new ClockForm(m_link->registry(), m_uiStore, this)));
+    setPageWidget(NetStats, wire(new NetStateForm(m_link->registry(), this)));
+    setPageWidget(Levels, wire(new DevVolumeForm(m_link->registry(), this)));
 }
 
 bool MainWindow::startNetwork(const QString &address)
@@ -360,6 +392,7 @@ void MainWindow::slot_openDeviceSettings(const QString &devId)
     connect(dialog, &DeviceSettingsDialog::signal_showTips, this, &MainWindow::slot_showTips);
     connect(this, &MainWindow::signal_recv_message, dialog, &DeviceSettingsDialog::slot_message);
     connect(this, &MainWindow::signal_send_updateDev, dialog, &DeviceSettingsDialog::slot_refreshDevice);
+    connect(this, &MainWindow::signal_refreshUi, dialog, &DeviceSettingsDialog::slot_refresh);
     dialog->show();
 }
 

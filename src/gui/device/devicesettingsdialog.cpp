@@ -28,6 +28,7 @@
 
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QJsonDocument>
 #include <QLabel>
 #include <QListWidget>
@@ -238,6 +239,11 @@ void DeviceSettingsDialog::slot_refreshDevice(const QString &devId)
         refresh();
 }
 
+void DeviceSettingsDialog::slot_refresh()
+{
+    refresh();
+}
+
 void DeviceSettingsDialog::refresh()
 {
     if (auto d = m_registry.findByDevId(m_devId))
@@ -299,6 +305,9 @@ void DeviceSettingsDialog::slot_message(const QString &json)
 
     if (op == QLatin1String("setLock") && ok)
         ask(QStringLiteral("getLock"));
+    // A test drives an output pin: its level shown on the page has changed.
+    if (op == QLatin1String("testGpio") && ok)
+        ask(QStringLiteral("getGpioInfo"));
     if (!SettingsPlan::isChange(op) || result.isEmpty())
         return;
     showResult(op, ok, reply.value(QLatin1String("reason")).toString());
@@ -363,6 +372,17 @@ void DeviceSettingsDialog::retranslate()
     m_reboot->setText(tx(Tx::DeviceReboot));
     if (m_result)
         showResult(m_result->op, m_result->ok, m_result->reason);
+}
+
+void DeviceSettingsDialog::keyPressEvent(QKeyEvent *event)
+{
+    // Enter commits a field; in a dialog it would also press the default
+    // button, which here is the close button of the title strip.
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        event->accept();
+        return;
+    }
+    FramelessDialog::keyPressEvent(event);
 }
 
 void DeviceSettingsDialog::changeEvent(QEvent *event)

@@ -50,8 +50,10 @@ public:
 public slots:
     /// Every reply of the main window; those of other devices are ignored.
     void slot_message(const QString &json);
-    /// The registry changed this device (an announcement, names fetched).
+    /// The registry changed this device (an announcement).
     void slot_refreshDevice(const QString &devId);
+    /// The registry changed (the receive thread's refresh: names fetched and the like).
+    void slot_refresh();
     void slot_manageLock(const QString &password = QString());
     void slot_changePassword();
     void slot_enterPassword();
@@ -64,6 +66,7 @@ signals:
 protected:
     void showEvent(QShowEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
 
 private:
     /// Shows the plan's steps and sends its command; false when nothing was sent.

@@ -1,6 +1,7 @@
 #include "managelock.h"
 
 #include "passwordedit.h"
+#include "settingsstyle.h"
 #include "app/scalefactors.h"
 #include "app/texts.h"
 #include "device/lockplan.h"
@@ -51,7 +52,7 @@ ManageLock::ManageLock(const QString &devId, const LockChoice &current, QWidget 
     m_routing = new QButtonGroup(this);
     m_dsp = new QButtonGroup(this);
     for (QGroupBox *box : {m_detailsBox, m_routingBox, m_dspBox}) {
-        box->setStyleSheet(groupStyle());
+        box->setStyleSheet(groupStyle() + SettingsStyle::indicators());
         box->setFont(Style::font(10.5));
         new QHBoxLayout(box);
         contentLayout()->addWidget(box);
@@ -65,6 +66,10 @@ ManageLock::ManageLock(const QString &devId, const LockChoice &current, QWidget 
     addChoice(m_dspBox, m_dsp, "rb_dspReadOnly", LockChoice::DspReadOnly);
     addChoice(m_dspBox, m_dsp, "rb_dspDetailsReadOnly", LockChoice::DspDetailsReadOnly);
     addChoice(m_dspBox, m_dsp, "rb_dspHidden", LockChoice::DspHidden);
+    for (QGroupBox *box : {m_detailsBox, m_routingBox, m_dspBox}) {
+        box->layout()->setSpacing(scaled(28));
+        static_cast<QHBoxLayout *>(box->layout())->addStretch(1);
+    }
     m_details->button(current.details)->setChecked(true);
     m_routing->button(current.routing)->setChecked(true);
     m_dsp->button(current.dsp)->setChecked(true);

@@ -6,6 +6,7 @@
 #include <QAction>
 #include <QEvent>
 #include <QIcon>
+#include <QPalette>
 
 PasswordEdit::PasswordEdit(QWidget *parent)
     : QLineEdit(parent)
@@ -30,5 +31,13 @@ void PasswordEdit::changeEvent(QEvent *event)
 {
     if (event->type() == QEvent::LanguageChange)
         retranslate();
+    // The style sheet gives the hint the text's colour whenever it polishes;
+    // a hint that looks like a typed password is misleading.
+    const QColor hint(110, 113, 124);
+    if (event->type() == QEvent::PaletteChange && palette().color(QPalette::PlaceholderText) != hint) {
+        QPalette p = palette();
+        p.setColor(QPalette::PlaceholderText, hint);
+        setPalette(p);
+    }
     QLineEdit::changeEvent(event);
 }

@@ -1,5 +1,6 @@
 #include "settingsaddresspage.h"
 
+#include "settingsstyle.h"
 #include "app/scalefactors.h"
 #include "app/texts.h"
 #include "device/settingsdisplay.h"
@@ -33,6 +34,7 @@ SettingsAddressPage::SettingsAddressPage(const QString &devId, QWidget *parent)
 
     m_auto = new QCheckBox(this);
     m_auto->setObjectName(QStringLiteral("cb_autoIp"));
+    m_auto->setStyleSheet(SettingsStyle::indicators());
     connect(m_auto, &QCheckBox::toggled, this, [this] {
         m_edited = true;
         syncEnabled();

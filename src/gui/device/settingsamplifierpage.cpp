@@ -15,6 +15,12 @@
 #include <QSignalBlocker>
 #include <QVBoxLayout>
 
+namespace {
+
+constexpr int kFirstOutputRow = 3;
+
+} // namespace
+
 SettingsAmplifierPage::SettingsAmplifierPage(const QString &devId, QWidget *parent)
     : QWidget(parent)
     , m_devId(devId)
@@ -24,9 +30,10 @@ SettingsAmplifierPage::SettingsAmplifierPage(const QString &devId, QWidget *pare
     layout->setContentsMargins(scaled(24), scaled(20), scaled(24), scaled(20));
     layout->setSpacing(scaled(14));
 
-    auto *top = new QGridLayout;
-    top->setHorizontalSpacing(scaled(24));
-    top->setVerticalSpacing(scaled(10));
+    // One grid, so that the power and voltage values line up with the gains.
+    m_outputs = new QGridLayout;
+    m_outputs->setHorizontalSpacing(scaled(24));
+    m_outputs->setVerticalSpacing(scaled(10));
     m_powerLabel = new QLabel(this);
     m_power = new QPushButton(this);
     m_power->setObjectName(QStringLiteral("pb_power"));
@@ -39,20 +46,15 @@ SettingsAmplifierPage::SettingsAmplifierPage(const QString &devId, QWidget *pare
     m_voltage = new QLabel(this);
     m_voltage->setObjectName(QStringLiteral("lb_voltage"));
     m_voltage->setStyleSheet(QStringLiteral("color: %1;").arg(Style::rgb(Style::kTextBright)));
-    top->addWidget(m_powerLabel, 0, 0);
-    top->addWidget(m_power, 0, 1, Qt::AlignLeft);
-    top->addWidget(m_voltageLabel, 1, 0);
-    top->addWidget(m_voltage, 1, 1);
-    top->setColumnStretch(2, 1);
-    layout->addLayout(top);
-
-    m_outputs = new QGridLayout;
-    m_outputs->setHorizontalSpacing(scaled(24));
-    m_outputs->setVerticalSpacing(scaled(8));
+    m_outputs->addWidget(m_powerLabel, 0, 0);
+    m_outputs->addWidget(m_power, 0, 1, Qt::AlignLeft);
+    m_outputs->addWidget(m_voltageLabel, 1, 0);
+    m_outputs->addWidget(m_voltage, 1, 1);
     m_gainHeading = new QLabel(this);
     m_tempHeading = new QLabel(this);
-    m_outputs->addWidget(m_gainHeading, 0, 1);
-    m_outputs->addWidget(m_tempHeading, 0, 2);
+    m_outputs->addWidget(m_gainHeading, 2, 1, Qt::AlignBottom);
+    m_outputs->addWidget(m_tempHeading, 2, 2, Qt::AlignBottom);
+    m_outputs->setRowMinimumHeight(2, scaled(40));
     m_outputs->setColumnStretch(3, 1);
     layout->addLayout(m_outputs);
 
@@ -88,9 +90,9 @@ void SettingsAmplifierPage::rebuildOutputs(int count)
                 [this, i](double v) { emit signal_run(SettingsPlan::setGain(m_devId, i, v)); });
         auto *temp = new QLabel(this);
         temp->setObjectName(QStringLiteral("lb_ampTemp_%1").arg(i + 1));
-        m_outputs->addWidget(name, i + 1, 0);
-        m_outputs->addWidget(gain, i + 1, 1);
-        m_outputs->addWidget(temp, i + 1, 2);
+        m_outputs->addWidget(name, kFirstOutputRow + i, 0);
+        m_outputs->addWidget(gain, kFirstOutputRow + i, 1);
+        m_outputs->addWidget(temp, kFirstOutputRow + i, 2);
         m_outputNames.append(name);
         m_gains.append(gain);
         m_temps.append(temp);

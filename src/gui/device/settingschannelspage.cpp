@@ -3,7 +3,9 @@
 #include "app/scalefactors.h"
 #include "app/texts.h"
 #include "device/settingsplan.h"
+#include "widgets/style.h"
 
+#include <QAbstractButton>
 #include <QApplication>
 #include <QEvent>
 #include <QHeaderView>
@@ -26,6 +28,13 @@ SettingsChannelsPage::SettingsChannelsPage(const QString &devId, QWidget *parent
     m_table->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     m_table->verticalHeader()->setDefaultSectionSize(scaled(30));
     m_table->verticalHeader()->setMinimumWidth(scaled(36));
+    m_table->verticalHeader()->setDefaultAlignment(Qt::AlignCenter);
+    // The shared style colours the sections only; the header's empty part and corner follow here.
+    m_table->setStyleSheet(QStringLiteral("QHeaderView { background-color: %1; }").arg(Style::rgb(Style::kBackground)));
+    // Set on the corner itself: a rule on the table is lost when a window
+    // above it has a style sheet of its own.
+    if (auto *corner = m_table->findChild<QAbstractButton *>())
+        corner->setStyleSheet(QStringLiteral("background-color: %1; border: none;").arg(Style::rgb(Style::kPanel)));
     connect(m_table, &QTableWidget::itemChanged, this, &SettingsChannelsPage::onItemChanged);
 
     auto *layout = new QVBoxLayout(this);

@@ -57,6 +57,7 @@ void SettingsGpioPage::rebuild(const QVector<GpioPin> &pins)
         r.name = new QLabel(this);
         r.dir = new QComboBox(this);
         r.dir->setObjectName(QStringLiteral("com_gpioDir_") + n);
+        r.dir->setMinimumWidth(scaled(110));
         r.dir->addItem(QString(), false);
         r.dir->addItem(QString(), true);
         r.level = new QPushButton(this);

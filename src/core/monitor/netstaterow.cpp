@@ -1,0 +1,49 @@
+#include "netstaterow.h"
+
+#include "debuginfo.h"
+#include "devicehealth.h"
+#include "netstatsdisplay.h"
+#include "tarnampinfo.h"
+#include "devices/devicerecord.h"
+
+#include <algorithm>
+
+NetStateRow NetStateRow::of(const Device &d, const DebugInfo *debug, const TarnAmpInfo *amp, bool unreachable)
+{
+    NetStateRow row;
+    row.devId = d.rec.devId.str();
+    row.name = d.rec.name.str();
+    row.model = d.rec.model.str();
+    row.sampleRate = NetStatsDisplay::sampleRate(d.rec);
+    row.packetTime = NetStatsDisplay::duration(NetStatsDisplay::packetTimeUs(d.rec));
+    row.delay = NetStatsDisplay::delay(d.rec);
+    row.receiveMbps = NetStatsDisplay::receiveMbps(d);
+    row.sendMbps = NetStatsDisplay::sendMbps(d);
+    row.bandwidth = NetStatsDisplay::bandwidthText(row.receiveMbps, row.sendMbps);
+    row.tenths = DeviceHealth::kNoTemperature;
+    if (debug) {
+        int tenths = 0;
+        if (NetStatsDisplay::temperatureTenths(debug->temp, &tenths)) {
+            row.tenths = tenths;
+            row.temperature = NetStatsDisplay::temperatureText(tenths);
+        }
+        row.uptime = NetStatsDisplay::runningTime(debug->uptime);
+    }
+    if (amp)
+        row.amplifier = amp->summary();
+    const QString who = row.name.isEmpty() ? row.devId : row.name;
+    row.problem = DeviceHealth::problem(who, unreachable, amp ? amp->protect : QString(), row.tenths);
+    return row;
+}
+
+void NetStateRow::sort(QVector<NetStateRow> &rows, SortOrder order)
+{
+    if (order == Default)
+        return;
+    std::stable_sort(rows.begin(), rows.end(), [order](const NetStateRow &a, const NetStateRow &b) {
+        int c = a.name.compare(b.name, Qt::CaseInsensitive);
+        if (c == 0)
+            c = a.devId.compare(b.devId);
+        return order == Ascending ? c < 0 : c > 0;
+    });
+}

@@ -1,0 +1,33 @@
+#include "tarnampinfo.h"
+
+#include "netstatsdisplay.h"
+#include "app/texts.h"
+
+#include <QJsonArray>
+
+std::optional<TarnAmpInfo> TarnAmpInfo::fromReply(const QJsonObject &reply)
+{
+    if (reply.value(QLatin1String("ops")).toString() != QLatin1String("getTarnAmpInfo") ||
+        reply.value(QLatin1String("result")).toString() != QLatin1String("succ"))
+        return std::nullopt;
+    TarnAmpInfo info;
+    info.power = reply.value(QLatin1String("power")).toString() == QLatin1String("1");
+    info.voltage = reply.value(QLatin1String("voltage")).toString();
+    info.protect = reply.value(QLatin1String("protect")).toString();
+    for (const QJsonValue &v : reply.value(QLatin1String("tempArr")).toArray())
+        info.temperatures.append(v.toString());
+    return info;
+}
+
+QString TarnAmpInfo::summary() const
+{
+    QStringList temps;
+    for (const QString &t : temperatures) {
+        int tenths = 0;
+        temps.append(NetStatsDisplay::temperatureTenths(t, &tenths) ? QString::number(tenths / 10.0, 'f', 1)
+                                                                    : QStringLiteral("?"));
+    }
+    return tx(Tx::AmpSummary)
+        .arg(tx(power ? Tx::AmpPowerOn : Tx::AmpPowerOff), voltage.isEmpty() ? QStringLiteral("?") : voltage,
+             temps.isEmpty() ? QStringLiteral("?") : temps.join(QStringLiteral(" / ")));
+}

@@ -1,0 +1,114 @@
+#include "clockform.h"
+
+#include "clockitemform.h"
+#include "dialogchangepriority.h"
+#include "formclocktitle.h"
+#include "app/scalefactors.h"
+#include "app/texts.h"
+#include "clock/clockrow.h"
+#include "devices/deviceuistore.h"
+#include "devices/devmanager.h"
+#include "widgets/rowlist.h"
+#include "widgets/style.h"
+
+#include <QEvent>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QVBoxLayout>
+
+ClockForm::ClockForm(const DevManager &registry, DeviceUiStore *uiStore, QWidget *parent)
+    : QWidget(parent)
+    , m_registry(registry)
+    , m_uiStore(uiStore)
+{
+    setObjectName(QStringLiteral("ClockForm"));
+    m_list = new RowList(new FormClockTitle, this);
+    m_count = new QLabel(this);
+    m_count->setObjectName(QStringLiteral("lb_count"));
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(scaled(16), scaled(14), scaled(16), scaled(14));
+    layout->setSpacing(scaled(10));
+    layout->addWidget(m_count);
+    layout->addWidget(m_list, 1);
+    if (m_uiStore)
+        connect(m_uiStore, &DeviceUiStore::signal_changed, this, &ClockForm::slot_deviceChanged);
+    m_list->setEmptyText(tx(Tx::MonitorEmpty));
+    slot_refresh();
+}
+
+QVector<ClockItemForm *> ClockForm::items() const
+{
+    QVector<ClockItemForm *> out;
+    for (QWidget *w : m_list->rows())
+        out.append(static_cast<ClockItemForm *>(w));
+    return out;
+}
+
+void ClockForm::slot_refresh()
+{
+    const QVector<Device> devices = m_registry.devices();
+    QVector<QWidget *> order;
+    QHash<QString, ClockItemForm *> kept;
+    for (const Device &d : devices) {
+        const QString devId = d.devId();
+        ClockItemForm *item = m_items.take(devId);
+        if (!item) {
+            item = new ClockItemForm(devId, m_list->rowParent());
+            connect(item, &ClockItemForm::signal_editPriority, this, &ClockForm::slot_editPriority);
+        }
+        item->setRow(ClockRow::of(d.rec, m_uiStore ? m_uiStore->get(devId) : DeviceUiData()));
+        kept.insert(devId, item);
+        order.append(item);
+    }
+    for (ClockItemForm *gone : qAsConst(m_items))
+        gone->deleteLater();
+    m_items = kept;
+    m_list->setRows(order);
+    m_count->setText(tx(Tx::DevicesCount).arg(devices.size()));
+}
+
+void ClockForm::slot_deviceChanged(const QString &devId)
+{
+    ClockItemForm *item = m_items.value(devId);
+    const auto d = item ? m_registry.findByDevId(devId) : std::nullopt;
+    if (d)
+        item->setRow(ClockRow::of(d->rec, m_uiStore ? m_uiStore->get(devId) : DeviceUiData()));
+}
+
+void ClockForm::slot_message(const QString &json)
+{
+    if (!json.contains(QLatin1String("setPtpPriority")))
+        return;
+    const QJsonObject o = QJsonDocument::fromJson(json.toUtf8()).object();
+    if (o.value(QLatin1String("ops")).toString() != QLatin1String("setPtpPriority") ||
+        o.value(QLatin1String("result")).toString() != QLatin1String("succ"))
+        return;
+    // The reply does not carry the new value: ask the device what it holds now.
+    send({{QStringLiteral("ops"), QStringLiteral("getVersion")},
+          {QStringLiteral("devId"), o.value(QLatin1String("devId")).toString()}});
+}
+
+void ClockForm::slot_editPriority(const QString &devId)
+{
+    const int current = m_uiStore ? m_uiStore->get(devId).ptpPriority : -1;
+    auto *dialog = new DialogChangePriority(devId, current, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &DialogChangePriority::signal_confirmed, this, &ClockForm::send);
+    dialog->open();
+}
+
+void ClockForm::send(const QJsonObject &command)
+{
+    emit signal_sendUdp(QString::fromUtf8(QJsonDocument(command).toJson(QJsonDocument::Compact)),
+                        QStringLiteral("ClockForm"));
+}
+
+void ClockForm::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange) {
+        m_list->setEmptyText(tx(Tx::MonitorEmpty));
+        slot_refresh();
+    }
+    QWidget::changeEvent(event);
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QHash>
+#include <QWidget>
+
+class ClockItemForm;
+class DevManager;
+class DeviceUiStore;
+class FormClockTitle;
+class RowList;
+class QLabel;
+
+/// The clock page: every device of the registry with its PTP role, state,
+/// frequency adjustment and priority, which the edit button of a row changes.
+class ClockForm : public QWidget
+{
+    Q_OBJECT
+public:
+    ClockForm(const DevManager &registry, DeviceUiStore *uiStore, QWidget *parent = nullptr);
+
+    ClockItemForm *item(const QString &devId) const { return m_items.value(devId); }
+    /// The rows in the order shown.
+    QVector<ClockItemForm *> items() const;
+
+signals:
+    void signal_sendUdp(const QString &json, const QString &tag);
+
+public slots:
+    /// Re-reads the registry: devices added, removed or changed (a new clock
+    /// leader is only seen this way).
+    void slot_refresh();
+    /// One device's clock events or answers arrived.
+    void slot_deviceChanged(const QString &devId);
+    /// Replies: a changed priority is read back from the device.
+    void slot_message(const QString &json);
+    /// Opens the priority dialog of a device.
+    void slot_editPriority(const QString &devId);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void send(const QJsonObject &command);
+
+    const DevManager &m_registry;
+    DeviceUiStore *m_uiStore;
+    RowList *m_list;
+    QLabel *m_count;
+    QHash<QString, ClockItemForm *> m_items;
+};

@@ -1,0 +1,101 @@
+#include "dialogchangepriority.h"
+
+#include "app/scalefactors.h"
+#include "app/texts.h"
+#include "clock/clockpriority.h"
+#include "widgets/style.h"
+
+#include <QEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+DialogChangePriority::DialogChangePriority(const QString &devId, int currentPriority, QWidget *parent)
+    : FramelessDialog(parent)
+    , m_devId(devId)
+{
+    setObjectName(QStringLiteral("dlg_changePriority"));
+    setMinimumWidth(scaled(380));
+
+    m_hint = new QLabel(this);
+    m_hint->setObjectName(QStringLiteral("lb_hint"));
+    m_hint->setFont(Style::font(11));
+    m_value = new QLineEdit(this);
+    m_value->setObjectName(QStringLiteral("le_priority"));
+    m_value->setMaxLength(8);
+    if (currentPriority >= 0 && currentPriority <= 255)
+        m_value->setText(QString::number(currentPriority));
+    m_value->selectAll();
+    m_refusal = new QLabel(this);
+    m_refusal->setObjectName(QStringLiteral("lb_refusal"));
+    m_refusal->setWordWrap(true);
+    m_refusal->setStyleSheet(QStringLiteral("color: %1;").arg(Style::rgb(Style::kError)));
+    m_refusal->hide();
+
+    auto *field = new QHBoxLayout;
+    field->addWidget(m_hint);
+    field->addWidget(m_value, 1);
+    contentLayout()->addLayout(field);
+    contentLayout()->addWidget(m_refusal);
+
+    m_ok = new QPushButton(this);
+    m_ok->setObjectName(QStringLiteral("pb_ok"));
+    m_ok->setProperty("role", QStringLiteral("primary"));
+    m_ok->setMinimumWidth(scaled(90));
+    m_ok->setDefault(true);
+    m_cancel = new QPushButton(this);
+    m_cancel->setObjectName(QStringLiteral("pb_cancel"));
+    m_cancel->setMinimumWidth(scaled(90));
+    auto *buttons = new QHBoxLayout;
+    buttons->addStretch(1);
+    buttons->addWidget(m_cancel);
+    buttons->addWidget(m_ok);
+    contentLayout()->addLayout(buttons);
+
+    connect(m_ok, &QPushButton::clicked, this, &DialogChangePriority::on_pb_ok_clicked);
+    connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
+    retranslate();
+}
+
+QString DialogChangePriority::refusalText() const
+{
+    return m_refusal->isVisibleTo(this) ? m_refusal->text() : QString();
+}
+
+void DialogChangePriority::on_pb_ok_clicked()
+{
+    // Enter reaches ok as the default button; accepting once is enough.
+    if (!m_command.isEmpty())
+        return;
+    const CommandPlan plan = ClockPriority::plan(m_devId, m_value->text());
+    if (plan.refused()) {
+        m_refusal->setText(plan.steps.last().text);
+        m_refusal->show();
+        adjustSize();
+        m_value->setFocus();
+        m_value->selectAll();
+        return;
+    }
+    m_command = plan.command;
+    emit signal_confirmed(m_command);
+    accept();
+}
+
+void DialogChangePriority::retranslate()
+{
+    setTitle(tx(Tx::PriorityTitle));
+    m_hint->setText(tx(Tx::PriorityHint));
+    m_ok->setText(tx(Tx::Ok));
+    m_cancel->setText(tx(Tx::Cancel));
+    if (m_refusal->isVisibleTo(this))
+        m_refusal->setText(tx(Tx::PriorityRange));
+}
+
+void DialogChangePriority::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    FramelessDialog::changeEvent(event);
+}

@@ -1,0 +1,56 @@
+#include "formnettitle.h"
+
+#include "app/scalefactors.h"
+#include "app/texts.h"
+
+#include <QComboBox>
+#include <QEvent>
+#include <QHBoxLayout>
+
+FormNetTitle::FormNetTitle(QWidget *parent)
+    : ColumnRow(stretches(), kTipWidth, parent)
+{
+    setObjectName(QStringLiteral("wd_netTitle"));
+    setFixedHeight(scaled(40));
+    setColors(QColor(0xA9, 0xA9, 0xB7), QColor(33, 34, 39));
+    m_sort = new QComboBox(this);
+    m_sort->setObjectName(QStringLiteral("com_sort"));
+    m_sort->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+    m_sort->addItems({QString(), QString(), QString()});
+    // The selector sits beside the caption of the column it sorts.
+    cellLayout(Name)->addWidget(m_sort);
+    connect(m_sort, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
+            [this] { emit signal_sortChanged(sortOrder()); });
+    retranslate();
+}
+
+const QVector<int> &FormNetTitle::stretches()
+{
+    static const QVector<int> s{22, 9, 11, 8, 8, 9, 9, 16, 9};
+    return s;
+}
+
+NetStateRow::SortOrder FormNetTitle::sortOrder() const
+{
+    return NetStateRow::SortOrder(qMax(0, m_sort->currentIndex()));
+}
+
+void FormNetTitle::retranslate()
+{
+    static const Tx captions[ColumnCount] = {Tx::ColName,       Tx::ColModel,         Tx::ColDevId,
+                                             Tx::ColSampleRate, Tx::NetColPacketTime, Tx::NetColDelay,
+                                             Tx::NetColTemp,    Tx::NetColBandwidth,  Tx::NetColUptime};
+    for (int c = 0; c < ColumnCount; ++c)
+        setText(c, tx(captions[c]));
+    m_sort->setItemText(NetStateRow::Default, tx(Tx::NetSortDefault));
+    m_sort->setItemText(NetStateRow::Ascending, tx(Tx::NetSortAscending));
+    m_sort->setItemText(NetStateRow::Descending, tx(Tx::NetSortDescending));
+    m_sort->setToolTip(tx(Tx::NetSortLabel));
+}
+
+void FormNetTitle::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    ColumnRow::changeEvent(event);
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "monitor/netstaterow.h"
+#include "widgets/columnrow.h"
+
+class QComboBox;
+
+/// The statistics page's header: the column captions and the sort order.
+class FormNetTitle : public ColumnRow
+{
+    Q_OBJECT
+public:
+    enum Column { Name, Model, DevId, SampleRate, PacketTime, Delay, Temperature, Bandwidth, Uptime, ColumnCount };
+
+    explicit FormNetTitle(QWidget *parent = nullptr);
+
+    /// Shared with the rows so their cells line up with the captions.
+    static const QVector<int> &stretches();
+    static constexpr int kTipWidth = 30;
+
+    NetStateRow::SortOrder sortOrder() const;
+    QComboBox *sortBox() const { return m_sort; }
+
+signals:
+    void signal_sortChanged(NetStateRow::SortOrder order);
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    void retranslate();
+
+    QComboBox *m_sort;
+};

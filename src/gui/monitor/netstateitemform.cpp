@@ -1,0 +1,38 @@
+#include "netstateitemform.h"
+
+#include "formnettitle.h"
+#include "app/scalefactors.h"
+#include "widgets/rowtipbutton.h"
+#include "widgets/style.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+
+NetStateItemForm::NetStateItemForm(const QString &devId, QWidget *parent)
+    : ColumnRow(FormNetTitle::stretches(), FormNetTitle::kTipWidth, parent)
+    , m_devId(devId)
+{
+    setObjectName(QStringLiteral("wd_netStateItem"));
+    setFixedHeight(scaled(40));
+    m_tip = new RowTipButton(this);
+    leadingLayout()->addWidget(m_tip);
+    setRow(NetStateRow());
+}
+
+void NetStateItemForm::setRow(const NetStateRow &row)
+{
+    m_row = row;
+    const QString cells[FormNetTitle::ColumnCount] = {row.name,        row.model,      row.devId,
+                                                      row.sampleRate,  row.packetTime, row.delay,
+                                                      row.temperature, row.bandwidth,  row.uptime};
+    for (int c = 0; c < FormNetTitle::ColumnCount; ++c)
+        setText(c, cells[c]);
+    if (!row.amplifier.isEmpty())
+        label(FormNetTitle::Temperature)->setToolTip(row.amplifier);
+    m_tip->setProblem(row.problem);
+    const bool red = row.problem.level == RowProblem::Error;
+    if (int(red) != m_colorLevel) {
+        m_colorLevel = int(red);
+        setColors(red ? Style::kError : QColor(0xA9, 0xA9, 0xB7), Qt::transparent, true);
+    }
+}

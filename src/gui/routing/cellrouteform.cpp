@@ -1,0 +1,717 @@
+#include "cellrouteform.h"
+
+#include "cellgraphicsscene.h"
+#include "routecellitem.h"
+#include "routeheaderview.h"
+#include "app/scalefactors.h"
+#include "app/texts.h"
+#include "devices/devmanager.h"
+#include "devices/deviceuistore.h"
+#include "routing/routeclickcontext.h"
+#include "routing/routeplan.h"
+#include "widgets/noticebox.h"
+#include "widgets/style.h"
+
+#include <QCompleter>
+#include <QEvent>
+#include <QGraphicsView>
+#include <QGridLayout>
+#include <QHBoxLayout>
+#include <QJsonDocument>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QStringListModel>
+#include <QStyle>
+#include <QTimer>
+#include <QTransform>
+#include <QVBoxLayout>
+#include <QtMath>
+
+namespace {
+
+// Notices come in bursts (a route change refetches several tables of several
+// devices); one redraw at the end of the burst is enough.
+const int kRebuildDelayMs = 100;
+const char kMinimumFirmware[] = "3.0.0";
+
+QString headerStyleSheet()
+{
+    const QString fontPx = QString::number(qMax(7, qRound(scaledFont(9) * 96 / 72)));
+    const QString marker = QString::number(qMax(2, scaled(3)));
+    QString s = QStringLiteral(
+        "QWidget#wd_headerBand { background-color: #212227; }"
+        "QPushButton { color: rgb(220, 220, 220); background-color: #212227; border: 1px solid rgba(255, 255, 255, 13);"
+        " border-radius: 0px; margin: 0px; padding: 0px 0px 0px @chPad; min-height: 0px; min-width: 0px;"
+        " text-align: left; font-size: @font; }"
+        "QPushButton[line=\"channel\"], QPushButton[line=\"flowChannel\"] { color: rgb(190, 192, 202); }"
+        "QPushButton[line=\"owner\"] { background-color: #34343E; padding-left: @ownPad;"
+        " border-left: @marker solid rgb(79, 139, 75); }"
+        "QPushButton[line=\"owner\"][state=\"warn\"] { border-left: @marker solid rgb(223, 0, 0); }"
+        "QPushButton[line=\"flow\"] { background-color: #2A2B33; padding-left: @ownPad;"
+        " border-left: @marker solid rgb(0, 0, 255); }"
+        "QPushButton[hover=\"device\"] { background-color: rgb(155, 139, 11); color: black; }"
+        "QPushButton[hover=\"flow\"] { background-color: rgb(0, 0, 255); color: rgb(220, 220, 220); }");
+    s.replace(QLatin1String("@font"), fontPx + QStringLiteral("px"));
+    s.replace(QLatin1String("@marker"), marker + QStringLiteral("px"));
+    s.replace(QLatin1String("@chPad"), QString::number(scaled(24)) + QStringLiteral("px"));
+    s.replace(QLatin1String("@ownPad"), QString::number(scaled(2)) + QStringLiteral("px"));
+    return s;
+}
+
+QPixmap cellPicture(const char *path, int size)
+{
+    return QPixmap(QLatin1String(path)).scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+}
+
+void repolish(QWidget *w)
+{
+    w->style()->unpolish(w);
+    w->style()->polish(w);
+    w->update();
+}
+
+} // namespace
+
+CellRouteForm::CellRouteForm(const DevManager &registry, DeviceUiStore *uiStore, QWidget *parent)
+    : QWidget(parent)
+    , m_registry(registry)
+    , m_uiStore(uiStore)
+    , m_cellSize(qMax(4, int(newAdjScale * 16.0)))
+    , m_headerLength(qMax(40, int(newAdjScale * 150)))
+    , m_arrowZone(qMax(6, int(newAdjScale * 18)))
+{
+    setObjectName(QStringLiteral("CellRouteForm"));
+    // The pictures are a pixel short of the cell, so the grid lines stay visible around them.
+    m_checkedPicture = cellPicture(":/pic/checked.png", m_cellSize - 2);
+    m_checkingPicture = cellPicture(":/pic/checking1.png", m_cellSize - 2);
+    m_increaseRoute = cellPicture(":/pic/increaseRoute.png", m_cellSize - 2);
+    m_decreaseRoute = cellPicture(":/pic/decreaseRoute.png", m_cellSize - 2);
+    m_increaseIcon = QIcon(QStringLiteral(":/pic/increase_bt.png"));
+    m_decreaseIcon = QIcon(QStringLiteral(":/pic/decrease_bt.png"));
+    const QTransform quarter = QTransform().rotate(90);
+    m_increaseColumnIcon = QIcon(QPixmap(QStringLiteral(":/pic/increase_bt.png")).transformed(quarter));
+    m_decreaseColumnIcon = QIcon(QPixmap(QStringLiteral(":/pic/decrease_bt.png")).transformed(quarter));
+
+    m_rebuildTimer = new QTimer(this);
+    m_rebuildTimer->setSingleShot(true);
+    m_rebuildTimer->setInterval(kRebuildDelayMs);
+    connect(m_rebuildTimer, &QTimer::timeout, this, &CellRouteForm::slot_rebuild);
+
+    buildLayout();
+    retranslate();
+}
+
+CellRouteForm::~CellRouteForm()
+{
+    // The scene goes first among the children, and leaving the view moves
+    // its scroll bars: they must not reach a page half gone.
+    m_view->horizontalScrollBar()->disconnect(this);
+    m_view->verticalScrollBar()->disconnect(this);
+    m_rebuildTimer->stop();
+    delete m_view;
+}
+
+void CellRouteForm::buildLayout()
+{
+    m_scene = new CellGraphicsScene(this);
+    m_scene->setObjectName(QStringLiteral("gs_routeCells"));
+    m_view = new QGraphicsView(m_scene, this);
+    m_view->setObjectName(QStringLiteral("gv_routeGrid"));
+    m_view->setFrameShape(QFrame::NoFrame);
+    m_view->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    m_view->setBackgroundBrush(RouteCellItem::kPlain);
+    m_view->setOptimizationFlags(QGraphicsView::DontSavePainterState | QGraphicsView::DontAdjustForAntialiasing);
+    m_view->viewport()->setMouseTracking(true);
+    m_view->viewport()->installEventFilter(this);
+    connect(m_scene, &CellGraphicsScene::signal_cellPressed, this, &CellRouteForm::onCellPressed,
+            Qt::QueuedConnection);
+    connect(m_scene, &CellGraphicsScene::signal_mouseMoved, this, &CellRouteForm::onMouseMoved);
+
+    m_rowHeaders = new RouteHeaderView(Qt::Vertical, QStringLiteral("tx_"), this);
+    m_columnHeaders = new RouteHeaderView(Qt::Horizontal, QStringLiteral("rx_"), this);
+    for (RouteHeaderView *h : {m_rowHeaders, m_columnHeaders}) {
+        h->setButtonFilter(this);
+        h->setButtonStyleSheet(headerStyleSheet());
+    }
+    m_rowHeaders->setAxis(0, m_cellSize, m_headerLength);
+    m_columnHeaders->setAxis(0, m_cellSize, m_headerLength);
+
+    connect(m_view->verticalScrollBar(), &QScrollBar::valueChanged, this, [this](int v) {
+        m_rowHeaders->setOffset(v);
+        updateBand(false);
+    });
+    connect(m_view->horizontalScrollBar(), &QScrollBar::valueChanged, this, [this](int v) {
+        m_columnHeaders->setOffset(v);
+        updateBand(false);
+    });
+
+    const QFont captionFont = Style::font(10, true);
+    m_txCaption = new QLabel(this);
+    m_txCaption->setObjectName(QStringLiteral("lb_transmitters"));
+    m_txCaption->setFont(captionFont);
+    m_rxCaption = new QLabel(this);
+    m_rxCaption->setObjectName(QStringLiteral("lb_receivers"));
+    m_rxCaption->setFont(captionFont);
+    for (QLabel *l : {m_txCaption, m_rxCaption})
+        l->setStyleSheet(QStringLiteral("color: rgb(220, 220, 220);"));
+
+    auto makeFind = [this](const char *name, QStringListModel **model, QCompleter **completer,
+                           RouteGrid::Axis axis) {
+        auto *edit = new QLineEdit(this);
+        edit->setObjectName(QLatin1String(name));
+        edit->setClearButtonEnabled(true);
+        *model = new QStringListModel(this);
+        *completer = new QCompleter(*model, this);
+        (*completer)->setCaseSensitivity(Qt::CaseInsensitive);
+        (*completer)->setFilterMode(Qt::MatchContains);
+        (*completer)->setCompletionMode(QCompleter::PopupCompletion);
+        (*completer)->setMaxVisibleItems(14);
+        edit->setCompleter(*completer);
+        edit->installEventFilter(this);
+        connect(*completer, QOverload<const QString &>::of(&QCompleter::activated), this,
+                [this, axis](const QString &text) { goToSearchEntry(axis, text); });
+        connect(edit, &QLineEdit::returnPressed, this, [this, edit, axis] { goToSearchEntry(axis, edit->text()); });
+        return edit;
+    };
+    m_findOut = makeFind("find_outCh_le", &m_outModel, &m_outCompleter, RouteGrid::Rows);
+    m_findIn = makeFind("find_InCh_le", &m_inModel, &m_inCompleter, RouteGrid::Columns);
+    m_findOut->setFixedWidth(m_headerLength - scaled(8));
+    m_findIn->setFixedWidth(scaled(260));
+
+    // What the pictures mean, for a reader new to the page.
+    auto *legend = new QHBoxLayout;
+    legend->setSpacing(scaled(6));
+    const QPixmap pictures[] = {m_checkedPicture, m_checkingPicture, m_increaseRoute};
+    for (const QPixmap &p : pictures) {
+        auto *pic = new QLabel(this);
+        pic->setPixmap(p);
+        auto *text = new QLabel(this);
+        text->setObjectName(QStringLiteral("lb_legend") + QString::number(m_legendTexts.size()));
+        m_legendTexts.append(text);
+        legend->addWidget(pic);
+        legend->addWidget(text);
+        legend->addSpacing(scaled(10));
+    }
+
+    auto *top = new QHBoxLayout;
+    top->setSpacing(scaled(10));
+    top->addWidget(m_rxCaption);
+    top->addWidget(m_findIn);
+    top->addStretch(1);
+    top->addLayout(legend);
+
+    auto *corner = new QVBoxLayout;
+    corner->setContentsMargins(0, 0, scaled(8), scaled(8));
+    corner->setSpacing(scaled(6));
+    corner->addStretch(1);
+    corner->addWidget(m_txCaption);
+    corner->addWidget(m_findOut);
+
+    auto *layout = new QGridLayout(this);
+    layout->setContentsMargins(scaled(16), scaled(12), scaled(16), scaled(12));
+    layout->setHorizontalSpacing(0);
+    layout->setVerticalSpacing(0);
+    layout->addLayout(top, 0, 1);
+    layout->setRowMinimumHeight(0, scaled(40));
+    layout->addLayout(corner, 1, 0);
+    layout->addWidget(m_columnHeaders, 1, 1);
+    layout->addWidget(m_rowHeaders, 2, 0);
+    layout->addWidget(m_view, 2, 1);
+    layout->setRowStretch(2, 1);
+    layout->setColumnStretch(1, 1);
+
+    m_empty = new QLabel(m_view);
+    m_empty->setObjectName(QStringLiteral("lb_empty"));
+    m_empty->setAlignment(Qt::AlignCenter);
+    m_empty->setWordWrap(true);
+    m_empty->setFont(Style::font(11));
+    m_empty->setStyleSheet(QStringLiteral("color: rgb(169, 169, 183);"));
+}
+
+void CellRouteForm::retranslate()
+{
+    m_txCaption->setText(tx(Tx::RoutingTransmitters));
+    m_rxCaption->setText(tx(Tx::RoutingReceivers));
+    m_findOut->setPlaceholderText(tx(Tx::RoutingFindTransmitter));
+    m_findIn->setPlaceholderText(tx(Tx::RoutingFindReceiver));
+    m_empty->setText(tx(Tx::RoutingEmpty));
+    const Tx legend[] = {Tx::RoutingLegendRouted, Tx::RoutingLegendPending, Tx::RoutingLegendFolded};
+    for (int i = 0; i < m_legendTexts.size(); ++i)
+        m_legendTexts.at(i)->setText(tx(legend[i]));
+    updateBand(true);
+}
+
+void CellRouteForm::slot_refresh()
+{
+    m_rebuildTimer->start();
+}
+
+void CellRouteForm::slot_rebuild()
+{
+    m_rebuildTimer->stop();
+    // A confirm box is open for a cell: its row and column must keep meaning
+    // the same lines until the answer is in.
+    if (m_inClick) {
+        m_rebuildWanted = true;
+        return;
+    }
+    if (!isVisible())
+        return; // rebuilt when shown
+    m_grid.rebuild(m_registry.devices(), m_registry.flows());
+    m_checking.clear();
+    m_searchStale = true;
+    ++m_rebuildCount;
+    relayout();
+    if (m_findOut->hasFocus() || m_findIn->hasFocus())
+        updateSearchLists();
+}
+
+void CellRouteForm::relayout()
+{
+    clearHover();
+    m_scene->setSceneRect(0, 0, m_grid.columnCount() * m_cellSize, m_grid.rowCount() * m_cellSize);
+    m_rowHeaders->setAxis(m_grid.rowCount(), m_cellSize, m_headerLength);
+    m_columnHeaders->setAxis(m_grid.columnCount(), m_cellSize, m_headerLength);
+    m_empty->setVisible(m_grid.rowCount() == 0 && m_grid.columnCount() == 0);
+    m_empty->setGeometry(m_view->rect().adjusted(scaled(40), 0, -scaled(40), 0));
+    updateBand(true);
+    m_rowHeaders->setOffset(m_view->verticalScrollBar()->value());
+    m_columnHeaders->setOffset(m_view->horizontalScrollBar()->value());
+}
+
+void CellRouteForm::updateBand(bool force)
+{
+    const int rowTile = TileBand::tileOf(m_view->verticalScrollBar()->value() / m_cellSize);
+    const int colTile = TileBand::tileOf(m_view->horizontalScrollBar()->value() / m_cellSize);
+    const QSize shown = m_view->viewport()->size();
+    const TileBand band = TileBand::compute(m_grid.rowCount(), m_grid.columnCount(), rowTile, colTile,
+                                            shown.height() / m_cellSize + 1, shown.width() / m_cellSize + 1);
+    if (!force && band == m_band)
+        return;
+    clearHover();
+    m_band = band;
+    populateCells();
+    m_rowHeaders->populate(band.firstRow, band.lastRow,
+                           [this](QPushButton *b, int line) { decorateHeader(RouteGrid::Rows, b, line); });
+    m_columnHeaders->populate(band.firstColumn, band.lastColumn,
+                              [this](QPushButton *b, int line) { decorateHeader(RouteGrid::Columns, b, line); });
+    restoreHover();
+}
+
+void CellRouteForm::populateCells()
+{
+    const int count = m_band.rowCount() * m_band.columnCount();
+    // Removing items one by one costs a search each; a large shrink is
+    // cheaper as one clear.
+    if (m_items.size() - count > 512) {
+        m_scene->clear();
+        m_items.clear();
+    }
+    while (m_items.size() > count)
+        delete m_items.takeLast();
+    m_items.reserve(count);
+    while (m_items.size() < count) {
+        auto *item = new RouteCellItem(m_cellSize);
+        m_scene->addItem(item);
+        m_items.append(item);
+    }
+    const QVector<AxisItem> &rows = m_grid.rows();
+    const QVector<AxisItem> &columns = m_grid.columns();
+    int i = 0;
+    for (int r = m_band.firstRow; r <= m_band.lastRow; ++r) {
+        for (int c = m_band.firstColumn; c <= m_band.lastColumn; ++c) {
+            RouteCellItem *item = m_items.at(i++);
+            item->setPos(c * m_cellSize, r * m_cellSize);
+            item->setCell(r, c, rows.at(r).isOwner(), columns.at(c).isOwner());
+            decorateCell(item);
+        }
+    }
+}
+
+QString CellRouteForm::cellKey(int row, int column) const
+{
+    const AxisItem &r = m_grid.rows().at(row);
+    const AxisItem &c = m_grid.columns().at(column);
+    return r.ownerId + QLatin1Char('\x1f') + QString::number(r.channel) + QLatin1Char('\x1f') + c.ownerId
+        + QLatin1Char('\x1f') + QString::number(c.channel);
+}
+
+void CellRouteForm::decorateCell(RouteCellItem *item) const
+{
+    const int r = item->row();
+    const int c = item->column();
+    const int state = m_grid.cellState(r, c);
+    const bool checking = !m_checking.isEmpty() && m_checking.contains(cellKey(r, c));
+    item->setData(1, checking ? QStringLiteral("checking") : QString());
+    item->setData(2, !checking && state == 2 ? QStringLiteral("checked") : QString());
+    item->setHighlighted(false);
+    item->setToolTip(QString());
+    if (m_grid.isOwnerPair(r, c)) {
+        const bool expanded = m_grid.pairExpanded(r, c);
+        item->setData(111, expanded ? QVariant(QStringLiteral("decrease")) : QVariant());
+        item->setData(222, expanded ? QVariant() : QVariant(QStringLiteral("increase")));
+        item->setPicture(m_grid.pairRouted(r, c) ? (expanded ? m_decreaseRoute : m_increaseRoute) : QPixmap());
+        return;
+    }
+    item->setData(111, QVariant());
+    item->setData(222, QVariant());
+    item->setPicture(checking ? m_checkingPicture : state == 2 ? m_checkedPicture : QPixmap());
+}
+
+void CellRouteForm::decorateHeader(RouteGrid::Axis axis, QPushButton *button, int line) const
+{
+    const AxisItem &item = m_grid.axis(axis).at(line);
+    button->setText(item.headerText());
+    const char *kind = item.isMcastFlow ? (item.isOwner() ? "flow" : "flowChannel")
+                                        : (item.isOwner() ? "owner" : "channel");
+    button->setProperty("line", QLatin1String(kind));
+    button->setProperty("hover", QString());
+    QString state = QStringLiteral("ok");
+    if (item.isOwner() && !item.isMcastFlow) {
+        bool firmwareOk = true;
+        if (m_uiStore) {
+            const DeviceUiData ui = m_uiStore->get(item.ownerId);
+            // Not answered yet is not held against the device.
+            firmwareOk = !ui.versionKnown
+                || DeviceUiStore::compareVersions(ui.version, QLatin1String(kMinimumFirmware)) >= 0;
+        }
+        if (!item.online || !firmwareOk)
+            state = QStringLiteral("warn");
+    }
+    button->setProperty("state", state);
+    if (item.isOwner()) {
+        if (axis == RouteGrid::Columns)
+            button->setIcon(item.expanded ? m_decreaseColumnIcon : m_increaseColumnIcon);
+        else
+            button->setIcon(item.expanded ? m_decreaseIcon : m_increaseIcon);
+        button->setIconSize(QSize(int(newAdjScale * 15), int(newAdjScale * 15)));
+        const QString title = item.flowAnnounced ? item.ownerName : tx(Tx::RoutingFlowAddress).arg(item.ownerName);
+        button->setToolTip(title + QLatin1Char('\n') + tx(Tx::RoutingOwnerTip));
+    } else {
+        button->setIcon(QIcon());
+        button->setToolTip(item.ownerName + QLatin1Char(':') + item.channelName);
+    }
+    repolish(button);
+}
+
+void CellRouteForm::refreshHeaderStyle(QPushButton *button, const char *hover) const
+{
+    if (button->property("hover").toString() == QLatin1String(hover))
+        return;
+    button->setProperty("hover", QLatin1String(hover));
+    repolish(button);
+}
+
+RouteCellItem *CellRouteForm::cellItem(int row, int column) const
+{
+    if (!m_band.contains(row, column))
+        return nullptr;
+    const int i = (row - m_band.firstRow) * m_band.columnCount() + (column - m_band.firstColumn);
+    return i < m_items.size() ? m_items.at(i) : nullptr;
+}
+
+QPushButton *CellRouteForm::rowHeader(int row) const
+{
+    return m_rowHeaders->button(row);
+}
+
+QPushButton *CellRouteForm::columnHeader(int column) const
+{
+    return m_columnHeaders->button(column);
+}
+
+QPoint CellRouteForm::cellCentreInView(int row, int column) const
+{
+    return m_view->mapFromScene(QPointF((column + 0.5) * m_cellSize, (row + 0.5) * m_cellSize));
+}
+
+void CellRouteForm::scrollToLine(RouteGrid::Axis axis, int line)
+{
+    if (line < 0)
+        return;
+    QScrollBar *bar = axis == RouteGrid::Rows ? m_view->verticalScrollBar() : m_view->horizontalScrollBar();
+    bar->setValue(line * m_cellSize);
+}
+
+void CellRouteForm::restoreHover()
+{
+    if (m_pointerInside && m_hoverRow < 0)
+        onMouseMoved(m_view->mapToScene(m_pointer));
+}
+
+void CellRouteForm::onMouseMoved(const QPointF &scenePos)
+{
+    m_pointerInside = true;
+    m_pointer = m_view->mapFromScene(scenePos);
+    int row = -1;
+    int column = -1;
+    if (!m_grid.cellAt(qFloor(scenePos.x()), qFloor(scenePos.y()), m_cellSize, &row, &column)) {
+        clearHover();
+        return;
+    }
+    if (row == m_hoverRow && column == m_hoverColumn)
+        return;
+    setHover(row, column);
+}
+
+void CellRouteForm::setHover(int row, int column)
+{
+    clearHover();
+    m_hoverRow = row;
+    m_hoverColumn = column;
+    if (RouteCellItem *item = cellItem(row, column)) {
+        item->setToolTip(QStringLiteral("<span style=\"font-family:'微软雅黑'; font-size:%1pt;\">%2</span>")
+                             .arg(qMax(1, int(newAdjScale * 9)))
+                             .arg(m_grid.toolTip(row, column).toHtmlEscaped()));
+    }
+    const AxisItem &r = m_grid.rows().at(row);
+    const AxisItem &c = m_grid.columns().at(column);
+    const char *rowHover = r.isMcastFlow ? "flow" : "device";
+    if (r.isOwner() || c.isOwner()) {
+        // No cell highlight on owner lines: their headers light up instead.
+        if (QPushButton *b = m_rowHeaders->button(r.ownerLine)) {
+            refreshHeaderStyle(b, rowHover);
+            m_litHeaders.append(b);
+        }
+        if (QPushButton *b = m_columnHeaders->button(c.ownerLine)) {
+            refreshHeaderStyle(b, "device");
+            m_litHeaders.append(b);
+        }
+        return;
+    }
+    auto light = [this](int rr, int cc) {
+        RouteCellItem *item = cellItem(rr, cc);
+        if (item && !item->isChecked() && !item->isChecking()) {
+            item->setHighlighted(true);
+            m_lit.append(item);
+        }
+    };
+    for (int cc = m_band.firstColumn; cc <= m_band.lastColumn; ++cc)
+        light(row, cc);
+    for (int rr = m_band.firstRow; rr <= m_band.lastRow; ++rr)
+        if (rr != row)
+            light(rr, column);
+    // The channel headers of the hovered cell light up too, so its names read at once.
+    if (QPushButton *b = m_rowHeaders->button(row)) {
+        refreshHeaderStyle(b, rowHover);
+        m_litHeaders.append(b);
+    }
+    if (QPushButton *b = m_columnHeaders->button(column)) {
+        refreshHeaderStyle(b, "device");
+        m_litHeaders.append(b);
+    }
+}
+
+void CellRouteForm::clearHover()
+{
+    for (RouteCellItem *item : qAsConst(m_lit))
+        item->setHighlighted(false);
+    m_lit.clear();
+    for (QPushButton *b : qAsConst(m_litHeaders))
+        refreshHeaderStyle(b, "");
+    m_litHeaders.clear();
+    m_hoverRow = -1;
+    m_hoverColumn = -1;
+}
+
+void CellRouteForm::onCellPressed(int x, int y)
+{
+    int row = -1;
+    int column = -1;
+    if (m_inClick || !m_grid.cellAt(x, y, m_cellSize, &row, &column))
+        return;
+    if (m_grid.isOwnerPair(row, column)) {
+        m_grid.togglePair(row, column);
+        relayout();
+        return;
+    }
+    if (m_grid.rows().at(row).isOwner() || m_grid.columns().at(column).isOwner())
+        return;
+
+    const RoutePlan plan = planRouteClick(routeClickContext(m_grid, row, column, m_registry, m_uiStore));
+    m_inClick = true;
+    bool passed = true;
+    for (const PlanStep &step : plan.steps) {
+        if (step.kind == PlanStep::Notice) {
+            NoticeBox::notice(this, step.text);
+            passed = false;
+            break;
+        }
+        if (!NoticeBox::confirm(this, step.text)) {
+            passed = false;
+            break;
+        }
+    }
+    m_inClick = false;
+    if (passed) {
+        if (!plan.command.isEmpty())
+            emit signal_sendUdp(QString::fromUtf8(QJsonDocument(plan.command).toJson(QJsonDocument::Compact)),
+                                QStringLiteral("CellRouteForm"));
+        if (plan.markChecking) {
+            m_checking.insert(cellKey(row, column));
+            if (RouteCellItem *item = cellItem(row, column)) {
+                if (m_lit.contains(item))
+                    item->setHighlighted(false);
+                decorateCell(item);
+            }
+        }
+    }
+    if (m_rebuildWanted) {
+        m_rebuildWanted = false;
+        m_rebuildTimer->start();
+    }
+}
+
+void CellRouteForm::setAllExpanded(bool expanded)
+{
+    if (m_inClick)
+        return;
+    m_grid.setAllExpanded(RouteGrid::Rows, expanded);
+    m_grid.setAllExpanded(RouteGrid::Columns, expanded);
+    relayout();
+}
+
+void CellRouteForm::toggleOwner(RouteGrid::Axis axis, const QString &ownerId)
+{
+    if (m_inClick)
+        return;
+    m_grid.toggleOwner(axis, ownerId);
+    relayout();
+}
+
+bool CellRouteForm::headerEvent(QPushButton *button, QEvent *event)
+{
+    const QString name = button->objectName();
+    const int split = name.indexOf(QLatin1Char('_'));
+    if (split < 0)
+        return false;
+    const RouteGrid::Axis axis = name.leftRef(split) == QLatin1String("tx") ? RouteGrid::Rows : RouteGrid::Columns;
+    bool ok = false;
+    const int line = name.midRef(split + 1).toInt(&ok);
+    if (!ok || line < 0 || line >= m_grid.axis(axis).size())
+        return false;
+    const AxisItem &item = m_grid.axis(axis).at(line);
+    auto *mouse = static_cast<QMouseEvent *>(event);
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+        m_headerPress = mouse->pos();
+        if (event->type() == QEvent::MouseButtonDblClick && mouse->button() == Qt::LeftButton && item.isOwner()
+            && m_headerPress.x() >= m_arrowZone) {
+            if (!item.isMcastFlow)
+                emit signal_showDevice(item.ownerId);
+            else if (item.flowAnnounced)
+                emit signal_showFlow(item.ownerId);
+            return true;
+        }
+        return false;
+    case QEvent::MouseButtonRelease:
+        if (mouse->button() == Qt::LeftButton && item.isOwner() && m_headerPress.x() >= 0
+            && m_headerPress.x() < m_arrowZone && button->rect().contains(mouse->pos())) {
+            // After the button has finished with its own event: the fold
+            // redecorates the buttons.
+            const QString owner = item.ownerId;
+            QTimer::singleShot(0, this, [this, axis, owner] { toggleOwner(axis, owner); });
+        }
+        return false;
+    default:
+        return false;
+    }
+}
+
+bool CellRouteForm::eventFilter(QObject *watched, QEvent *event)
+{
+    if (auto *button = qobject_cast<QPushButton *>(watched)) {
+        switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonRelease:
+        case QEvent::MouseButtonDblClick:
+            return headerEvent(button, event);
+        default:
+            return false;
+        }
+    }
+    if (watched == m_view->viewport() && event->type() == QEvent::Leave) {
+        m_pointerInside = false;
+        clearHover();
+    }
+    if ((watched == m_findOut || watched == m_findIn) && event->type() == QEvent::FocusIn)
+        updateSearchLists();
+    return QWidget::eventFilter(watched, event);
+}
+
+void CellRouteForm::updateSearchLists()
+{
+    if (!m_searchStale)
+        return;
+    m_searchStale = false;
+    m_outEntries = m_grid.searchEntries(RouteGrid::Rows);
+    m_inEntries = m_grid.searchEntries(RouteGrid::Columns);
+    QStringList out;
+    out.reserve(m_outEntries.size());
+    for (const RouteGrid::SearchEntry &e : qAsConst(m_outEntries))
+        out.append(e.text);
+    QStringList in;
+    in.reserve(m_inEntries.size());
+    for (const RouteGrid::SearchEntry &e : qAsConst(m_inEntries))
+        in.append(e.text);
+    m_outModel->setStringList(out);
+    m_inModel->setStringList(in);
+}
+
+void CellRouteForm::goToSearchEntry(RouteGrid::Axis axis, const QString &text)
+{
+    updateSearchLists();
+    const QString wanted = text.trimmed();
+    if (wanted.isEmpty())
+        return;
+    const QVector<RouteGrid::SearchEntry> &entries = axis == RouteGrid::Rows ? m_outEntries : m_inEntries;
+    const RouteGrid::SearchEntry *found = nullptr;
+    for (const RouteGrid::SearchEntry &e : entries) {
+        if (e.text.compare(wanted, Qt::CaseInsensitive) == 0) {
+            found = &e;
+            break;
+        }
+    }
+    for (int i = 0; !found && i < entries.size(); ++i)
+        if (entries.at(i).text.contains(wanted, Qt::CaseInsensitive))
+            found = &entries.at(i);
+    if (!found)
+        return;
+    const QString owner = found->ownerId;
+    const int channel = found->channel;
+    if (channel > 0 && !m_grid.isExpanded(axis, owner))
+        toggleOwner(axis, owner);
+    const int line = m_grid.findLine(axis, owner, channel);
+    scrollToLine(axis, line);
+    updateBand(false);
+    RouteHeaderView *headers = axis == RouteGrid::Rows ? m_rowHeaders : m_columnHeaders;
+    if (QPushButton *b = headers->button(line)) {
+        const bool flow = m_grid.axis(axis).at(line).isMcastFlow;
+        refreshHeaderStyle(b, flow ? "flow" : "device");
+        m_litHeaders.append(b);
+    }
+}
+
+void CellRouteForm::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::LanguageChange)
+        retranslate();
+    QWidget::changeEvent(event);
+}
+
+void CellRouteForm::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    slot_rebuild();
+}
+
+void CellRouteForm::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    m_empty->setGeometry(m_view->rect().adjusted(scaled(40), 0, -scaled(40), 0));
+    updateBand(false);
+}

@@ -1,0 +1,146 @@
+#pragma once
+
+#include "routing/routegrid.h"
+#include "routing/tileband.h"
+
+#include <QIcon>
+#include <QPixmap>
+#include <QPoint>
+#include <QSet>
+#include <QWidget>
+
+class CellGraphicsScene;
+class DevManager;
+class DeviceUiStore;
+class QCompleter;
+class QGraphicsView;
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QStringListModel;
+class QTimer;
+class RouteCellItem;
+class RouteHeaderView;
+
+/// The routing page: every source (device transmit channels, multicast flows)
+/// against every receive channel, one square cell per route. A click on a
+/// cell is decided by planRouteClick; the page shows its steps and sends its
+/// command. Only the tile band around the view holds graphics items.
+///
+/// Lives on the interface thread; reads the registry through copies.
+class CellRouteForm : public QWidget
+{
+    Q_OBJECT
+public:
+    CellRouteForm(const DevManager &registry, DeviceUiStore *uiStore, QWidget *parent = nullptr);
+    ~CellRouteForm() override;
+
+    const RouteGrid &grid() const { return m_grid; }
+    CellGraphicsScene *scene() const { return m_scene; }
+    QGraphicsView *view() const { return m_view; }
+    int cellSize() const { return m_cellSize; }
+    const TileBand &band() const { return m_band; }
+    /// The item of a cell, or nullptr when it lies outside the tile band.
+    RouteCellItem *cellItem(int row, int column) const;
+    /// The header button of a line, or nullptr outside the band.
+    QPushButton *rowHeader(int row) const;
+    QPushButton *columnHeader(int column) const;
+    /// The centre of a cell in view (viewport) coordinates.
+    QPoint cellCentreInView(int row, int column) const;
+    /// Scrolls so that a line is the first in view.
+    void scrollToLine(RouteGrid::Axis axis, int line);
+    /// Unfolds or folds every owner of both axes.
+    void setAllExpanded(bool expanded);
+    /// How often the grid was rebuilt from the registry (coalescing shows in it).
+    int rebuildCount() const { return m_rebuildCount; }
+
+signals:
+    void signal_sendUdp(const QString &json, const QString &tag);
+    /// A double click on a flow row's header: show the flow's details.
+    void signal_showFlow(const QString &flowName);
+    /// A double click on a device's header: show that device.
+    void signal_showDevice(const QString &devId);
+
+public slots:
+    /// The registry or a route changed: rebuilds once the burst is over.
+    void slot_refresh();
+    /// Rebuilds now.
+    void slot_rebuild();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void changeEvent(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+
+private:
+    void buildLayout();
+    void retranslate();
+    /// The axes changed: new scene size, headers and band.
+    void relayout();
+    void updateBand(bool force);
+    void populateCells();
+    void decorateCell(RouteCellItem *item) const;
+    void decorateHeader(RouteGrid::Axis axis, QPushButton *button, int line) const;
+    void refreshHeaderStyle(QPushButton *button, const char *hover) const;
+    void onCellPressed(int x, int y);
+    void onMouseMoved(const QPointF &scenePos);
+    void setHover(int row, int column);
+    void clearHover();
+    /// Lights the cell under the resting pointer again after the items were redrawn.
+    void restoreHover();
+    bool headerEvent(QPushButton *button, QEvent *event);
+    void toggleOwner(RouteGrid::Axis axis, const QString &ownerId);
+    void updateSearchLists();
+    void goToSearchEntry(RouteGrid::Axis axis, const QString &text);
+    QString cellKey(int row, int column) const;
+
+    const DevManager &m_registry;
+    DeviceUiStore *m_uiStore;
+    RouteGrid m_grid;
+    TileBand m_band;
+    int m_cellSize;
+    int m_headerLength;
+    int m_arrowZone;
+
+    CellGraphicsScene *m_scene;
+    QGraphicsView *m_view;
+    RouteHeaderView *m_rowHeaders;
+    RouteHeaderView *m_columnHeaders;
+    QLabel *m_txCaption;
+    QLabel *m_rxCaption;
+    QLineEdit *m_findOut;
+    QLineEdit *m_findIn;
+    QStringListModel *m_outModel;
+    QStringListModel *m_inModel;
+    QCompleter *m_outCompleter;
+    QCompleter *m_inCompleter;
+    QVector<RouteGrid::SearchEntry> m_outEntries;
+    QVector<RouteGrid::SearchEntry> m_inEntries;
+    QLabel *m_empty;
+    QVector<QLabel *> m_legendTexts;
+    QTimer *m_rebuildTimer;
+
+    QVector<RouteCellItem *> m_items;  // the band, row-major
+    QSet<QString> m_checking;  // cells waiting for the device, by owners and channels
+    int m_hoverRow = -1;
+    int m_hoverColumn = -1;
+    QVector<RouteCellItem *> m_lit;
+    QVector<QPushButton *> m_litHeaders;
+    QPoint m_headerPress;
+    bool m_inClick = false;
+    bool m_rebuildWanted = false;
+    bool m_searchStale = true;
+    int m_rebuildCount = 0;
+
+    QPixmap m_checkedPicture;
+    QPixmap m_checkingPicture;
+    QPixmap m_increaseRoute;
+    QPixmap m_decreaseRoute;
+    QIcon m_increaseIcon;
+    QIcon m_decreaseIcon;
+    QIcon m_increaseColumnIcon;  // turned against the column strip's quarter turn
+    QIcon m_decreaseColumnIcon;
+    QPoint m_pointer;            // in the viewport, while the pointer is over it
+    bool m_pointerInside = false;
+};

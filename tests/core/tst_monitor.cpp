@@ -1,0 +1,337 @@
+// The statistics and levels pages' rules: temperatures and their levels,
+// running time, missed polls, sort orders, derived figures, level cells.
+#include "app/language.h"
+#include "app/texts.h"
+#include "devices/devmanager.h"
+#include "monitor/devicehealth.h"
+#include "monitor/levelcell.h"
+#include "monitor/levelstracker.h"
+#include "monitor/netstatsdisplay.h"
+#include "monitor/netstatstracker.h"
+
+#include "../support/packets.h"
+
+#include <QJsonArray>
+#include <QtTest>
+
+namespace {
+
+Device device(const QString &devId, const QString &name, const QJsonObject &overrides = {})
+{
+    QJsonObject o = overrides;
+    o.insert("name", name);
+    Device d;
+    DevManager::parseAnnouncement(QJsonDocument::fromJson(Packets::announcement(devId, "127.0.0.20", o)).object(),
+                                  &d.rec);
+    return d;
+}
+
+QJsonObject debugReply(const QString &devId, const QString &temp, const QString &uptime = "10.00")
+{
+    return {{"ops", "getDebugInfo"}, {"devId", devId}, {"result", "succ"},
+            {"devName", "x"},        {"temp", temp},   {"uptime", uptime}};
+}
+
+} // namespace
+
+class TestMonitor : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init() { Language::setChinese(false); }
+    void temperatures_data();
+    void temperatures();
+    void runningTime_data();
+    void runningTime();
+    void chineseTips();
+    void missedPollsAndTheNextReply();
+    void amplifierInfo();
+    void problemOrder();
+    void sortOrders();
+    void derivedFigures();
+    void bandwidthFromTables();
+    void levelCells_data();
+    void levelCells();
+    void levelRequestsAndReplies();
+};
+
+void TestMonitor::temperatures_data()
+{
+    QTest::addColumn<QString>("temp");
+    QTest::addColumn<QString>("shown");
+    QTest::addColumn<int>("level");
+    QTest::addColumn<QString>("tip");
+    QTest::newRow("80000") << "80000"
+                           << "80.0 °C" << int(RowProblem::None) << "";
+    QTest::newRow("80040 rounds to 80.0") << "80040"
+                                          << "80.0 °C" << int(RowProblem::None) << "";
+    QTest::newRow("80500") << "80500"
+                           << "80.5 °C" << int(RowProblem::Warning)
+                           << "Amp temperature is too high, please pay attention to heat dissipation";
+    QTest::newRow("85000") << "85000"
+                           << "85.0 °C" << int(RowProblem::Warning)
+                           << "Amp temperature is too high, please pay attention to heat dissipation";
+    QTest::newRow("85040 rounds to 85.0") << "85040"
+                                          << "85.0 °C" << int(RowProblem::Warning)
+                                          << "Amp temperature is too high, please pay attention to heat dissipation";
+    QTest::newRow("86000") << "86000"
+                           << "86.0 °C" << int(RowProblem::Error)
+                           << "Amp temperature is abnormal, please check the equipment";
+    QTest::newRow("45500") << "45500"
+                           << "45.5 °C" << int(RowProblem::None) << "";
+}
+
+void TestMonitor::temperatures()
+{
+    QFETCH(QString, temp);
+    QFETCH(QString, shown);
+    QFETCH(int, level);
+    NetStatsTracker t;
+    const Device d = device("D1", "Amp");
+    t.pollRound({d});
+    QVERIFY(t.intake(debugReply("D1", temp)));
+    const NetStateRow row = t.row(d);
+    QCOMPARE(row.temperature, shown);
+    QCOMPARE(int(row.problem.level), level);
+    QTEST(row.problem.text, "tip");
+}
+
+void TestMonitor::runningTime_data()
+{
+    QTest::addColumn<QString>("uptime");
+    QTest::addColumn<QString>("shown");
+    QTest::newRow("3725") << "3725"
+                          << "1:2:5";
+    QTest::newRow("fraction dropped") << "3725.99"
+                                      << "1:2:5";
+    QTest::newRow("zero") << "0.00"
+                          << "0:0:0";
+    QTest::newRow("past a day") << "90061"
+                                << "25:1:1";
+    QTest::newRow("not a number") << "soon"
+                                  << "";
+}
+
+void TestMonitor::runningTime()
+{
+    QFETCH(QString, uptime);
+    QTEST(NetStatsDisplay::runningTime(uptime), "shown");
+}
+
+void TestMonitor::chineseTips()
+{
+    Language::setChinese(true);
+    QCOMPARE(DeviceHealth::problem("功放", false, "0", 805).text, QStringLiteral("功放 温度过高，请注意散热"));
+    QCOMPARE(DeviceHealth::problem("功放", false, "0", 860).text, QStringLiteral("功放 温度异常，请检查设备"));
+    QCOMPARE(DeviceHealth::problem("功放", true, "0", 450).text, QStringLiteral("功放 通信异常，请检查网络连接"));
+}
+
+void TestMonitor::missedPollsAndTheNextReply()
+{
+    NetStatsTracker t;
+    const Device d = device("D1", "Box");
+    const QVector<QJsonObject> first = t.pollRound({d});
+    QCOMPARE(first.size(), 1);
+    QCOMPARE(QJsonDocument(first.first()).toJson(QJsonDocument::Compact),
+             QByteArray(R"({"devId":"D1","ops":"getDebugInfo"})"));
+    QVERIFY(t.intake(debugReply("D1", "45000")));
+    t.pollRound({d}); // answered before: nothing missed
+    QCOMPARE(t.missedPolls("D1"), 0);
+    t.pollRound({d});
+    t.pollRound({d});
+    QCOMPARE(t.missedPolls("D1"), 2);
+    QCOMPARE(t.row(d).problem.level, RowProblem::None);
+    t.pollRound({d});
+    QVERIFY(t.unreachable("D1"));
+    QCOMPARE(t.row(d).problem.level, RowProblem::Error);
+    QCOMPARE(t.row(d).problem.text,
+             QStringLiteral("Box communication is abnormal, please check the network connection"));
+    // The last figures stay while the tip says they are old.
+    QCOMPARE(t.row(d).temperature, QStringLiteral("45.0 °C"));
+
+    // Any answer clears it, even a refusal.
+    QVERIFY(t.intake({{"ops", "getDebugInfo"}, {"devId", "D1"}, {"result", "fail"}, {"reason", "unknown ops"}}));
+    QCOMPARE(t.missedPolls("D1"), 0);
+    QCOMPARE(t.row(d).problem.level, RowProblem::None);
+
+    // A device that leaves the list is forgotten; replies for unknown devices are not kept.
+    t.pollRound({});
+    QCOMPARE(t.missedPolls("D1"), 0);
+    QVERIFY(!t.intake(debugReply("D1", "45000")));
+    QVERIFY(!t.answered("D1"));
+}
+
+void TestMonitor::amplifierInfo()
+{
+    NetStatsTracker t;
+    const Device amp = device("A1", "Amp Rack", {{"model", "RK7731"}});
+    const QVector<QJsonObject> polls = t.pollRound({amp, device("B1", "Box")});
+    QCOMPARE(polls.size(), 3);
+    QCOMPARE(polls.at(1).value("ops").toString(), QStringLiteral("getTarnAmpInfo"));
+    QCOMPARE(polls.at(1).value("devId").toString(), QStringLiteral("A1"));
+    QVERIFY(t.intake({{"ops", "getTarnAmpInfo"},
+                      {"devId", "A1"},
+                      {"result", "succ"},
+                      {"power", "1"},
+                      {"voltage", "48.2"},
+                      {"protect", "0"},
+                      {"tempArr", QJsonArray{"79840", "80240"}}}));
+    QCOMPARE(t.row(amp).amplifier, QStringLiteral("Amplifier power on, supply 48.2 V, outputs 79.8 / 80.2 °C"));
+    QCOMPARE(t.row(amp).problem.level, RowProblem::None);
+    t.intake({{"ops", "getTarnAmpInfo"}, {"devId", "A1"}, {"result", "succ"}, {"power", "1"}, {"protect", "2"}});
+    QCOMPARE(t.row(amp).problem.level, RowProblem::Error);
+    QCOMPARE(t.row(amp).problem.text,
+             QStringLiteral("Amp Rack amplifier protection is on (code 2), please check the equipment"));
+}
+
+void TestMonitor::problemOrder()
+{
+    // Communication first, then protection, then the temperature.
+    QCOMPARE(DeviceHealth::problem("X", true, "2", 900).text, "X" + tx(Tx::CommAbnormalTip));
+    QCOMPARE(DeviceHealth::problem("X", false, "2", 900).text, "X" + tx(Tx::AmpProtectTip).arg("2"));
+    QCOMPARE(DeviceHealth::problem("X", false, "", 900).text, "X" + tx(Tx::TempAbnormalTip));
+    QCOMPARE(DeviceHealth::problem("X", false, "", DeviceHealth::kNoTemperature).level, RowProblem::None);
+}
+
+void TestMonitor::sortOrders()
+{
+    const QVector<Device> devices{device("D3", "stage box"), device("D1", "Amp"), device("D2", "Stage box"),
+                                  device("D4", "console")};
+    NetStatsTracker t;
+    auto ids = [&](NetStateRow::SortOrder order) {
+        QStringList out;
+        for (const NetStateRow &r : t.rows(devices, order))
+            out << r.devId;
+        return out;
+    };
+    QCOMPARE(ids(NetStateRow::Default), (QStringList{"D3", "D1", "D2", "D4"}));
+    QCOMPARE(ids(NetStateRow::Ascending), (QStringList{"D1", "D4", "D2", "D3"}));
+    QCOMPARE(ids(NetStateRow::Descending), (QStringList{"D3", "D2", "D4", "D1"}));
+}
+
+void TestMonitor::derivedFigures()
+{
+    const Device d = device("D1", "Box", {{"sampleRate", "48000"}, {"pFrameNum", "12"}, {"delayUs", "500"}});
+    const NetStateRow row = NetStatsTracker().row(d);
+    QCOMPARE(row.sampleRate, QStringLiteral("48 kHz"));
+    QCOMPARE(row.packetTime, QStringLiteral("250 µs"));
+    QCOMPARE(row.delay, QStringLiteral("500 µs"));
+    QCOMPARE(row.temperature, QString());
+    QCOMPARE(row.uptime, QString());
+    QCOMPARE(row.bandwidth, QStringLiteral("0.00 Mbps / 0.00 Mbps"));
+
+    // Devices count whole kHz: 44 frames at 44.1 kHz are one millisecond.
+    QCOMPARE(NetStatsTracker().row(device("D2", "B", {{"sampleRate", "44100"}, {"pFrameNum", "44"}})).packetTime,
+             QStringLiteral("1 ms"));
+    QCOMPARE(NetStatsTracker().row(device("D3", "B", {{"pFrameNum", "16"}, {"delayUs", "2000"}})).packetTime,
+             QStringLiteral("333.3 µs"));
+    QCOMPARE(NetStatsTracker().row(device("D3", "B", {{"delayUs", "2000"}})).delay, QStringLiteral("2 ms"));
+}
+
+void TestMonitor::bandwidthFromTables()
+{
+    Device d = device("D1", "Box"); // 48 kHz, 3 bytes, 48 frames
+    // One active unicast receive stream of 2 channels, one inactive of 8,
+    // one multicast subscription of 8 that is active.
+    d.tables.ucastRx.resize(2);
+    d.tables.ucastRx[0].srcIp = 1;
+    d.tables.ucastRx[0].chNum = 2;
+    d.tables.ucastRx[1].srcIp = 2;
+    d.tables.ucastRx[1].chNum = 8;
+    d.tables.activeUcast = {true, false};
+    d.tables.mcastRx.resize(1);
+    d.tables.mcastRx[0].dstIp = 3;
+    d.tables.mcastRx[0].chNum = 8;
+    d.tables.activeMcast = {true};
+    // Sending: one multicast flow of 2 channels and a free slot.
+    d.tables.mcastTx.resize(2);
+    d.tables.mcastTx[0].dstIp = 4;
+    d.tables.mcastTx[0].chNum = 2;
+    // (2×3×48 + 58) × 8 × 1000 = 2.768 Mbps; 8 channels: 9.68 Mbps.
+    QCOMPARE(NetStatsDisplay::streamBitsPerSecond(d.rec, 2), 2768000.0);
+    QCOMPARE(NetStatsDisplay::receiveMbps(d), 2.768 + 9.68);
+    QCOMPARE(NetStatsDisplay::sendMbps(d), 2.768);
+    QCOMPARE(NetStatsTracker().row(d).bandwidth, QStringLiteral("12.45 Mbps / 2.77 Mbps"));
+}
+
+void TestMonitor::levelCells_data()
+{
+    QTest::addColumn<QStringList>("values");
+    QTest::addColumn<QString>("cell");
+    QTest::newRow("floor and truncation") << QStringList{"-inf", "-71.5", "-70", "-3.2"} << "-/-/-70/-3";
+    QTest::newRow("towards zero") << QStringList{"-70.9", "-0.5", "3.9", "-69.99"} << "-70/0/3/-69";
+    QTest::newRow("not a number") << QStringList{"loud", ""} << "-/-";
+    QTest::newRow("empty") << QStringList{} << "";
+    QStringList forty;
+    for (int i = 0; i < 40; ++i)
+        forty << QString::number(-i - 0.5, 'f', 1);
+    QTest::newRow("40 values") << forty
+                               << "0/-1/-2/-3/-4/-5/-6/-7\n-8/-9/-10/-11/-12/-13/-14/-15\n"
+                                  "-16/-17/-18/-19/-20/-21/-22/-23\n-24/-25/-26/-27/-28/-29/-30/-31";
+    QTest::newRow("nine values") << QStringList{"1", "2", "3", "4", "5", "6", "7", "8", "9"} << "1/2/3/4/5/6/7/8\n9";
+}
+
+void TestMonitor::levelCells()
+{
+    QFETCH(QStringList, values);
+    QTEST(LevelCell::format(values), "cell");
+}
+
+void TestMonitor::levelRequestsAndReplies()
+{
+    LevelsTracker t;
+    const Device box = device("D1", "Box", {{"phyChNumRx", "2"}, {"phyChNumTx", "0"}});
+    const QVector<QJsonObject> polls = t.pollRound({box});
+    QStringList sent;
+    for (const QJsonObject &o : polls)
+        sent << QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact));
+    // No analog outputs: that group is not asked for.
+    QCOMPARE(sent, (QStringList{R"({"devId":"D1","idStart":"0","inOrOut":"0","ops":"getAllPhyLevel"})",
+                                R"({"devId":"D1","idStart":"0","inOrOut":"0","ops":"getAllNetLevel"})",
+                                R"({"devId":"D1","idStart":"0","inOrOut":"1","ops":"getAllNetLevel"})"}));
+
+    // Page-level replies as the main window passes them on, and a device
+    // operation's reply as it comes back with "cookie" "0".
+    QVERIFY(t.intake({{"ops", "getAllPhyLevel"},
+                      {"devId", "D1"},
+                      {"result", "succ"},
+                      {"inOrOut", "0"},
+                      {"idStart", "0"},
+                      {"idNext", 2},
+                      {"arr", QJsonArray{"-inf", "-12.5"}}}));
+    QVERIFY(t.intake({{"ops", "getAllVolumeDbTx"},
+                      {"devId", "D1"},
+                      {"result", "succ"},
+                      {"idStart", "0"},
+                      {"arr", QJsonArray{"-3.2", "-80"}}}));
+    // Later pages, refusals and other devices change nothing.
+    QVERIFY(!t.intake({{"ops", "getAllNetLevel"},
+                       {"devId", "D1"},
+                       {"result", "succ"},
+                       {"inOrOut", "1"},
+                       {"idStart", "8"},
+                       {"arr", QJsonArray{"0"}}}));
+    QVERIFY(!t.intake({{"ops", "getAllNetLevel"}, {"devId", "D1"}, {"result", "fail"}, {"inOrOut", "0"}}));
+    QVERIFY(!t.intake({{"ops", "getAllNetLevel"}, {"devId", "D9"}, {"result", "succ"}, {"inOrOut", "0"}}));
+
+    LevelsTracker::Row row = t.row(box);
+    QCOMPARE(row.cells[LevelsTracker::AnalogIn], QStringLiteral("-/-12"));
+    QCOMPARE(row.cells[LevelsTracker::AnalogOut], QString());
+    QCOMPARE(row.cells[LevelsTracker::NetIn], QString());
+    QCOMPARE(row.cells[LevelsTracker::NetOut], QStringLiteral("-3/-"));
+
+    // Rows are as tall as the device's largest group needs, four lines at most.
+    QCOMPARE(LevelsTracker::lineCount(box), 1);
+    QCOMPARE(LevelsTracker::lineCount(device("D2", "Big", {{"chNumRx", "9"}})), 2);
+    QCOMPARE(LevelsTracker::lineCount(device("D3", "Huge", {{"chNumTx", "128"}})), 4);
+
+    // A device that stops answering loses its levels after three missed polls.
+    for (int i = 0; i < LevelsTracker::kStalePolls; ++i)
+        t.pollRound({box});
+    QCOMPARE(t.row(box).cells[LevelsTracker::AnalogIn], QStringLiteral("-/-12"));
+    t.pollRound({box});
+    QCOMPARE(t.row(box).cells[LevelsTracker::AnalogIn], QString());
+}
+
+QTEST_GUILESS_MAIN(TestMonitor)
+#include "tst_monitor.moc"

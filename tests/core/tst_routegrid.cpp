@@ -1,0 +1,422 @@
+#include "devices/devmanager.h"
+#include "devices/deviceuistore.h"
+#include "protocol/ipv4.h"
+#include "routing/hiddenchannels.h"
+#include "routing/routeclickcontext.h"
+#include "routing/routegrid.h"
+#include "routing/tileband.h"
+
+#include "../support/packets.h"
+
+#include <QJsonArray>
+#include <QtTest>
+
+namespace {
+
+quint32 ip(const char *t)
+{
+    return Ipv4::fromText(QLatin1String(t));
+}
+
+Device device(const char *id, const char *name, const char *address, int rx, int tx, const char *model = "RK0808")
+{
+    Device d;
+    d.rec.devId.set(id);
+    d.rec.name.set(name);
+    d.rec.model.set(model);
+    d.rec.ip = ip(address);
+    d.rec.chNumRx = rx;
+    d.rec.chNumTx = tx;
+    d.rec.sampleRate = 48000;
+    d.rec.canWork = 1;
+    d.tables.rxCh = QVector<qint32>(rx, -1);
+    d.tables.rtpCh = QVector<RtpChItem>(rx);
+    return d;
+}
+
+// Receive channel rxCh (from 1) of rx takes transmit channel txCh (from 1) of tx.
+void routeUcast(Device &rx, int rxCh, const Device &tx, int txCh)
+{
+    rx.tables.rxCh[rxCh - 1] = rxCh - 1;
+    RtpChItem &e = rx.tables.rtpCh[rxCh - 1];
+    e.srcDevId = tx.devId();
+    e.name = tx.rec.name.str();
+    e.srcChId = txCh - 1;
+    e.srcIp = tx.rec.ip;
+    e.dstIp = rx.rec.ip;
+    e.dstPort = 5004;
+}
+
+void routeMcast(Device &rx, int rxCh, const char *source, const char *group, int flowCh)
+{
+    rx.tables.rxCh[rxCh - 1] = rxCh - 1;
+    RtpChItem &e = rx.tables.rtpCh[rxCh - 1];
+    e.name = QStringLiteral("whatever");
+    e.srcChId = flowCh - 1;
+    e.srcIp = ip(source);
+    e.dstIp = ip(group);
+    e.dstPort = 5004;
+}
+
+FlowRecord flow(const char *name, const char *source, const char *group, int channels)
+{
+    FlowRecord f;
+    f.name = QLatin1String(name);
+    f.srcIp = ip(source);
+    f.dstIp = ip(group);
+    f.dstPort = 5004;
+    f.chNum = quint8(channels);
+    f.sampleByteNum = 3;
+    f.sampleRate = 48000;
+    f.pFrameNum = 48;
+    return f;
+}
+
+QStringList lines(const QVector<AxisItem> &axis)
+{
+    QStringList out;
+    for (const AxisItem &a : axis)
+        out.append(a.ownerId + QLatin1Char('/') + QString::number(a.channel));
+    return out;
+}
+
+} // namespace
+
+class TestRouteGrid : public QObject
+{
+    Q_OBJECT
+private slots:
+    void cleanup() { HiddenChannels::setDisplayFlag(0); }
+    void foldedAxesHoldOwnersOnly();
+    void unfoldingAddsChannelLines();
+    void noColumnWithoutReceiveNoRowWithoutTransmit();
+    void modelsHideChannels();
+    void channelNames();
+    void unicastAndMulticastStates();
+    void foldedPairsShowTheirRoutes();
+    void unannouncedFlowGetsAnAddressRow();
+    void pairToggleUnfoldsAndFoldsBoth();
+    void tileBands();
+    void clickOutsideTheGridFindsNoCell();
+    void toolTipText();
+    void searchAndFind();
+    void clickContextFromTheRegistry();
+};
+
+void TestRouteGrid::foldedAxesHoldOwnersOnly()
+{
+    RouteGrid g;
+    g.rebuild({device("A", "Alpha", "10.0.0.1", 2, 2), device("B", "Beta", "10.0.0.2", 4, 4)},
+              {flow("Stage", "10.0.0.1", "239.69.0.1", 2)});
+    QCOMPARE(lines(g.rows()), QStringList({"A/0", "B/0", "Stage/0"}));
+    QCOMPARE(lines(g.columns()), QStringList({"A/0", "B/0"}));
+    QVERIFY(!g.rows().at(0).isMcastFlow);
+    QVERIFY(g.rows().at(2).isMcastFlow);
+    QCOMPARE(g.rows().at(2).ownerName, QStringLiteral("Stage"));
+    QCOMPARE(g.rows().at(1).channelName, QStringLiteral("Beta")); // owner lines repeat the owner's name
+    QCOMPARE(g.rows().at(1).headerText().trimmed(), QStringLiteral("Beta"));
+}
+
+void TestRouteGrid::unfoldingAddsChannelLines()
+{
+    RouteGrid g;
+    g.rebuild({device("A", "Alpha", "10.0.0.1", 2, 3), device("B", "Beta", "10.0.0.2", 4, 4)},
+              {flow("Stage", "10.0.0.1", "239.69.0.1", 2)});
+    g.toggleOwner(RouteGrid::Rows, "A");
+    g.toggleOwner(RouteGrid::Rows, "Stage");
+    QCOMPARE(lines(g.rows()), QStringList({"A/0", "A/1", "A/2", "A/3", "B/0", "Stage/0", "Stage/1", "Stage/2"}));
+    QVERIFY(g.rows().at(0).expanded);
+    QCOMPARE(g.rows().at(2).ownerLine, 0);
+    QCOMPARE(g.columnCount(), 2); // the other axis is untouched
+    g.toggleOwner(RouteGrid::Columns, "B");
+    QCOMPARE(lines(g.columns()), QStringList({"A/0", "B/0", "B/1", "B/2", "B/3", "B/4"}));
+    g.toggleOwner(RouteGrid::Rows, "A");
+    QCOMPARE(lines(g.rows()), QStringList({"A/0", "B/0", "Stage/0", "Stage/1", "Stage/2"}));
+    QCOMPARE(g.findLine(RouteGrid::Rows, "Stage", 2), 4);
+    QCOMPARE(g.findLine(RouteGrid::Rows, "A", 1), -1); // folded
+}
+
+void TestRouteGrid::noColumnWithoutReceiveNoRowWithoutTransmit()
+{
+    RouteGrid g;
+    g.rebuild({device("AMP", "Amp", "10.0.0.1", 4, 0), device("MIC", "Mic", "10.0.0.2", 0, 2)}, {});
+    QCOMPARE(lines(g.rows()), QStringList({"MIC/0"}));
+    QCOMPARE(lines(g.columns()), QStringList({"AMP/0"}));
+}
+
+void TestRouteGrid::modelsHideChannels()
+{
+    QCOMPARE(HiddenChannels::hiddenBy("RK1536-3232"), 768);
+    QCOMPARE(HiddenChannels::hiddenBy("RK1024-1616"), 512);
+    QCOMPARE(HiddenChannels::hiddenBy("RK0256-0808"), 128);
+    QCOMPARE(HiddenChannels::hiddenBy("RK0128-1616"), 64);
+    QCOMPARE(HiddenChannels::hiddenBy("RK0128"), 0); // the family needs its dash
+    QCOMPARE(HiddenChannels::shownCount("RK0808", 8), 8);
+    QCOMPARE(HiddenChannels::shownCount("RK0128-1616", 32), 0);
+
+    RouteGrid g;
+    g.setExpanded(RouteGrid::Rows, "R", true);
+    g.setExpanded(RouteGrid::Columns, "R", true);
+    g.rebuild({device("R", "Rack", "10.0.0.1", 128, 128, "RK0128-1616")}, {});
+    QCOMPARE(g.rowCount(), 1 + 64);
+    QCOMPARE(g.columnCount(), 1 + 64);
+    HiddenChannels::setDisplayFlag(1);
+    g.rebuild({device("R", "Rack", "10.0.0.1", 128, 128, "RK0128-1616")}, {});
+    QCOMPARE(g.rowCount(), 1 + 128);
+    QCOMPARE(g.columnCount(), 1 + 128);
+}
+
+void TestRouteGrid::channelNames()
+{
+    Device a = device("A", "Alpha", "10.0.0.1", 3, 3);
+    a.tables.names[DeviceTables::NameTx] = {"Vox", "", "Bass"};
+    a.tables.names[DeviceTables::NameRx] = {"Mon L"};
+    McastTxItem sent;
+    sent.dstIp = ip("239.69.0.1");
+    sent.srcChIds = {2, 0};
+    a.tables.mcastTx = {sent};
+    RouteGrid g;
+    for (const char *owner : {"A", "Stage"})
+        g.setExpanded(RouteGrid::Rows, owner, true);
+    g.setExpanded(RouteGrid::Columns, "A", true);
+    g.rebuild({a}, {flow("Stage", "10.0.0.1", "239.69.0.1", 2)});
+    QCOMPARE(g.rows().at(1).channelName, QStringLiteral("Vox"));
+    QCOMPARE(g.rows().at(2).channelName, QStringLiteral("2")); // not told: the number
+    QCOMPARE(g.rows().at(3).channelName, QStringLiteral("Bass"));
+    QCOMPARE(g.rows().at(1).headerText(), QStringLiteral("1  Vox"));
+    QCOMPARE(g.rows().at(2).headerText(), QStringLiteral("2"));
+    // A flow's channels are named after the creator's channels they carry.
+    QCOMPARE(g.rows().at(5).channelName, QStringLiteral("Bass"));
+    QCOMPARE(g.rows().at(6).channelName, QStringLiteral("Vox"));
+    QCOMPARE(g.columns().at(1).channelName, QStringLiteral("Mon L"));
+    QCOMPARE(g.columns().at(2).channelName, QStringLiteral("2"));
+}
+
+void TestRouteGrid::unicastAndMulticastStates()
+{
+    Device tx = device("TX", "Stage Box", "10.0.0.1", 0, 4);
+    Device rx = device("RX", "Console", "10.0.0.2", 4, 0);
+    routeUcast(rx, 2, tx, 3);
+    routeMcast(rx, 4, "10.0.0.1", "239.69.0.1", 2);
+    RouteGrid g;
+    for (const char *owner : {"TX", "Stage"})
+        g.setExpanded(RouteGrid::Rows, owner, true);
+    g.setExpanded(RouteGrid::Columns, "RX", true);
+    g.rebuild({tx, rx}, {flow("Stage", "10.0.0.1", "239.69.0.1", 2)});
+    // rows: TX/0 TX/1..4 Stage/0 Stage/1 Stage/2; columns: RX/0 RX/1..4
+    QCOMPARE(g.cellState(3, 2), 2);
+    QCOMPARE(g.cellState(2, 2), 0);
+    QCOMPARE(g.cellState(3, 1), 0);
+    QCOMPARE(g.cellState(7, 4), 2);
+    QCOMPARE(g.cellState(6, 4), 0);
+    QCOMPARE(g.routedRowOf(1), -1);
+    int routed = 0;
+    for (int r = 0; r < g.rowCount(); ++r)
+        for (int c = 0; c < g.columnCount(); ++c)
+            routed += g.cellState(r, c) == 2;
+    QCOMPARE(routed, 2);
+    QVERIFY(g.pairRouted(0, 0));
+    QVERIFY(g.pairRouted(5, 0));
+    QVERIFY(g.pairRouted("Stage", "RX"));
+}
+
+void TestRouteGrid::foldedPairsShowTheirRoutes()
+{
+    Device tx = device("TX", "Stage Box", "10.0.0.1", 2, 2);
+    Device rx = device("RX", "Console", "10.0.0.2", 2, 2);
+    routeUcast(rx, 1, tx, 1);
+    RouteGrid g;
+    g.rebuild({tx, rx}, {});
+    QCOMPARE(lines(g.rows()), QStringList({"TX/0", "RX/0"}));
+    QVERIFY(g.pairRouted(0, 1));   // TX -> RX
+    QVERIFY(!g.pairRouted(0, 0));  // TX -> TX
+    QVERIFY(!g.pairRouted(1, 1));
+    QVERIFY(!g.pairExpanded(0, 1));
+    QCOMPARE(g.cellState(0, 1), 0); // the routed cell itself is folded away
+    g.toggleOwner(RouteGrid::Rows, "TX");
+    QVERIFY(!g.pairExpanded(0, 1)); // the receiver is still folded: the route stays hidden
+    g.toggleOwner(RouteGrid::Columns, "RX");
+    QVERIFY(g.pairExpanded(0, 1));
+    QCOMPARE(g.cellState(1, 2), 2);
+}
+
+void TestRouteGrid::unannouncedFlowGetsAnAddressRow()
+{
+    Device rx = device("RX", "Console", "10.0.0.2", 4, 0);
+    routeMcast(rx, 3, "10.0.0.9", "239.69.7.7", 3);
+    McastRxItem sub;
+    sub.dstIp = ip("239.69.7.7");
+    sub.chNum = 4;
+    rx.tables.mcastRx = {sub};
+    RouteGrid g;
+    g.setExpanded(RouteGrid::Rows, "239.69.7.7", true);
+    g.setExpanded(RouteGrid::Columns, "RX", true);
+    g.rebuild({rx, device("TX", "Box", "10.0.0.1", 0, 2)}, {flow("Stage", "10.0.0.1", "239.69.0.1", 2)});
+    QCOMPARE(lines(g.rows()), QStringList({"TX/0", "Stage/0", "239.69.7.7/0", "239.69.7.7/1", "239.69.7.7/2",
+                                           "239.69.7.7/3", "239.69.7.7/4"}));
+    const AxisItem &owner = g.rows().at(2);
+    QVERIFY(owner.isMcastFlow);
+    QVERIFY(!owner.flowAnnounced);
+    QCOMPARE(owner.ownerName, QStringLiteral("239.69.7.7"));
+    QCOMPARE(g.cellState(5, 3), 2);
+    QVERIFY(g.pairRouted(2, 0));
+}
+
+void TestRouteGrid::pairToggleUnfoldsAndFoldsBoth()
+{
+    RouteGrid g;
+    g.rebuild({device("A", "Alpha", "10.0.0.1", 2, 2), device("B", "Beta", "10.0.0.2", 2, 2)}, {});
+    QVERIFY(g.togglePair(0, 1));
+    QVERIFY(g.isExpanded(RouteGrid::Rows, "A"));
+    QVERIFY(g.isExpanded(RouteGrid::Columns, "B"));
+    QCOMPARE(lines(g.rows()), QStringList({"A/0", "A/1", "A/2", "B/0"}));
+    QCOMPARE(lines(g.columns()), QStringList({"A/0", "B/0", "B/1", "B/2"}));
+    QVERIFY(g.togglePair(0, 1));
+    QVERIFY(!g.isExpanded(RouteGrid::Rows, "A"));
+    QVERIFY(!g.isExpanded(RouteGrid::Columns, "B"));
+    // One of the two unfolded: the click folds both.
+    g.toggleOwner(RouteGrid::Columns, "B");
+    QVERIFY(g.togglePair(0, 1));
+    QVERIFY(!g.isExpanded(RouteGrid::Rows, "A"));
+    QVERIFY(!g.isExpanded(RouteGrid::Columns, "B"));
+    QVERIFY(!g.togglePair(0, 2) || g.columns().at(2).isOwner()); // a channel cell is no pair
+}
+
+void TestRouteGrid::tileBands()
+{
+    TileBand b = TileBand::compute(59, 99, 3, 3);
+    QCOMPARE(b.firstRow, 0);
+    QCOMPARE(b.lastRow, 58);
+    QCOMPARE(b.firstColumn, 0);
+    QCOMPARE(b.lastColumn, 98);
+
+    b = TileBand::compute(60, 100, 0, 0);
+    QCOMPARE(b.rowCount(), 60);
+    QCOMPARE(b.columnCount(), 100);
+    b = TileBand::compute(200, 300, 2, 5);
+    QCOMPARE(b.firstRow, 20);
+    QCOMPARE(b.lastRow, 79);
+    QCOMPARE(b.firstColumn, 50);
+    QCOMPARE(b.lastColumn, 149);
+    b = TileBand::compute(65, 100, 1, 0);  // the end of the axis cuts the band
+    QCOMPARE(b.firstRow, 10);
+    QCOMPARE(b.lastRow, 64);
+    b = TileBand::compute(200, 300, 2, 5, 75, 0); // a tall view widens the band
+    QCOMPARE(b.firstRow, 20);
+    QVERIFY(b.lastRow >= 20 + 9 + 75);
+    QCOMPARE(TileBand::compute(0, 0, 0, 0).rowCount(), 0);
+    QCOMPARE(TileBand::tileOf(37), 3);
+}
+
+void TestRouteGrid::clickOutsideTheGridFindsNoCell()
+{
+    RouteGrid g;
+    g.rebuild({device("A", "Alpha", "10.0.0.1", 2, 2)}, {});
+    g.toggleOwner(RouteGrid::Rows, "A");
+    int r = -1;
+    int c = -1;
+    QVERIFY(g.cellAt(15, 47, 16, &r, &c));
+    QCOMPARE(r, 2);
+    QCOMPARE(c, 0);
+    QVERIFY(!g.cellAt(5, 48, 16, &r, &c));  // below the last row
+    QVERIFY(!g.cellAt(16, 5, 16, &r, &c));  // right of the last column
+    QVERIFY(!g.cellAt(-1, 5, 16, &r, &c));
+}
+
+void TestRouteGrid::toolTipText()
+{
+    Device a = device("A", "Alpha", "10.0.0.1", 2, 2);
+    a.tables.names[DeviceTables::NameTx] = {"Vox", "Gtr"};
+    RouteGrid g;
+    g.setExpanded(RouteGrid::Rows, "A", true);
+    g.setExpanded(RouteGrid::Columns, "A", true);
+    g.rebuild({a}, {});
+    QCOMPARE(g.toolTip(2, 1), QStringLiteral("Alpha:Gtr -> Alpha:1"));
+    QCOMPARE(g.toolTip(0, 0), QStringLiteral("Alpha:Alpha -> Alpha:Alpha"));
+    QCOMPARE(g.toolTip(9, 0), QString());
+}
+
+void TestRouteGrid::searchAndFind()
+{
+    Device a = device("A", "Alpha", "10.0.0.1", 2, 2);
+    a.tables.names[DeviceTables::NameRx] = {"Left", "Right"};
+    RouteGrid g;
+    g.rebuild({a}, {});
+    const QVector<RouteGrid::SearchEntry> in = g.searchEntries(RouteGrid::Columns);
+    QCOMPARE(in.size(), 3); // folded owners are searched too
+    QCOMPARE(in.at(2).text, QStringLiteral("Alpha:Right"));
+    QCOMPARE(in.at(2).channel, 2);
+    QCOMPARE(g.findLine(RouteGrid::Columns, "A"), 0);
+    QCOMPARE(g.findLine(RouteGrid::Columns, "nobody"), -1);
+}
+
+void TestRouteGrid::clickContextFromTheRegistry()
+{
+    DevManager reg;
+    for (const char *id : {"TX", "RX"}) {
+        const QString address = QLatin1String(id) == QLatin1String("TX") ? "10.0.0.1" : "10.0.0.2";
+        const QByteArray a = Packets::announcement(id, address, {{"chNumRx", "2"}, {"chNumTx", "2"}});
+        reg.intakeAnnouncement(a.constData(), a.size(), Ipv4::fromText(address), 9996);
+    }
+    auto page = [](const char *op, const QJsonArray &arr) {
+        return QJsonObject{{"ops", op}, {"devId", "RX"}, {"result", "succ"}, {"idStart", "0"},
+                           {"idNext", arr.size()}, {"arr", arr}};
+    };
+    // Channel 1 routed from TX channel 2; channel 2 from a flow nobody announces.
+    reg.intakeReply(page("getAllRxCh", {QJsonObject{{"id", "0"}, {"rtpChId", "0"}},
+                                        QJsonObject{{"id", "1"}, {"rtpChId", "1"}}}),
+                    ip("10.0.0.2"));
+    reg.intakeReply(page("getAllRtpCh", {QJsonObject{{"id", "0"}, {"srcDevId", "TX"}, {"name", "Dev TX"},
+                                                     {"srcChId", "1"}, {"srcIp", "10.0.0.1"},
+                                                     {"dstIp", "10.0.0.2"}, {"dstPort", "5004"}},
+                                         QJsonObject{{"id", "1"}, {"srcDevId", ""}, {"name", "239.69.9.9"},
+                                                     {"srcChId", "0"}, {"srcIp", "10.0.0.7"},
+                                                     {"dstIp", "239.69.9.9"}, {"dstPort", "5004"}}}),
+                    ip("10.0.0.2"));
+    QVERIFY(reg.findByDevId("RX")->routeOf(0));
+
+    RouteGrid g;
+    for (const char *owner : {"TX", "239.69.9.9"})
+        g.setExpanded(RouteGrid::Rows, owner, true);
+    g.setExpanded(RouteGrid::Columns, "RX", true);
+    g.rebuild(reg.devices(), reg.flows());
+    // rows: TX/0 TX/1 TX/2 RX/0 239.69.9.9/0 239.69.9.9/1; columns: TX/0 RX/0 RX/1 RX/2
+    const int txRow = g.findLine(RouteGrid::Rows, "TX", 2);
+    const int rxCol = g.findLine(RouteGrid::Columns, "RX", 1);
+    QCOMPARE(g.cellState(txRow, rxCol), 2);
+
+    RouteContext ctx = routeClickContext(g, txRow, rxCol, reg, nullptr);
+    QVERIFY(!ctx.rowIsFlow);
+    QCOMPARE(ctx.rowOwnerId, QStringLiteral("TX"));
+    QCOMPARE(ctx.rowChannel, 2);
+    QCOMPARE(ctx.rxDevId, QStringLiteral("RX"));
+    QCOMPARE(ctx.rxChannel, 1);
+    QCOMPARE(ctx.cellState, 2);
+    QVERIFY(ctx.tx && ctx.rx && !ctx.flow);
+    QVERIFY(ctx.findDevice && ctx.findDevice("TX"));
+
+    // The unannounced flow's routed cell can still be cleared.
+    const int flowRow = g.findLine(RouteGrid::Rows, "239.69.9.9", 1);
+    const int rxCol2 = g.findLine(RouteGrid::Columns, "RX", 2);
+    QCOMPARE(g.cellState(flowRow, rxCol2), 2);
+    ctx = routeClickContext(g, flowRow, rxCol2, reg, nullptr);
+    QVERIFY(ctx.rowIsFlow);
+    QVERIFY(ctx.flow);
+    QCOMPARE(ctx.flow->dstIp, ip("239.69.9.9"));
+    ctx.rxFirmware = QStringLiteral("3.1.4.6");
+    const RoutePlan plan = planRouteClick(ctx);
+    QCOMPARE(plan.command.value("ops").toString(), QStringLiteral("clrRxCh"));
+    QCOMPARE(plan.command.value("dstChId").toString(), QStringLiteral("1"));
+    // Unrouted, it offers nothing to subscribe to.
+    ctx = routeClickContext(g, flowRow + 0, g.findLine(RouteGrid::Columns, "RX", 1), reg, nullptr);
+    QVERIFY(!ctx.flow);
+    QVERIFY(planRouteClick(ctx).command.isEmpty());
+
+    // The receiver's firmware comes from the interface store.
+    DeviceUiStore ui;
+    ui.slot_message(R"({"ops":"getVersion","devId":"RX","result":"succ","version":"3.2.0"})");
+    QCOMPARE(routeClickContext(g, txRow, rxCol, reg, &ui).rxFirmware, QStringLiteral("3.2.0"));
+}
+
+QTEST_GUILESS_MAIN(TestRouteGrid)
+#include "tst_routegrid.moc"

@@ -1,0 +1,161 @@
+// The clock, statistics and levels pages of the program against corvane-sim,
+// inside a private network namespace (tests/netns-run). The simulator runs
+// "Stage Box 2" warm, "Amp Rack" overheating and "Wall Panel 4" silent.
+#include "app/language.h"
+#include "app/mainwindow.h"
+#include "clock/clockform.h"
+#include "clock/clockitemform.h"
+#include "clock/dialogchangepriority.h"
+#include "clock/formclocktitle.h"
+#include "monitor/devvolumeform.h"
+#include "monitor/devvolumeitemform.h"
+#include "monitor/devvolumetitleform.h"
+#include "monitor/formnettitle.h"
+#include "monitor/netstateform.h"
+#include "monitor/netstateitemform.h"
+#include "widgets/rowtipbutton.h"
+
+#include <QLabel>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class TestMonitorSim : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void hotDevicesShowTheirProblems();
+    void silentDeviceShowsTheCommunicationProblem();
+    void levelsArriveThroughThePageLevelNames();
+    void priorityChangeReElectsTheLeader();
+
+private:
+    QString tipOf(const QString &devId) const;
+
+    QProcess m_sim;
+    QTemporaryDir m_dir;
+    MainWindow *m_window = nullptr;
+    ClockForm *m_clock = nullptr;
+    NetStateForm *m_stats = nullptr;
+    DevVolumeForm *m_levels = nullptr;
+};
+
+void TestMonitorSim::initTestCase()
+{
+    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
+        QSKIP("needs the private network namespace of tests/netns-run");
+    Language::setChinese(false);
+    m_sim.start(qEnvironmentVariable("CORVANE_BIN_DIR") + "/corvane-sim",
+                {"--quiet", "--settle-ms", "800", "--hot", "Stage Box 2", "--hot", "Amp Rack=error", "--silent",
+                 "Wall Panel 4"});
+    QVERIFY(m_sim.waitForStarted(5000));
+    m_window = new MainWindow(m_dir.path());
+    m_window->setQuitConfirmed(true);
+    m_window->show();
+    QVERIFY(m_window->startNetwork("127.0.0.1"));
+    m_clock = qobject_cast<ClockForm *>(m_window->pageWidget(MainWindow::Clock));
+    m_stats = qobject_cast<NetStateForm *>(m_window->pageWidget(MainWindow::NetStats));
+    m_levels = qobject_cast<DevVolumeForm *>(m_window->pageWidget(MainWindow::Levels));
+    QVERIFY(m_clock && m_stats && m_levels);
+    QTRY_COMPARE_WITH_TIMEOUT(m_clock->items().size(), 8, 10000);
+}
+
+void TestMonitorSim::cleanupTestCase()
+{
+    delete m_window;
+    m_sim.kill();
+    m_sim.waitForFinished(3000);
+}
+
+QString TestMonitorSim::tipOf(const QString &devId) const
+{
+    const NetStateItemForm *item = m_stats->item(devId);
+    return item && item->tipButton()->isVisibleTo(item) ? item->tipButton()->toolTip() : QString();
+}
+
+void TestMonitorSim::hotDevicesShowTheirProblems()
+{
+    // New devices are asked at once; no need to wait for the 5 s tick.
+    QTRY_COMPARE_WITH_TIMEOUT(
+        tipOf("SIM-0001"),
+        QStringLiteral("Stage Box 2 temperature is too high, please pay attention to heat dissipation"), 10000);
+    QCOMPARE(m_stats->item("SIM-0001")->tipButton()->problem().level, RowProblem::Warning);
+    // The overheating amplifier protects itself; that is the more serious news.
+    QTRY_COMPARE_WITH_TIMEOUT(
+        tipOf("SIM-0004"), QStringLiteral("Amp Rack amplifier protection is on (code 2), please check the equipment"),
+        10000);
+    QCOMPARE(m_stats->item("SIM-0004")->tipButton()->problem().level, RowProblem::Error);
+    const QString temp = m_stats->item("SIM-0004")->text(FormNetTitle::Temperature);
+    QVERIFY2(temp.endsWith(" °C") && temp.left(4).toDouble() > 85.0, qPrintable(temp));
+    QVERIFY(m_stats->item("SIM-0004")->label(FormNetTitle::Temperature)->toolTip().startsWith("Amplifier power on"));
+    // A device at a normal temperature has no tip, and its running time counts.
+    QCOMPARE(tipOf("SIM-0002"), QString());
+    QVERIFY(QRegularExpression("^0:0:\\d+$").match(m_stats->item("SIM-0002")->text(FormNetTitle::Uptime)).hasMatch());
+    // Stage Box 8 sends its flow "Stage L-R": 2 channels, L24, 1 ms.
+    QTRY_COMPARE_WITH_TIMEOUT(m_stats->item("SIM-0002")->text(FormNetTitle::Bandwidth),
+                              QStringLiteral("0.00 Mbps / 2.77 Mbps"), 10000);
+}
+
+void TestMonitorSim::silentDeviceShowsTheCommunicationProblem()
+{
+    m_stats->setPollInterval(300);
+    QTRY_COMPARE_WITH_TIMEOUT(
+        tipOf("SIM-0007"),
+        QStringLiteral("Wall Panel 4 communication is abnormal, please check the network connection"), 5000);
+    QCOMPARE(m_stats->item("SIM-0007")->text(FormNetTitle::Temperature), QString());
+    // The devices that answer keep answering (a reply may still be on its
+    // way when the next poll leaves, so one poll may count as missed).
+    QTest::qWait(1000);
+    QVERIFY(!m_stats->tracker().unreachable("SIM-0002"));
+    QVERIFY(!tipOf("SIM-0001").contains("communication"));
+    m_stats->setPollInterval(NetStatsTracker::kPollMs);
+}
+
+void TestMonitorSim::levelsArriveThroughThePageLevelNames()
+{
+    // Stage Box 8's inputs 7 and 8 are silent; nothing is routed to it.
+    QTRY_VERIFY_WITH_TIMEOUT(m_levels->item("SIM-0002") &&
+                                 m_levels->item("SIM-0002")->text(DevVolumeTitleForm::AnalogIn).count('/') == 7,
+                             5000);
+    QVERIFY(m_levels->item("SIM-0002")->text(DevVolumeTitleForm::AnalogIn).endsWith("/-/-"));
+    QCOMPARE(m_levels->item("SIM-0002")->text(DevVolumeTitleForm::NetIn), QStringLiteral("-/-/-/-/-/-/-/-"));
+    // Console 64 has 64 network channels: 32 shown on four lines.
+    QTRY_COMPARE_WITH_TIMEOUT(m_levels->item("SIM-0003")->text(DevVolumeTitleForm::NetOut).split('\n').size(), 4, 5000);
+    // The silent device shows no levels at all.
+    QCOMPARE(m_levels->item("SIM-0007")->text(DevVolumeTitleForm::AnalogIn), QString());
+}
+
+void TestMonitorSim::priorityChangeReElectsTheLeader()
+{
+    ClockItemForm *box2 = m_clock->item("SIM-0001");
+    ClockItemForm *box8 = m_clock->item("SIM-0002");
+    QVERIFY(box2 && box8);
+    QTRY_COMPARE_WITH_TIMEOUT(box8->text(FormClockTitle::Role), QStringLiteral("Master"), 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(box2->text(FormClockTitle::Priority), QStringLiteral("128"), 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(box2->text(FormClockTitle::State), QStringLiteral("locked"), 15000);
+
+    m_window->setPage(MainWindow::Clock);
+    QTest::mouseClick(box2->editButton(), Qt::LeftButton);
+    auto *dialog = m_clock->findChild<DialogChangePriority *>();
+    QVERIFY(dialog);
+    auto *field = dialog->findChild<QLineEdit *>("le_priority");
+    field->clear();
+    QTest::keyClicks(field, "50");
+    QTest::mouseClick(dialog->findChild<QPushButton *>("pb_ok"), Qt::LeftButton);
+
+    // Lower wins: Stage Box 2 leads, and the page reads the new priority back.
+    QTRY_COMPARE_WITH_TIMEOUT(box2->text(FormClockTitle::Priority), QStringLiteral("50"), 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(box2->text(FormClockTitle::Role), QStringLiteral("Master"), 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(box8->text(FormClockTitle::Role), QStringLiteral("Slave"), 10000);
+    QCOMPARE(box2->text(FormClockTitle::State), QStringLiteral("locked"));
+    // The old leader settles on the new one.
+    QTRY_COMPARE_WITH_TIMEOUT(box8->text(FormClockTitle::State), QStringLiteral("locked"), 15000);
+    QCOMPARE(m_clock->item("SIM-0005")->text(FormClockTitle::Role), QStringLiteral("Slave"));
+}
+
+QTEST_MAIN(TestMonitorSim)
+#include "tst_monitorsim.moc"

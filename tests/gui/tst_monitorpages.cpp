@@ -1,0 +1,319 @@
+// The clock, statistics and levels pages offscreen: real clicks on a row's
+// buttons, the priority dialog's refusals and the command it sends, and what
+// one row of each page shows for the replies it is given.
+#include "app/language.h"
+#include "clock/clockform.h"
+#include "clock/clockitemform.h"
+#include "clock/dialogchangepriority.h"
+#include "clock/formclocktitle.h"
+#include "devices/deviceuistore.h"
+#include "devices/devmanager.h"
+#include "monitor/devvolumeform.h"
+#include "monitor/devvolumeitemform.h"
+#include "monitor/devvolumetitleform.h"
+#include "monitor/formnettitle.h"
+#include "monitor/netstateform.h"
+#include "monitor/netstateitemform.h"
+#include "protocol/ipv4.h"
+#include "widgets/rowtipbutton.h"
+
+#include "../support/packets.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QtTest>
+
+namespace {
+
+void announce(DevManager &registry, const QString &devId, const char *ip, const QJsonObject &overrides = {})
+{
+    const QByteArray a = Packets::announcement(devId, QLatin1String(ip), overrides);
+    registry.intakeAnnouncement(a.constData(), a.size(), Ipv4::fromText(QLatin1String(ip)), 9996);
+}
+
+QString compact(const QJsonObject &o)
+{
+    return QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact));
+}
+
+QStringList sentOps(const QSignalSpy &spy)
+{
+    QStringList out;
+    for (const QList<QVariant> &call : spy)
+        out << call.at(0).toString();
+    return out;
+}
+
+const QJsonObject kFollower{
+    {"name", "Stage Box"}, {"myClkId", "00-1D-C1-FF-FE-00-00-02"}, {"gmClkId", "00-1D-C1-FF-FE-00-00-01"}};
+
+} // namespace
+
+class TestMonitorPages : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init() { Language::setChinese(false); }
+    void cleanup();
+    void priorityDialogRefusesAndSends();
+    void clockRowFollowsEventsAndReplies();
+    void statisticsRow();
+    void statisticsSortOrder();
+    void levelsRow();
+};
+
+void TestMonitorPages::cleanup()
+{
+    for (QWidget *w : QApplication::topLevelWidgets())
+        if (qobject_cast<DialogChangePriority *>(w))
+            delete w;
+}
+
+void TestMonitorPages::priorityDialogRefusesAndSends()
+{
+    DevManager registry;
+    DeviceUiStore store;
+    announce(registry, "D1", "10.0.0.2", kFollower);
+    store.slot_message(R"({"ops":"getVersion","devId":"D1","result":"succ","version":"3.1.4.45","ptpPriority":"128"})");
+    ClockForm form(registry, &store);
+    form.resize(1400, 500);
+    form.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&form));
+    QSignalSpy sent(&form, &ClockForm::signal_sendUdp);
+
+    ClockItemForm *row = form.item("D1");
+    QVERIFY(row);
+    QCOMPARE(row->text(FormClockTitle::Priority), QStringLiteral("128"));
+    QTest::mouseClick(row->editButton(), Qt::LeftButton);
+    auto *dialog = form.findChild<DialogChangePriority *>();
+    QVERIFY(dialog);
+    QTRY_VERIFY(dialog->isVisible());
+    QCOMPARE(dialog->title(), QStringLiteral("Clock priority"));
+    QCOMPARE(dialog->findChild<QLabel *>("lb_hint")->text(), QStringLiteral("0-255, 0>255"));
+    auto *field = dialog->findChild<QLineEdit *>("le_priority");
+    auto *ok = dialog->findChild<QPushButton *>("pb_ok");
+    QCOMPARE(field->text(), QStringLiteral("128"));
+
+    for (const char *refused : {"256", "abc", "-1", ""}) {
+        field->clear();
+        QTest::keyClicks(field, refused);
+        QTest::mouseClick(ok, Qt::LeftButton);
+        QVERIFY2(dialog->isVisible(), refused);
+        QCOMPARE(dialog->refusalText(), QStringLiteral("Please enter a number from 0 to 255"));
+    }
+    QCOMPARE(sent.count(), 0);
+
+    field->clear();
+    QTest::keyClicks(field, "255");
+    QTest::keyClick(field, Qt::Key_Return);
+    QCOMPARE(sent.count(), 1);
+    QCOMPARE(sent.at(0).at(0).toString(), QStringLiteral(R"({"devId":"D1","ops":"setPtpPriority","val":"255"})"));
+    QTRY_VERIFY(form.findChild<DialogChangePriority *>() == nullptr);
+
+    // 0 is accepted too; cancel sends nothing.
+    QTest::mouseClick(row->editButton(), Qt::LeftButton);
+    dialog = form.findChild<DialogChangePriority *>();
+    QVERIFY(dialog);
+    field = dialog->findChild<QLineEdit *>("le_priority");
+    field->clear();
+    QTest::keyClicks(field, "0");
+    QTest::mouseClick(dialog->findChild<QPushButton *>("pb_ok"), Qt::LeftButton);
+    QCOMPARE(sent.count(), 2);
+    QCOMPARE(sent.at(1).at(0).toString(), QStringLiteral(R"({"devId":"D1","ops":"setPtpPriority","val":"0"})"));
+    QTRY_VERIFY(form.findChild<DialogChangePriority *>() == nullptr);
+
+    QTest::mouseClick(row->editButton(), Qt::LeftButton);
+    dialog = form.findChild<DialogChangePriority *>();
+    QVERIFY(dialog);
+    QTest::mouseClick(dialog->findChild<QPushButton *>("pb_cancel"), Qt::LeftButton);
+    QTRY_VERIFY(form.findChild<DialogChangePriority *>() == nullptr);
+    QCOMPARE(sent.count(), 2);
+
+    // In Chinese the dialog carries the spaced title and the Chinese refusal.
+    Language::setChinese(true);
+    QTest::mouseClick(row->editButton(), Qt::LeftButton);
+    dialog = form.findChild<DialogChangePriority *>();
+    QVERIFY(dialog);
+    QCOMPARE(dialog->title(), QStringLiteral("时 钟 优 先 级"));
+    field = dialog->findChild<QLineEdit *>("le_priority");
+    field->clear();
+    QTest::keyClicks(field, "300");
+    QTest::mouseClick(dialog->findChild<QPushButton *>("pb_ok"), Qt::LeftButton);
+    QCOMPARE(dialog->refusalText(), QStringLiteral("请输入规定的数字,范围0-255"));
+}
+
+void TestMonitorPages::clockRowFollowsEventsAndReplies()
+{
+    DevManager registry;
+    DeviceUiStore store;
+    announce(registry, "D1", "10.0.0.2", kFollower);
+    ClockForm form(registry, &store);
+    form.resize(1400, 500);
+    form.show();
+    QSignalSpy sent(&form, &ClockForm::signal_sendUdp);
+    ClockItemForm *row = form.item("D1");
+    QVERIFY(row);
+    QCOMPARE(row->text(FormClockTitle::Name), QStringLiteral("Stage Box"));
+    QCOMPARE(row->text(FormClockTitle::Address), QStringLiteral("10.0.0.2"));
+    QCOMPARE(row->text(FormClockTitle::Role), QStringLiteral("Slave"));
+    QCOMPARE(row->text(FormClockTitle::State), QStringLiteral("unlock"));
+    QCOMPARE(row->text(FormClockTitle::Priority), QStringLiteral("\u2014"));
+    QCOMPARE(row->tipButton()->problem().level, RowProblem::Warning);
+    QVERIFY(row->tipButton()->isVisibleTo(row));
+    QCOMPARE(row->tipButton()->toolTip(), QStringLiteral("Stage Box is not locked to the clock leader yet"));
+
+    store.slot_message(R"({"ops":"clockEvent","devId":"D1","event":"masterOffset","state":"2","masterOffset":"12"})");
+    store.slot_message(R"({"ops":"clockEvent","devId":"D1","event":"adjustFreq","adjustFreq":"-0.125"})");
+    QCOMPARE(row->text(FormClockTitle::State), QStringLiteral("locked"));
+    QCOMPARE(row->text(FormClockTitle::Freq), QStringLiteral("-0.125"));
+    QVERIFY(!row->tipButton()->isVisibleTo(row));
+
+    // A changed priority is read back from the device.
+    form.slot_message(R"({"ops":"setPtpPriority","devId":"D1","result":"succ"})");
+    QCOMPARE(sentOps(sent), QStringList{R"({"devId":"D1","ops":"getVersion"})"});
+    store.slot_message(R"({"ops":"getVersion","devId":"D1","result":"succ","ptpPriority":"37"})");
+    QCOMPARE(row->text(FormClockTitle::Priority), QStringLiteral("NA"));
+
+    // The page follows the language switch.
+    Language::setChinese(true);
+    QEvent change(QEvent::LanguageChange);
+    QApplication::sendEvent(&form, &change);
+    QCOMPARE(form.item("D1")->text(FormClockTitle::Role), QStringLiteral("从时钟"));
+    QCOMPARE(form.findChild<FormClockTitle *>()->text(FormClockTitle::State), QStringLiteral("同步状态"));
+
+    // Gone from the registry, gone from the page.
+    for (int i = 0; i < 6000; ++i)
+        registry.clock(20);
+    form.slot_refresh();
+    QVERIFY(!form.item("D1"));
+    QVERIFY(form.items().isEmpty());
+}
+
+void TestMonitorPages::statisticsRow()
+{
+    DevManager registry;
+    announce(registry, "A1", "10.0.0.5", {{"name", "Amp Rack"}, {"model", "RK7731"}});
+    NetStateForm form(registry);
+    form.resize(1400, 500);
+    form.show();
+    QCOMPARE(form.pollInterval(), 5000);
+    QSignalSpy sent(&form, &NetStateForm::signal_sendUdp);
+    form.setPollInterval(50);
+    QVERIFY(sent.wait(2000));
+    QCOMPARE(sentOps(sent).mid(0, 2),
+             (QStringList{R"({"devId":"A1","ops":"getDebugInfo"})", R"({"devId":"A1","ops":"getTarnAmpInfo"})"}));
+    form.setPollInterval(60000);
+
+    form.slot_message(R"({"ops":"getDebugInfo","devId":"A1","result":"succ","temp":"80500","uptime":"3725.40"})");
+    form.slot_message(compact({{"ops", "getTarnAmpInfo"},
+                               {"devId", "A1"},
+                               {"result", "succ"},
+                               {"power", "1"},
+                               {"voltage", "48.2"},
+                               {"protect", "0"},
+                               {"tempArr", QJsonArray{"80100", "80500"}}}));
+    NetStateItemForm *row = form.item("A1");
+    QVERIFY(row);
+    QCOMPARE(row->text(FormNetTitle::Temperature), QStringLiteral("80.5 °C"));
+    QCOMPARE(row->text(FormNetTitle::Uptime), QStringLiteral("1:2:5"));
+    QCOMPARE(row->text(FormNetTitle::Model), QStringLiteral("RK7731"));
+    QCOMPARE(row->text(FormNetTitle::SampleRate), QStringLiteral("48 kHz"));
+    QCOMPARE(row->text(FormNetTitle::PacketTime), QStringLiteral("1 ms"));
+    QCOMPARE(row->text(FormNetTitle::Delay), QStringLiteral("2 ms"));
+    QCOMPARE(row->text(FormNetTitle::Bandwidth), QStringLiteral("0.00 Mbps / 0.00 Mbps"));
+    QCOMPARE(row->label(FormNetTitle::Temperature)->toolTip(),
+             QStringLiteral("Amplifier power on, supply 48.2 V, outputs 80.1 / 80.5 °C"));
+    RowTipButton *tip = row->tipButton();
+    QVERIFY(tip->isVisibleTo(row));
+    QCOMPARE(tip->problem().level, RowProblem::Warning);
+    QCOMPARE(tip->toolTip(),
+             QStringLiteral("Amp Rack temperature is too high, please pay attention to heat dissipation"));
+    QTest::mouseClick(tip, Qt::LeftButton); // shows the tip; must not disturb the row
+
+    form.slot_message(R"({"ops":"getDebugInfo","devId":"A1","result":"succ","temp":"86000","uptime":"3730"})");
+    QCOMPARE(tip->problem().level, RowProblem::Error);
+    QCOMPARE(row->label(FormNetTitle::Name)->palette().color(QPalette::WindowText), QColor(214, 72, 72));
+    form.slot_message(R"({"ops":"getDebugInfo","devId":"A1","result":"succ","temp":"80000","uptime":"3735"})");
+    QVERIFY(!tip->isVisibleTo(row));
+
+    // Three polls without an answer: the communication problem.
+    sent.clear();
+    for (int i = 0; i < 4; ++i)
+        form.slot_poll();
+    QCOMPARE(tip->problem().level, RowProblem::Error);
+    QCOMPARE(tip->toolTip(), QStringLiteral("Amp Rack communication is abnormal, please check the network connection"));
+    form.slot_message(R"({"ops":"getDebugInfo","devId":"A1","result":"succ","temp":"45000","uptime":"3740"})");
+    QVERIFY(!tip->isVisibleTo(row));
+}
+
+void TestMonitorPages::statisticsSortOrder()
+{
+    DevManager registry;
+    announce(registry, "D1", "10.0.0.2", {{"name", "Bravo"}});
+    announce(registry, "D2", "10.0.0.3", {{"name", "alpha"}});
+    announce(registry, "D3", "10.0.0.4", {{"name", "Charlie"}});
+    NetStateForm form(registry);
+    form.resize(1400, 500);
+    form.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&form));
+    auto names = [&] {
+        QStringList out;
+        for (NetStateItemForm *i : form.items())
+            out << i->text(FormNetTitle::Name);
+        return out;
+    };
+    QCOMPARE(names(), (QStringList{"Bravo", "alpha", "Charlie"}));
+    QComboBox *sort = form.title()->sortBox();
+    QCOMPARE(sort->currentText(), QStringLiteral("Default"));
+    // Choose with the keyboard as a user would: the selector has the focus.
+    sort->setFocus();
+    QTest::keyClick(sort, Qt::Key_Down);
+    QCOMPARE(sort->currentText(), QStringLiteral("Ascending"));
+    QCOMPARE(names(), (QStringList{"alpha", "Bravo", "Charlie"}));
+    QTest::keyClick(sort, Qt::Key_Down);
+    QCOMPARE(names(), (QStringList{"Charlie", "Bravo", "alpha"}));
+}
+
+void TestMonitorPages::levelsRow()
+{
+    DevManager registry;
+    announce(registry, "D1", "10.0.0.2", {{"name", "Box"}, {"phyChNumRx", "2"}, {"phyChNumTx", "0"}});
+    DevVolumeForm form(registry);
+    form.resize(1400, 500);
+    form.show();
+    QCOMPARE(form.pollInterval(), 1000);
+    QSignalSpy sent(&form, &DevVolumeForm::signal_sendUdp);
+    QVERIFY(sent.wait(3000));
+    QCOMPARE(sentOps(sent), (QStringList{R"({"devId":"D1","idStart":"0","inOrOut":"0","ops":"getAllPhyLevel"})",
+                                         R"({"devId":"D1","idStart":"0","inOrOut":"0","ops":"getAllNetLevel"})",
+                                         R"({"devId":"D1","idStart":"0","inOrOut":"1","ops":"getAllNetLevel"})"}));
+
+    QJsonArray forty;
+    for (int i = 0; i < 40; ++i)
+        forty.append(i % 2 ? "-inf" : "-3.2");
+    form.slot_message(
+        R"({"ops":"getAllPhyLevel","devId":"D1","inOrOut":"0","result":"succ","idStart":"0","arr":["-inf","-71.5"]})");
+    form.slot_message(compact({{"ops", "getAllNetLevel"},
+                               {"devId", "D1"},
+                               {"inOrOut", "1"},
+                               {"result", "succ"},
+                               {"idStart", "0"},
+                               {"arr", forty}}));
+    DevVolumeItemForm *row = form.item("D1");
+    QVERIFY(row);
+    QCOMPARE(row->text(DevVolumeTitleForm::Name), QStringLiteral("Box"));
+    QCOMPARE(row->text(DevVolumeTitleForm::AnalogIn), QStringLiteral("-/-"));
+    QCOMPARE(row->text(DevVolumeTitleForm::AnalogOut), QString());
+    QCOMPARE(row->text(DevVolumeTitleForm::NetOut).split('\n').size(), 4);
+    QCOMPARE(row->text(DevVolumeTitleForm::NetOut).split('\n').first(), QStringLiteral("-3/-/-3/-/-3/-/-3/-"));
+    // All four lines fit the row.
+    const QLabel *cell = row->label(DevVolumeTitleForm::NetOut);
+    QVERIFY(cell->fontMetrics().lineSpacing() * 4 <= cell->height());
+    QCOMPARE(form.findChild<DevVolumeTitleForm *>()->text(DevVolumeTitleForm::NetIn), QStringLiteral("Net In(dBFS)"));
+}
+
+QTEST_MAIN(TestMonitorPages)
+#include "tst_monitorpages.moc"
