@@ -119,7 +119,11 @@ int main()
         const QByteArray a = BenchPackets::announcement(n, counts);
         registry.intakeAnnouncement(a.constData(), a.size(), BenchPackets::deviceIp(n), 9996);
     }
-    const qint64 perRound = qint64(DevManager::kSlots) * DeviceTables::TableCount;
+    // A round asks at most the registry's per-round budget, rounded up to
+    // whole devices; the rounds after it take the next devices in turn.
+    const qint64 perDevice = DeviceTables::TableCount;
+    const qint64 perRound = qMin(qint64(DevManager::kSlots) * perDevice,
+                                 (DevManager::kMaxRequestsPerRound + perDevice - 1) / perDevice * perDevice);
     if (registry.deviceCount() != DevManager::kSlots) {
         std::printf("poll round: %d devices stored\n", registry.deviceCount());
         return 2;
