@@ -42,7 +42,8 @@ void fill(DevManager &reg, int devices, int channels)
     const QString n = QString::number(channels);
     for (int i = 0; i < devices; ++i) {
         const quint32 ip = 0x0A000000u + quint32(i + 1);
-        const QJsonObject a{{"ops", "iAmCorvane"}, {"devId", devId(i)}, {"name", QStringLiteral("Device %1").arg(i + 1)},
+        const QJsonObject a{{"ops", "iAmCorvane"}, {"devId", devId(i)},
+                            {"name", QStringLiteral("Device %1").arg(i + 1)},
                             {"ip", Ipv4::toText(ip)}, {"port", "9990"}, {"chNumRx", n}, {"chNumTx", n},
                             {"ucastNumRx", "16"}, {"ucastNumTx", "16"}, {"mcastNumRx", "8"}, {"mcastNumTx", "4"},
                             {"sampleRate", "48000"}, {"sampleByteNum", "3"}, {"pFrameNum", "48"}, {"dscp", "34"},
@@ -116,7 +117,8 @@ int main(int argc, char *argv[])
             form->slot_rebuild();
             runs.push_back(t.nsecsElapsed() / 1e6);
         }
-        ok &= BenchReport::atMost("routing page rebuild, 16384 x 16384 unfolded, band drawn", medianMs(runs), "ms", 50, 2);
+        ok &= BenchReport::atMost("routing page rebuild, 16384 x 16384 unfolded, band drawn", medianMs(runs), "ms",
+                                  50, 2);
 
         const int cell = form->cellSize();
         const int moves = 2000;

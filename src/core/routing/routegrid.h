@@ -45,7 +45,10 @@ public:
     /// source channel, else 0.
     int cellState(int row, int column) const;
     /// The row a column is routed from, or -1 (none, or its source not shown).
-    int routedRowOf(int column) const { return column >= 0 && column < m_routedRow.size() ? m_routedRow.at(column) : -1; }
+    int routedRowOf(int column) const
+    {
+        return column >= 0 && column < m_routedRow.size() ? m_routedRow.at(column) : -1;
+    }
     bool isOwnerPair(int row, int column) const;
     /// Owner x owner cells: at least one route runs between the two owners.
     bool pairRouted(int row, int column) const;
@@ -98,7 +101,10 @@ private:
     void buildAxis(Axis a);
     /// The row owner a route comes from and the source channel from 0, or -1.
     int sourceOwnerOf(const RtpChItem &route) const;
-    static quint64 pairKey(int rowOwner, int columnOwner) { return (quint64(quint32(rowOwner)) << 32) | quint32(columnOwner); }
+    static quint64 pairKey(int rowOwner, int columnOwner)
+    {
+        return (quint64(quint32(rowOwner)) << 32) | quint32(columnOwner);
+    }
 
     QVector<Device> m_devices;
     QVector<FlowRecord> m_flows;
