@@ -106,6 +106,7 @@ CellRouteForm::CellRouteForm(const DevManager &registry, DeviceUiStore *uiStore,
 
 CellRouteForm::~CellRouteForm()
 {
+    m_viewport->removeEventFilter(this);
     // The scene goes first among the children, and leaving the view moves
     // its scroll bars: they must not reach a page half gone.
     m_view->horizontalScrollBar()->disconnect(this);
@@ -125,7 +126,8 @@ void CellRouteForm::buildLayout()
     m_view->setBackgroundBrush(RouteCellItem::kPlain);
     m_view->setOptimizationFlags(QGraphicsView::DontSavePainterState | QGraphicsView::DontAdjustForAntialiasing);
     m_view->viewport()->setMouseTracking(true);
-    m_view->viewport()->installEventFilter(this);
+    m_viewport = m_view->viewport();
+    m_viewport->installEventFilter(this);
     connect(m_scene, &CellGraphicsScene::signal_cellPressed, this, &CellRouteForm::onCellPressed,
             Qt::QueuedConnection);
     connect(m_scene, &CellGraphicsScene::signal_mouseMoved, this, &CellRouteForm::onMouseMoved);
@@ -634,7 +636,9 @@ bool CellRouteForm::eventFilter(QObject *watched, QEvent *event)
             return false;
         }
     }
-    if (watched == m_view->viewport() && event->type() == QEvent::Leave) {
+    // Compared by the pointer kept at construction: while the page is torn
+    // down the view is already half destroyed and must not be called.
+    if (watched == m_viewport && event->type() == QEvent::Leave) {
         m_pointerInside = false;
         clearHover();
     }

@@ -105,6 +105,7 @@ private:
 
     CellGraphicsScene *m_scene;
     QGraphicsView *m_view;
+    QWidget *m_viewport = nullptr;
     RouteHeaderView *m_rowHeaders;
     RouteHeaderView *m_columnHeaders;
     QLabel *m_txCaption;
