@@ -125,13 +125,25 @@ int main(int argc, char *argv[])
     const QCommandLineOption blinkOpt(QStringLiteral("blink"),
                                       QStringLiteral("Press a device's identify key every S seconds."),
                                       QStringLiteral("DEVICE=S"));
+    const QCommandLineOption dspSplitOpt(QStringLiteral("dsp-split"),
+                                         QStringLiteral("Write every DSP link reply in N pieces, 20 ms apart."),
+                                         QStringLiteral("N"));
+    const QCommandLineOption dspDelayOpt(QStringLiteral("dsp-delay"),
+                                         QStringLiteral("Hold every DSP link reply back by MS more."),
+                                         QStringLiteral("MS"));
+    const QCommandLineOption dspDropOpt(QStringLiteral("dsp-drop"),
+                                        QStringLiteral("Close the DSP link instead of answering PCT % of requests."),
+                                        QStringLiteral("PCT"));
+    const QCommandLineOption dspDropAcceptOpt(QStringLiteral("dsp-drop-on-accept"),
+                                              QStringLiteral("Close every DSP link as soon as it is accepted."));
     const QCommandLineOption settleOpt(QStringLiteral("settle-ms"),
                                        QStringLiteral("Time from a new clock leader to lock (3000)."),
                                        QStringLiteral("MS"));
     const QCommandLineOption verboseOpt(QStringLiteral("verbose"), QStringLiteral("A line per request too."));
     const QCommandLineOption quietOpt(QStringLiteral("quiet"), QStringLiteral("No log lines."));
-    p.addOptions({scenarioOpt, devicesOpt, ifaceOpt, baseOpt, printOpt, seedOpt, lossOpt, delayOpt, malformedOpt,
-                  oversizeOpt, refuseOpt, hotOpt, silentOpt, goneOpt, blinkOpt, settleOpt, verboseOpt, quietOpt});
+    p.addOptions({scenarioOpt,  devicesOpt,  ifaceOpt,         baseOpt,   printOpt,   seedOpt, lossOpt,  delayOpt,
+                  malformedOpt, oversizeOpt, refuseOpt,        hotOpt,    silentOpt,  goneOpt, blinkOpt, dspSplitOpt,
+                  dspDelayOpt,  dspDropOpt,  dspDropAcceptOpt, settleOpt, verboseOpt, quietOpt});
     p.process(app);
 
     SimScenario scenario = SimScenario::defaultScenario();
@@ -161,7 +173,7 @@ int main(int argc, char *argv[])
         return true;
     };
     if (!percent(lossOpt, &SimFaults::lossPercent) || !percent(malformedOpt, &SimFaults::malformedPercent) ||
-        !percent(oversizeOpt, &SimFaults::oversizePercent))
+        !percent(oversizeOpt, &SimFaults::oversizePercent) || !percent(dspDropOpt, &SimFaults::dspDropPercent))
         return fail(QStringLiteral("percentages run from 0 to 100"));
     if (p.isSet(delayOpt)) {
         bool ok = false;
@@ -171,6 +183,25 @@ int main(int argc, char *argv[])
         for (SimDeviceProfile &d : scenario.devices)
             d.faults.delayMs = v;
     }
+    if (p.isSet(dspSplitOpt)) {
+        bool ok = false;
+        const int v = p.value(dspSplitOpt).toInt(&ok);
+        if (!ok || v < 2 || v > 1000)
+            return fail(QStringLiteral("--dsp-split takes 2 to 1000 pieces"));
+        for (SimDeviceProfile &d : scenario.devices)
+            d.faults.dspSplit = v;
+    }
+    if (p.isSet(dspDelayOpt)) {
+        bool ok = false;
+        const int v = p.value(dspDelayOpt).toInt(&ok);
+        if (!ok || v < 0)
+            return fail(QStringLiteral("--dsp-delay takes milliseconds"));
+        for (SimDeviceProfile &d : scenario.devices)
+            d.faults.dspDelayMs = v;
+    }
+    if (p.isSet(dspDropAcceptOpt))
+        for (SimDeviceProfile &d : scenario.devices)
+            d.faults.dspDropOnAccept = true;
     for (const QString &r : p.values(refuseOpt)) {
         const int eq = r.indexOf(QLatin1Char('='));
         if (eq <= 0)

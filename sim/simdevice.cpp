@@ -1,7 +1,10 @@
 #include "simdevice.h"
 
+#include "simdspdocument.h"
+#include "simdsplink.h"
 #include "simendpoint.h"
 #include "simnetwork.h"
+#include "simrequest.h"
 #include "simsap.h"
 
 #include "app/log.h"
@@ -10,6 +13,10 @@
 #include <QTimer>
 #include <cmath>
 #include <limits>
+
+using SimRequest::readInt;
+using SimRequest::readReal;
+using SimRequest::readText;
 
 namespace {
 
@@ -44,48 +51,6 @@ QJsonArray textArray(const QVector<int> &values)
     for (int v : values)
         a.append(num(v));
     return a;
-}
-
-// Device firmware reads every member as text: a member sent as a JSON number
-// or anything else but a string is read as 0. Only a missing member, or text
-// that is not a number, is a bad parameter.
-int readInt(const QJsonObject &req, const char *key, bool *ok)
-{
-    const QJsonValue v = req.value(QLatin1String(key));
-    if (v.isUndefined()) {
-        *ok = false;
-        return 0;
-    }
-    if (!v.isString()) {
-        *ok = true;
-        return 0;
-    }
-    return v.toString().trimmed().toInt(ok);
-}
-
-double readReal(const QJsonObject &req, const char *key, bool *ok)
-{
-    const QJsonValue v = req.value(QLatin1String(key));
-    if (v.isUndefined()) {
-        *ok = false;
-        return 0;
-    }
-    if (!v.isString()) {
-        *ok = true;
-        return 0;
-    }
-    const double d = v.toString().trimmed().toDouble(ok);
-    *ok = *ok && std::isfinite(d);
-    return d;
-}
-
-bool readText(const QJsonObject &req, const char *key, QString *out)
-{
-    const QJsonValue v = req.value(QLatin1String(key));
-    if (v.isUndefined())
-        return false;
-    *out = v.toString();
-    return true;
 }
 
 quint32 parseDotted(const QString &text, bool *ok)
@@ -187,6 +152,14 @@ SimDevice::SimDevice(const SimDeviceProfile &profile, const QHostAddress &addres
     m_mcastRx = QVector<McastRx>(profile.mcastNumRx);
     m_mcastTx = QVector<McastTx>(profile.mcastNumTx);
     m_levelSeed = stableHash(profile.devId);
+    if (profile.dsp) {
+        const SimDspDocument::Layout layout =
+            SimDspDocument::layoutFor(profile.model, profile.phyChNumRx, profile.phyChNumTx);
+        m_dsp = std::make_unique<SimDspDocument>(layout, [this](int ch) { return phyInLevel(ch); });
+        m_dspLink = new SimDspLink(
+            network, m_profile.faults, [this](const QByteArray &payload) { return handleDspFrame(payload); },
+            [this](const QString &text) { log(text); }, this);
+    }
     connect(m_endpoint, &SimEndpoint::datagramReceived, this, [this](const QNetworkDatagram &dg, quint16 localPort) {
         handleDatagram(dg.data(), dg.senderAddress(), quint16(dg.senderPort()), localPort);
     });
@@ -199,6 +172,10 @@ bool SimDevice::start(QString *error)
     if (!m_endpoint->open(QHostAddress(m_address), quint16(m_profile.port), m_network->config().interfaceAddress,
                           error))
         return false;
+    if (m_dspLink && !m_dspLink->listen(QHostAddress(m_address), error)) {
+        m_endpoint->close();
+        return false;
+    }
     m_startedAt = now();
     log(QStringLiteral("\"%1\" %2 %3x%4 at %5:%6")
             .arg(m_name, model())
@@ -206,6 +183,15 @@ bool SimDevice::start(QString *error)
             .arg(m_profile.chNumTx)
             .arg(addressText())
             .arg(m_profile.port));
+    if (m_dsp) {
+        const SimDspDocument::Layout &l = m_dsp->layout();
+        log(QStringLiteral("audio processor %1x%2%3, DSP link on %4:%5")
+                .arg(l.inputs)
+                .arg(l.outputs)
+                .arg(l.aec ? QStringLiteral(" with AEC and automixer") : QString())
+                .arg(addressText())
+                .arg(SimDspLink::port));
+    }
     for (const SimDeviceProfile::Flow &f : m_profile.flows) {
         QJsonObject req{{QStringLiteral("ops"), QStringLiteral("setMcastTx")}, {QStringLiteral("name"), f.name}};
         QJsonArray chans;
@@ -289,6 +275,11 @@ void SimDevice::boot()
     m_nextSap = t + (m_network->config().sapMs > 1 ? m_network->random().bounded(m_network->config().sapMs) : 0);
     m_nextClockEvent = t;
     m_lastActive = activeSignature();
+    if (m_dspLink && !m_dspLink->isListening()) {
+        QString error;
+        if (!m_dspLink->listen(QHostAddress(m_address), &error))
+            log(QStringLiteral("DSP link not back: %1").arg(error));
+    }
 }
 
 void SimDevice::tick(qint64 t)
@@ -297,6 +288,8 @@ void SimDevice::tick(qint64 t)
         return;
     if (m_profile.faults.goneAfterS >= 0 && t - m_startedAt >= qint64(m_profile.faults.goneAfterS) * 1000) {
         m_gone = true;
+        if (m_dspLink)
+            m_dspLink->close();
         log(QStringLiteral("gone: no more announcements or answers"));
         return;
     }
@@ -387,29 +380,30 @@ void SimDevice::announce()
 
 void SimDevice::sendSap()
 {
-    for (int i = 0; i < m_mcastTx.size(); ++i) {
-        const McastTx &f = m_mcastTx[i];
-        if (!f.dstIp)
-            continue;
-        SimSap::Flow s;
-        s.name = f.name;
-        s.source = m_address;
-        s.group = f.dstIp;
-        s.port = f.dstPort;
-        s.sampleByteNum = f.sampleByteNum;
-        s.sampleRate = m_sampleRate;
-        s.packetTimeDiv = m_packetTimeDiv;
-        s.gmClkId = m_gm;
-        s.ptpDomain = m_ptpDomain;
-        s.rtpTsOffset = f.rtpTsOffset;
-        s.sessionId = f.sessionId;
-        s.sessionVersion = f.sessionVersion;
-        for (int c : f.channels)
-            s.channelNames << m_chNameTx.value(c);
-        const QByteArray sdp = SimSap::sdp(s);
-        m_endpoint->sendGroup(QHostAddress(QStringLiteral("239.255.255.255")), sapPort,
-                              SimSap::packet(m_address, quint16(f.sessionId), sdp));
-    }
+    for (const McastTx &f : qAsConst(m_mcastTx))
+        if (f.dstIp)
+            sendSapFor(f, false);
+}
+
+void SimDevice::sendSapFor(const McastTx &f, bool deletion)
+{
+    SimSap::Flow s;
+    s.name = f.name;
+    s.source = m_address;
+    s.group = f.dstIp;
+    s.port = f.dstPort;
+    s.sampleByteNum = f.sampleByteNum;
+    s.sampleRate = m_sampleRate;
+    s.packetTimeDiv = m_packetTimeDiv;
+    s.gmClkId = m_gm;
+    s.ptpDomain = m_ptpDomain;
+    s.rtpTsOffset = f.rtpTsOffset;
+    s.sessionId = f.sessionId;
+    s.sessionVersion = f.sessionVersion;
+    for (int c : f.channels)
+        s.channelNames << m_chNameTx.value(c);
+    m_endpoint->sendGroup(QHostAddress(QStringLiteral("239.255.255.255")), sapPort,
+                          SimSap::packet(m_address, quint16(f.sessionId), SimSap::sdp(s), deletion));
 }
 
 void SimDevice::sendClockEvents()
@@ -572,6 +566,30 @@ const QHash<QString, SimDevice::Op> &SimDevice::operations()
     return ops;
 }
 
+const QHash<QString, SimDevice::Op> &SimDevice::dspOperations()
+{
+    static const QHash<QString, Op> ops = [] {
+        QHash<QString, Op> o;
+        const QVector<int> link{linkPort};
+        const QVector<int> both{linkPort, 8999};
+        auto add = [&o](const char *name, Handler h, QVector<int> ports, Op::Guard guard) {
+            o.insert(QLatin1String(name), Op{h, ports, guard});
+        };
+        add("getConfig", &SimDevice::opDspRead, link, Op::Free);
+        add("setConfig", &SimDevice::opDspChange, link, Op::Dsp);
+        for (const char *n : {"setBorderProc", "setBorderProcBypass", "setBorderProcGroupIdBatch", "setNodeData",
+                              "setGain", "setMute", "setInverse", "setGroupId"})
+            add(n, &SimDevice::opDspChange, both, Op::Dsp);
+        add("getBorderProcStatus", &SimDevice::opDspRead, both, Op::Free);
+        for (const char *n : {"getCpuUsage", "getVolumeDbBatchIn", "getVolumeDbBatchOut"})
+            add(n, &SimDevice::opDspMeters, {8999}, Op::Free);
+        for (const char *n : {"getDspStatus", "getDspTemperature"})
+            add(n, &SimDevice::opDspStatus, {12001}, Op::Free);
+        return o;
+    }();
+    return ops;
+}
+
 QJsonObject SimDevice::handleRequest(const QJsonObject &req, quint16 localPort)
 {
     const QString ops = req.value(QLatin1String("ops")).toString();
@@ -579,26 +597,49 @@ QJsonObject SimDevice::handleRequest(const QJsonObject &req, quint16 localPort)
     // Requests name their device or none; "setIp" arrives by broadcast and must name it.
     if ((!idValue.isUndefined() || ops == QLatin1String("setIp")) && idValue.toString() != devId())
         return QJsonObject();
-    QJsonObject r{{QStringLiteral("ops"), ops}, {QStringLiteral("devId"), devId()}};
-    for (const char *echoed : {"cookie", "uiTag"}) {
+    return respond(req, localPort == m_profile.port ? 0 : localPort, localPort);
+}
+
+QJsonObject SimDevice::respond(const QJsonObject &req, int port, quint16 localPort)
+{
+    const QString ops = req.value(QLatin1String("ops")).toString();
+    const bool link = port == linkPort;
+    // The DSP link reaches one device; its replies carry no "devId".
+    QJsonObject r{{QStringLiteral("ops"), ops}};
+    if (!link)
+        r.insert(QStringLiteral("devId"), devId());
+    // The DSP side echoes the editor's "blockFlag" as well.
+    const bool dspSide = link || port == 8999;
+    for (const char *echoed : {"cookie", "uiTag", "blockFlag"}) {
         const QJsonValue v = req.value(QLatin1String(echoed));
-        if (!v.isUndefined())
+        if (!v.isUndefined() && (dspSide || qstrcmp(echoed, "blockFlag") != 0))
             r.insert(QLatin1String(echoed), v);
     }
+    const Op *op = nullptr;
+    if (m_dsp) {
+        const auto it = dspOperations().constFind(ops);
+        if (it != dspOperations().constEnd() && it->ports.contains(port))
+            op = &*it;
+    }
+    if (!op) {
+        const auto it = operations().constFind(ops);
+        if (it != operations().constEnd() && it->ports.contains(port))
+            op = &*it;
+    }
     m_localPort = localPort;
-    const int port = localPort == m_profile.port ? 0 : localPort;
-    const auto it = operations().constFind(ops);
     QString reason;
-    if (it == operations().constEnd() || !it->ports.contains(port))
+    if (!op)
         reason = QStringLiteral("unknown ops");
     else if (m_profile.faults.refuse.contains(ops))
         reason = m_profile.faults.refuse.value(ops);
-    else if (it->guard == Op::Routing && (m_lockVal & 0x2))
+    else if (op->guard == Op::Routing && (m_lockVal & 0x2))
         reason = lockReason;
-    else if (it->guard == Op::Setting && (m_lockVal & 0x1))
+    else if (op->guard == Op::Setting && (m_lockVal & 0x1))
+        reason = lockReason;
+    else if (op->guard == Op::Dsp && m_dspLockVal != 0)
         reason = lockReason;
     else
-        reason = (this->*(it->handler))(req, r);
+        reason = (this->*(op->handler))(req, r);
     m_localPort = 0;
     if (reason.isEmpty()) {
         r.insert(QStringLiteral("result"), QStringLiteral("succ"));
@@ -607,6 +648,28 @@ QJsonObject SimDevice::handleRequest(const QJsonObject &req, quint16 localPort)
         r.insert(QStringLiteral("reason"), reason);
     }
     return r;
+}
+
+QByteArray SimDevice::handleDspFrame(const QByteArray &payload)
+{
+    if (!isUp() || m_profile.faults.silent)
+        return QByteArray();
+    const QJsonDocument doc = QJsonDocument::fromJson(payload);
+    QJsonObject reply;
+    if (doc.isObject()) {
+        reply = respond(doc.object(), linkPort, 0);
+    } else {
+        // The frame arrived whole, so the link stays; the request is simply unusable.
+        LOG_FAIL();
+        log(QStringLiteral("unreadable request on the DSP link"));
+        reply = QJsonObject{{QStringLiteral("ops"), QString()},
+                            {QStringLiteral("result"), QStringLiteral("fail")},
+                            {QStringLiteral("reason"), badParam}};
+    }
+    if (m_network->config().verbose)
+        log(QStringLiteral("%1 on the DSP link -> %2")
+                .arg(reply.value(QLatin1String("ops")).toString(), reply.value(QLatin1String("result")).toString()));
+    return QJsonDocument(reply).toJson(QJsonDocument::Compact);
 }
 
 // ---------------------------------------------------------------- paged tables
@@ -1123,6 +1186,9 @@ QString SimDevice::opClrMcastTx(const QJsonObject &req, QJsonObject &)
     if (slot < 0)
         return badParam;
     log(QStringLiteral("flow \"%1\" on %2 removed").arg(m_mcastTx[slot].name, dotted(group)));
+    // Listeners drop the flow at once instead of waiting for it to age out.
+    if (m_endpoint->isOpen() && isUp())
+        sendSapFor(m_mcastTx[slot], true);
     m_mcastTx[slot] = McastTx();
     notifyRoute();
     return QString();
@@ -1308,6 +1374,8 @@ void SimDevice::moveTo(const QHostAddress &newAddress)
     }
     m_address = newAddress.toIPv4Address();
     log(QStringLiteral("moved %1 -> %2").arg(old.toString(), newAddress.toString()));
+    if (m_dspLink && !m_dspLink->listen(newAddress, &error))
+        log(QStringLiteral("DSP link cannot follow: %1").arg(error));
     m_nextAnnounce = now();
 }
 
@@ -1350,8 +1418,12 @@ QString SimDevice::opReboot(const QJsonObject &, QJsonObject &)
     log(QStringLiteral("rebooting"));
     // The reply leaves first, then the device goes quiet.
     QTimer::singleShot(m_profile.faults.delayMs + 20, this, [this] {
-        if (!m_gone)
-            m_rebootUntil = now() + m_network->config().rebootMs;
+        if (m_gone)
+            return;
+        m_rebootUntil = now() + m_network->config().rebootMs;
+        // A rebooting device drops its TCP connections; boot() listens again.
+        if (m_dspLink)
+            m_dspLink->close();
     });
     return QString();
 }
@@ -1582,6 +1654,47 @@ QString SimDevice::opSetPassword(const QJsonObject &req, QJsonObject &)
         return badParam;
     m_password = newPassword;
     log(QStringLiteral("password changed"));
+    return QString();
+}
+
+// ---------------------------------------------------------------- signal processor
+
+QString SimDevice::opDspChange(const QJsonObject &req, QJsonObject &r)
+{
+    const QString ops = r.value(QLatin1String("ops")).toString();
+    const QString reason = m_dsp->apply(ops, req, r);
+    if (reason.isEmpty() && ops == QLatin1String("setConfig"))
+        log(QStringLiteral("audio processing chains replaced"));
+    return reason;
+}
+
+QString SimDevice::opDspRead(const QJsonObject &req, QJsonObject &r)
+{
+    if (r.value(QLatin1String("ops")).toString() == QLatin1String("getConfig")) {
+        r.insert(QStringLiteral("config"), m_dsp->config(m_sampleRate));
+        return QString();
+    }
+    return m_dsp->blockStatus(req, r);
+}
+
+QString SimDevice::opDspMeters(const QJsonObject &, QJsonObject &r)
+{
+    const QString ops = r.value(QLatin1String("ops")).toString();
+    if (ops == QLatin1String("getCpuUsage")) {
+        r.insert(QStringLiteral("val"), num(m_dsp->load(m_sampleRate, now())));
+        return QString();
+    }
+    QJsonArray arr;
+    for (double level : m_dsp->levels(ops.endsWith(QLatin1String("Out"))))
+        arr.append(levelText(level));
+    r.insert(QStringLiteral("arr"), arr);
+    return QString();
+}
+
+QString SimDevice::opDspStatus(const QJsonObject &, QJsonObject &r)
+{
+    const bool temperatureAsked = r.value(QLatin1String("ops")).toString() == QLatin1String("getDspTemperature");
+    r.insert(QStringLiteral("val"), temperatureAsked ? num(qRound(temperature() / 1000.0)) : QStringLiteral("0"));
     return QString();
 }
 

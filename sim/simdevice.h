@@ -10,7 +10,10 @@
 #include <QObject>
 #include <QVector>
 #include <functional>
+#include <memory>
 
+class SimDspDocument;
+class SimDspLink;
 class SimEndpoint;
 class SimNetwork;
 
@@ -131,14 +134,22 @@ private:
     struct Op
     {
         Handler handler;
-        QVector<int> ports; ///< 0 stands for the announced control port
-        enum Guard { Free, Setting, Routing } guard;
+        QVector<int> ports; ///< 0 stands for the announced control port, linkPort for the DSP link
+        enum Guard { Free, Setting, Routing, Dsp } guard;
     };
+    static const int linkPort = -1;
     static const QHash<QString, Op> &operations();
+    /// Operations of the signal processor, looked up first on DSP-capable devices.
+    static const QHash<QString, Op> &dspOperations();
+    /// The reply to a request the device takes, on \a port (as in Op::ports).
+    QJsonObject respond(const QJsonObject &req, int port, quint16 localPort);
+    /// One request payload of the DSP link; the reply payload, or empty for none.
+    QByteArray handleDspFrame(const QByteArray &payload);
 
     void boot();
     void announce();
     void sendSap();
+    void sendSapFor(const McastTx &flow, bool deletion);
     void sendClockEvents();
     void sendGroup(const char *group, const QJsonObject &obj);
     void sendRaw(quint16 localPort, QByteArray bytes, const QHostAddress &to, quint16 toPort, bool mayMangle);
@@ -185,10 +196,16 @@ private:
     QString opGetLock(const QJsonObject &req, QJsonObject &r);
     QString opSetLock(const QJsonObject &req, QJsonObject &r);
     QString opSetPassword(const QJsonObject &req, QJsonObject &r);
+    QString opDspChange(const QJsonObject &req, QJsonObject &r);
+    QString opDspRead(const QJsonObject &req, QJsonObject &r);
+    QString opDspMeters(const QJsonObject &req, QJsonObject &r);
+    QString opDspStatus(const QJsonObject &req, QJsonObject &r);
 
     SimDeviceProfile m_profile;
     SimNetwork *m_network;
     SimEndpoint *m_endpoint;
+    std::unique_ptr<SimDspDocument> m_dsp; ///< only on DSP-capable devices
+    SimDspLink *m_dspLink = nullptr;
     quint32 m_address = 0;
     quint16 m_localPort = 0; ///< set while a request is being handled
 

@@ -109,6 +109,7 @@ SimDeviceProfile SimDeviceProfile::fromJson(const QJsonObject &obj, const SimFau
     readInt(obj, "gpioNum", &d.gpioNum, error);
     readInt(obj, "blinkEveryS", &d.blinkEveryS, error);
     readBool(obj, "canWork", &d.canWork);
+    d.dsp = d.model.endsWith(QLatin1Char('D'));
     readBool(obj, "dsp", &d.dsp);
     d.amplifier = d.model == QLatin1String("RK7731");
     readBool(obj, "amplifier", &d.amplifier);
@@ -164,8 +165,8 @@ QJsonObject SimDeviceProfile::toJson(const SimFaults &scenarioFaults) const
     o.insert(QStringLiteral("password"), password);
     if (!canWork)
         o.insert(QStringLiteral("canWork"), false);
-    if (dsp)
-        o.insert(QStringLiteral("dsp"), true);
+    if (dsp != model.endsWith(QLatin1Char('D')))
+        o.insert(QStringLiteral("dsp"), dsp);
     if (amplifier != (model == QLatin1String("RK7731")))
         o.insert(QStringLiteral("amplifier"), amplifier);
     if (gpioNum)

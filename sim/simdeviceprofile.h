@@ -46,7 +46,7 @@ struct SimDeviceProfile
     QString clockId; ///< "00-1D-C1-FF-FE-00-00-02"; empty: derived from the index
     QString password = QStringLiteral("123456");
     bool canWork = true;
-    bool dsp = false;       ///< carries a signal processor (TCP link on 8999, DSP status on 12001)
+    bool dsp = false;       ///< signal processor (TCP link on 8999, status on 12001); a model ending in "D" has one
     bool amplifier = false; ///< answers the amplifier operations on 9992
     int gpioNum = 0;
     int blinkEveryS = 0;                   ///< presses its identify key this often ("devReqGuiBlink"); 0 never

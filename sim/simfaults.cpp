@@ -31,6 +31,14 @@ SimFaults SimFaults::fromJson(const QJsonObject &obj, const SimFaults &base, QSt
             f.oversizePercent = readInt(it.value(), &ok);
         else if (key == QLatin1String("goneAfterS"))
             f.goneAfterS = readInt(it.value(), &ok);
+        else if (key == QLatin1String("dspSplit"))
+            f.dspSplit = readInt(it.value(), &ok);
+        else if (key == QLatin1String("dspDelayMs"))
+            f.dspDelayMs = readInt(it.value(), &ok);
+        else if (key == QLatin1String("dspDropPercent"))
+            f.dspDropPercent = readInt(it.value(), &ok);
+        else if (key == QLatin1String("dspDropOnAccept"))
+            f.dspDropOnAccept = it.value().toBool();
         else if (key == QLatin1String("silent"))
             f.silent = it.value().toBool();
         else if (key == QLatin1String("hot")) {
@@ -46,9 +54,11 @@ SimFaults SimFaults::fromJson(const QJsonObject &obj, const SimFaults &base, QSt
         if (!ok && error && error->isEmpty())
             *error = QStringLiteral("fault \"%1\" is unknown or has a bad value").arg(key);
     }
-    for (int *p : {&f.lossPercent, &f.malformedPercent, &f.oversizePercent})
+    for (int *p : {&f.lossPercent, &f.malformedPercent, &f.oversizePercent, &f.dspDropPercent})
         *p = qBound(0, *p, 100);
     f.delayMs = qMax(0, f.delayMs);
+    f.dspDelayMs = qMax(0, f.dspDelayMs);
+    f.dspSplit = qBound(0, f.dspSplit, 1000);
     return f;
 }
 
@@ -75,6 +85,14 @@ QJsonObject SimFaults::toJson(const SimFaults &base) const
         o.insert(QStringLiteral("silent"), silent);
     if (goneAfterS != base.goneAfterS)
         o.insert(QStringLiteral("goneAfterS"), goneAfterS);
+    if (dspSplit != base.dspSplit)
+        o.insert(QStringLiteral("dspSplit"), dspSplit);
+    if (dspDelayMs != base.dspDelayMs)
+        o.insert(QStringLiteral("dspDelayMs"), dspDelayMs);
+    if (dspDropOnAccept != base.dspDropOnAccept)
+        o.insert(QStringLiteral("dspDropOnAccept"), dspDropOnAccept);
+    if (dspDropPercent != base.dspDropPercent)
+        o.insert(QStringLiteral("dspDropPercent"), dspDropPercent);
     return o;
 }
 
@@ -87,5 +105,6 @@ bool SimFaults::operator==(const SimFaults &o) const
 {
     return lossPercent == o.lossPercent && delayMs == o.delayMs && malformedPercent == o.malformedPercent &&
            oversizePercent == o.oversizePercent && refuse == o.refuse && hot == o.hot && silent == o.silent &&
-           goneAfterS == o.goneAfterS;
+           goneAfterS == o.goneAfterS && dspSplit == o.dspSplit && dspDelayMs == o.dspDelayMs &&
+           dspDropOnAccept == o.dspDropOnAccept && dspDropPercent == o.dspDropPercent;
 }

@@ -18,6 +18,11 @@ struct SimFaults
     QString hot;                   ///< "" normal, "warn" 80.5-85.0 °C, "error" 86 °C and above
     bool silent = false;           ///< answers nothing but keeps announcing
     int goneAfterS = -1;           ///< stops announcing and answering this many seconds after start
+    // The DSP link (TCP); "delayMs" and "silent" hold there too.
+    int dspSplit = 0;             ///< replies written in this many pieces (2 or more), the first inside the length
+    int dspDelayMs = 0;           ///< replies on the link held back this much more
+    bool dspDropOnAccept = false; ///< connections closed as soon as they are accepted
+    int dspDropPercent = 0;       ///< requests answered by closing the connection
 
     /// Reads the members present in \a obj over \a base; unknown members are
     /// reported through \a error.

@@ -41,10 +41,11 @@ QByteArray SimSap::sdp(const Flow &f)
     return (lines.join(QStringLiteral("\r\n")) + QStringLiteral("\r\n")).toUtf8();
 }
 
-QByteArray SimSap::packet(quint32 origin, quint16 messageHash, const QByteArray &sdp)
+QByteArray SimSap::packet(quint32 origin, quint16 messageHash, const QByteArray &sdp, bool deletion)
 {
     QByteArray p(8, '\0');
-    p[0] = char(0x20); // version 1, IPv4, announcement, not encrypted or compressed
+    // Version 1, IPv4, announcement or deletion, not encrypted or compressed.
+    p[0] = char(deletion ? 0x24 : 0x20);
     p[1] = 0;          // no authentication data
     qToBigEndian<quint16>(messageHash, p.data() + 2);
     qToBigEndian<quint32>(origin, p.data() + 4);

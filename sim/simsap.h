@@ -27,7 +27,8 @@ public:
     };
 
     static QByteArray sdp(const Flow &flow);
-    static QByteArray packet(quint32 origin, quint16 messageHash, const QByteArray &sdp);
+    /// deletion: the SAP deletion form, which tells listeners the flow is gone.
+    static QByteArray packet(quint32 origin, quint16 messageHash, const QByteArray &sdp, bool deletion = false);
     /// "1", "0.5", "0.333", "0.25", "0.125": milliseconds as SDP writes them.
     static QString ptimeText(int packetTimeDiv);
     static QString dotted(quint32 address);

@@ -1,6 +1,7 @@
 #include "app/language.h"
 #include "devices/devmanager.h"
 #include "mcast/flowplan.h"
+#include "mcast/flowview.h"
 #include "protocol/ipv4.h"
 #include "routing/routeplan.h"
 
@@ -107,6 +108,7 @@ private slots:
     void flowCreation();
     void flowAutomaticAddress();
     void flowDeletion();
+    void flowViewReadsTheCreatorsTable();
 };
 
 void TestRoutePlan::ownerLinesSendNothing()
@@ -373,6 +375,47 @@ void TestRoutePlan::flowDeletion()
     QCOMPARE(p.steps.first().text, QStringLiteral("删除组播流？"));
     QCOMPARE(p.command, (QJsonObject{{"ops", "clrMcastTx"}, {"devId", "TX"}, {"name", "Stage"}, {"dstIp", "239.1.2.3"}}));
     QVERIFY(FlowPlan::remove(dev, "239.9.9.9").refused());
+}
+
+void TestRoutePlan::flowViewReadsTheCreatorsTable()
+{
+    Device dev = device("TX", "192.168.1.10", {{"name", "Stage Box"}, {"chNumTx", "4"}});
+    dev.tables.names[DeviceTables::NameTx] = {"Kick", "", "Snare", "Hat"};
+    dev.tables.mcastTx = QVector<McastTxItem>(3);
+    dev.tables.mcastTx[1].name = "Drums";
+    dev.tables.mcastTx[1].dstIp = ip("239.69.1.2");
+    dev.tables.mcastTx[1].dstPort = 5006;
+    dev.tables.mcastTx[1].chNum = 3;
+    dev.tables.mcastTx[1].srcChIds = {2, 1, 0};
+
+    // Free slots are not flows; an unnamed channel shows its number.
+    const QVector<FlowView::TxRow> rows = FlowView::transmitFlows(dev);
+    QCOMPARE(rows.size(), 1);
+    QCOMPARE(rows[0].address, QStringLiteral("239.69.1.2"));
+    QCOMPARE(rows[0].addressPort, QStringLiteral("239.69.1.2:5006"));
+    QCOMPARE(rows[0].channels, (QStringList{"Snare", "2", "Kick"}));
+    QCOMPARE(FlowView::channelItems(dev), (QStringList{"Kick:0", "2:1", "Snare:2", "Hat:3"}));
+
+    FlowRecord announced = flow("192.168.1.10", "239.69.1.2", 5006);
+    announced.name = "Drums";
+    announced.chNum = 3;
+    FlowView::Details d = FlowView::details(announced, {device("RX", "192.168.1.11"), dev});
+    QCOMPARE(d.devId, QStringLiteral("TX"));
+    QCOMPARE(d.devName, QStringLiteral("Stage Box"));
+    QCOMPARE(d.devIp, QStringLiteral("192.168.1.10"));
+    QCOMPARE(d.addressPort, QStringLiteral("239.69.1.2:5006"));
+    QCOMPARE(d.channels, (QStringList{"Snare", "2", "Kick"}));
+    QCOMPARE(FlowView::txDetails(dev, ip("239.69.1.2")).channels, d.channels);
+    QVERIFY(FlowView::txDetails(dev, 0).name.isEmpty());
+
+    // A flow whose sender is not in the list still shows its channel count.
+    d = FlowView::details(announced, {});
+    QVERIFY(d.devId.isEmpty());
+    QCOMPARE(d.channels, (QStringList{"1", "2", "3"}));
+
+    Device silent = device("RX", "192.168.1.11", {{"chNumTx", "0"}});
+    QVERIFY(!FlowView::canTransmit(silent));
+    QVERIFY(FlowView::canTransmit(dev));
 }
 
 QTEST_GUILESS_MAIN(TestRoutePlan)

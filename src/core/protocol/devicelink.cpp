@@ -25,6 +25,9 @@ DeviceLink::DeviceLink(QObject *parent)
     : QObject(parent)
     , m_thread(&m_registry)
 {
+    // "delMcast" crosses threads as a uint32_t; tools and tests that build a
+    // link without the program's start-up need the name registered too.
+    qRegisterMetaType<uint32_t>("uint32_t");
     m_registry.setSink(&m_thread);
     m_registry.setNotifier([this](const QJsonObject &notice) { onNotification(notice); });
 

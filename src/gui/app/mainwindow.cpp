@@ -9,6 +9,9 @@
 #include "device/devicesettingsdialog.h"
 #include "factory/devicetestdialog.h"
 #include "placeholderpage.h"
+#include "mcast/flowview.h"
+#include "mcast/mcastwidget.h"
+#include "mcast/streamform.h"
 #include "routing/cellrouteform.h"
 #include "titlebar.h"
 #include "app/language.h"
@@ -194,6 +197,19 @@ void MainWindow::buildPages()
     connect(this, &MainWindow::signal_send_addMcast, routing, &CellRouteForm::slot_refresh);
     connect(this, &MainWindow::signal_send_delMcast, routing, &CellRouteForm::slot_refresh);
 
+    connect(routing, &CellRouteForm::signal_showFlow, this, &MainWindow::slot_showFlowDetails);
+
+    auto *flows = new StreamForm(m_link->registry(), this);
+    setPageWidget(Flows, flows);
+    connect(flows, &StreamForm::signal_sendUdp, this, &MainWindow::slot_sendUdp);
+    for (auto signal : {&MainWindow::signal_send_addDev, &MainWindow::signal_send_delDev,
+                        &MainWindow::signal_send_updateDev})
+        connect(this, signal, flows, &StreamForm::slot_refresh);
+    for (auto signal : {&MainWindow::signal_refresh_route, &MainWindow::signal_refreshUi})
+        connect(this, signal, flows, &StreamForm::slot_refresh);
+    connect(this, &MainWindow::signal_send_addMcast, flows, &StreamForm::slot_refresh);
+    connect(this, &MainWindow::signal_send_delMcast, flows, &StreamForm::slot_refresh);
+
     // The clock and monitoring pages: requests out, replies and registry changes in.
     auto wire = [this](auto *page) {
         using Page = std::remove_pointer_t<decltype(page)>;
@@ -234,6 +250,25 @@ void MainWindow::on_selectIp_confirm()
 void MainWindow::slot_sendUdp(const QString &json, const QString &tag)
 {
     m_link->slot_sendUdp(json, tag);
+}
+
+McastWidget *MainWindow::flowDetails() const
+{
+    return m_flowDetails;
+}
+
+void MainWindow::slot_showFlowDetails(const QString &flowName)
+{
+    const auto flow = m_link->registry().findFlowByName(flowName);
+    if (!flow)
+        return;
+    if (!m_flowDetails) {
+        m_flowDetails = new McastWidget(this);
+        m_flowDetails->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_flowDetails->setDetails(FlowView::details(*flow, m_link->registry().devices()));
+    m_flowDetails->show();
+    m_flowDetails->raise();
 }
 
 void MainWindow::updateStatus()

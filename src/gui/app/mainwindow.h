@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPointer>
 #include <QVector>
 #include <QWidget>
 #include <cstdint>
@@ -7,6 +8,7 @@
 class DeviceLink;
 class DeviceUiStore;
 class InterfaceChooser;
+class McastWidget;
 class QButtonGroup;
 class QLabel;
 class QPushButton;
@@ -75,6 +77,9 @@ public slots:
     void slot_showAbout();
     /// Opens the settings window of a device, or raises the one already open.
     void slot_openDeviceSettings(const QString &devId);
+    /// The details of an announced flow (a flow row of the routing grid).
+    void slot_showFlowDetails(const QString &flowName);
+    McastWidget *flowDetails() const;
     /// The production test tool.
     void slot_showDeviceTest();
     /// The interface choice was made: traffic moves to it.
@@ -103,6 +108,7 @@ private:
     QPushButton *m_about;
     QPushButton *m_tools;
     class DeviceTestDialog *m_deviceTest = nullptr;
+    QPointer<McastWidget> m_flowDetails;
     QStackedWidget *m_stack;
     QLabel *m_statusInterface;
     QLabel *m_statusDevices;

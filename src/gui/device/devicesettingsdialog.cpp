@@ -215,15 +215,7 @@ void DeviceSettingsDialog::ask(const QString &op)
 
 bool DeviceSettingsDialog::run(const CommandPlan &plan)
 {
-    for (const PlanStep &step : plan.steps) {
-        if (step.kind == PlanStep::Notice) {
-            NoticeBox::notice(this, step.text);
-            return false;
-        }
-        if (!NoticeBox::confirm(this, step.text))
-            return false;
-    }
-    if (plan.command.isEmpty())
+    if (!NoticeBox::passSteps(this, plan.steps) || plan.command.isEmpty())
         return false;
     const QString json = QString::fromUtf8(QJsonDocument(plan.command).toJson(QJsonDocument::Compact));
     if (plan.port)

@@ -535,18 +535,7 @@ void CellRouteForm::onCellPressed(int x, int y)
 
     const RoutePlan plan = planRouteClick(routeClickContext(m_grid, row, column, m_registry, m_uiStore));
     m_inClick = true;
-    bool passed = true;
-    for (const PlanStep &step : plan.steps) {
-        if (step.kind == PlanStep::Notice) {
-            NoticeBox::notice(this, step.text);
-            passed = false;
-            break;
-        }
-        if (!NoticeBox::confirm(this, step.text)) {
-            passed = false;
-            break;
-        }
-    }
+    const bool passed = NoticeBox::passSteps(this, plan.steps);
     m_inClick = false;
     if (passed) {
         if (!plan.command.isEmpty())

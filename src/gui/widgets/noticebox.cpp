@@ -79,3 +79,16 @@ bool NoticeBox::confirm(QWidget *parent, const QString &text)
     NoticeBox box(Confirm, text, parent);
     return box.exec() == QDialog::Accepted;
 }
+
+bool NoticeBox::passSteps(QWidget *parent, const QVector<PlanStep> &steps)
+{
+    for (const PlanStep &step : steps) {
+        if (step.kind == PlanStep::Notice) {
+            notice(parent, step.text);
+            return false;
+        }
+        if (!confirm(parent, step.text))
+            return false;
+    }
+    return true;
+}

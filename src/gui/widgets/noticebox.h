@@ -1,6 +1,7 @@
 #pragma once
 
 #include "framelessdialog.h"
+#include "app/commandplan.h"
 
 class QLabel;
 
@@ -17,6 +18,9 @@ public:
     static void notice(QWidget *parent, const QString &text);
     /// Shows a confirm; true only for "yes".
     static bool confirm(QWidget *parent, const QString &text);
+    /// Shows a plan's steps in order; true when every one passed (no notice,
+    /// every confirm answered "yes").
+    static bool passSteps(QWidget *parent, const QVector<PlanStep> &steps);
 
     QString text() const;
     Kind kind() const { return m_kind; }

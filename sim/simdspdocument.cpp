@@ -1,0 +1,755 @@
+#include "simdspdocument.h"
+
+#include "simrequest.h"
+
+#include <QHash>
+#include <QRegularExpression>
+#include <cmath>
+#include <limits>
+
+using SimRequest::readInt;
+using SimRequest::readReal;
+
+namespace {
+
+const QString badParam = QStringLiteral("bad param");
+const double silence = std::numeric_limits<double>::quiet_NaN();
+const int linkGroups = 64;     ///< block link groups are numbered 0 to 63
+const int groupCount = 8;      ///< channel groups of the default document
+const int maxChainLength = 32; ///< blocks a channel can hold
+
+enum BlockType { Eq, Delay, Compressor, Feedback, Crossover, Fir, Limiter, Gate, Expander, Generator, ChAec, Ducker };
+const int blockTypes = 12;
+
+QString text(qint64 v)
+{
+    return QString::number(v);
+}
+
+// Reals as the document writes them: up to six significant digits, shortest form.
+QString real(double v)
+{
+    if (v == 0)
+        v = 0; // no "-0"
+    return QString::number(v, 'g', 6);
+}
+
+QJsonArray repeat(const QJsonValue &v, int n)
+{
+    QJsonArray a;
+    for (int i = 0; i < n; ++i)
+        a.append(v);
+    return a;
+}
+
+QJsonObject defaultObj(int type, bool lowPass = false)
+{
+    switch (type) {
+    case Eq: {
+        QJsonArray bands;
+        for (const char *f : {"40", "101", "254", "640", "1600", "4000", "10200"})
+            bands.append(QJsonObject{{QStringLiteral("dbGain"), QStringLiteral("0")},
+                                     {QStringLiteral("freq0"), QLatin1String(f)},
+                                     {QStringLiteral("qBwS"), QStringLiteral("1")},
+                                     {QStringLiteral("type"), QStringLiteral("0")}});
+        return {{QStringLiteral("bypassArr"), repeat(QStringLiteral("0"), 7)}, {QStringLiteral("eqArr"), bands}};
+    }
+    case Delay:
+        return {{QStringLiteral("delayNum"), QStringLiteral("0")}, {QStringLiteral("maxNum"), QStringLiteral("24000")}};
+    case Compressor:
+    case Expander:
+        return {{QStringLiteral("attackMs"), QStringLiteral("50")},
+                {QStringLiteral("kneeDb"), QStringLiteral("0")},
+                {QStringLiteral("ratio"), QStringLiteral("2")},
+                {QStringLiteral("releaseMs"), QStringLiteral("100")},
+                {QStringLiteral("trigDb"), QStringLiteral("-20")}};
+    case Feedback: return {{QStringLiteral("freqShift"), QStringLiteral("1")}};
+    case Crossover:
+        return {{QStringLiteral("freq0"), lowPass ? QStringLiteral("20000") : QStringLiteral("20")},
+                {QStringLiteral("isHpf"), lowPass ? QStringLiteral("0") : QStringLiteral("1")},
+                {QStringLiteral("order"), QStringLiteral("1")},
+                {QStringLiteral("type"), QStringLiteral("0")}};
+    case Fir:
+        return {{QStringLiteral("arr"), QJsonArray()},
+                {QStringLiteral("attDb"), QStringLiteral("21")},
+                {QStringLiteral("firType"), QStringLiteral("0")},
+                {QStringLiteral("freq0"), QStringLiteral("10000")},
+                {QStringLiteral("freq1"), QStringLiteral("20001")},
+                {QStringLiteral("maxTaps"), QStringLiteral("256")},
+                {QStringLiteral("taps"), QStringLiteral("127")},
+                {QStringLiteral("winType"), QStringLiteral("0")}};
+    case Limiter: return {{QStringLiteral("limitDb"), QStringLiteral("-20")}};
+    case Gate:
+        return {{QStringLiteral("closeMs"), QStringLiteral("10")},
+                {QStringLiteral("openMs"), QStringLiteral("10")},
+                {QStringLiteral("trigDb"), QStringLiteral("-90")}};
+    case Generator:
+        return {{QStringLiteral("freq"), QStringLiteral("1000")},
+                {QStringLiteral("gainDb"), QStringLiteral("-20")},
+                {QStringLiteral("mode"), QStringLiteral("0")}};
+    case ChAec:
+        return {{QStringLiteral("aecLevel"), QStringLiteral("2")},   {QStringLiteral("ansLevel"), QStringLiteral("2")},
+                {QStringLiteral("banMask"), QStringLiteral("0")},    {QStringLiteral("farCh"), QStringLiteral("0")},
+                {QStringLiteral("farFromOut"), QStringLiteral("0")}, {QStringLiteral("hasAec"), QStringLiteral("1")},
+                {QStringLiteral("hasAgc"), QStringLiteral("0")},     {QStringLiteral("hasAns"), QStringLiteral("1")}};
+    case Ducker:
+        return {
+            {QStringLiteral("attackMs"), QStringLiteral("50")},   {QStringLiteral("duckDb"), QStringLiteral("-15")},
+            {QStringLiteral("holdMs"), QStringLiteral("500")},    {QStringLiteral("refCh"), QStringLiteral("0")},
+            {QStringLiteral("releaseMs"), QStringLiteral("500")}, {QStringLiteral("trigDb"), QStringLiteral("-40")}};
+    default: return {};
+    }
+}
+
+QJsonObject defaultBlock(int type, bool lowPass = false)
+{
+    return {{QStringLiteral("bypass"), QStringLiteral("1")},
+            {QStringLiteral("core"), QStringLiteral("-1")},
+            {QStringLiteral("groupId"), QStringLiteral("-1")},
+            {QStringLiteral("obj"), defaultObj(type, lowPass)},
+            {QStringLiteral("type"), text(type)}};
+}
+
+QJsonObject channelMembers()
+{
+    return {{QStringLiteral("commArr"), QJsonArray()},
+            {QStringLiteral("gainDb"), QStringLiteral("0")},
+            {QStringLiteral("groupId"), QStringLiteral("-1")},
+            {QStringLiteral("inverse"), QStringLiteral("0")},
+            {QStringLiteral("mute"), QStringLiteral("0")}};
+}
+
+// What a firmware would accept for a member, by the member's name (an
+// array's elements go by the array's name). Unlisted members are free text.
+struct Rule
+{
+    enum Kind { Text, Flag, Int, Real } kind = Text;
+    double lo = 0;
+    double hi = 0;
+};
+
+const QHash<QString, Rule> &rules()
+{
+    static const QHash<QString, Rule> r = [] {
+        QHash<QString, Rule> h;
+        for (const char *n : {"bypass", "mute", "inverse", "isHpf", "hasAec", "hasAgc", "hasAns", "farFromOut",
+                              "leaveLastOn", "nomAttenuate", "bypassArr", "muteArr", "maskArr"})
+            h.insert(QLatin1String(n), {Rule::Flag, 0, 1});
+        auto whole = [&h](const char *n, double lo, double hi) { h.insert(QLatin1String(n), {Rule::Int, lo, hi}); };
+        auto real = [&h](const char *n, double lo, double hi) { h.insert(QLatin1String(n), {Rule::Real, lo, hi}); };
+        whole("core", -1, 15);
+        whole("groupId", -1, linkGroups - 1);
+        whole("type", 0, 15);
+        whole("order", 1, 8);
+        whole("delayNum", 0, 1e9);
+        whole("maxNum", 0, 1e9);
+        whole("taps", 1, 65536);
+        whole("maxTaps", 1, 65536);
+        whole("firType", 0, 3);
+        whole("winType", 0, 4);
+        whole("mode", 0, 15);
+        whole("aecLevel", 0, 10);
+        whole("ansLevel", 0, 10);
+        whole("banMask", 0, 2147483647.0);
+        whole("farCh", 0, 1023);
+        whole("refCh", 0, 1023);
+        whole("chNumLimit", 1, 1024);
+        for (const char *n : {"freq", "freq0", "freq1"})
+            real(n, 1, 24000);
+        for (const char *n : {"dbGain", "gainDb", "gainArr"})
+            real(n, -144, 24);
+        for (const char *n : {"trigDb", "limitDb", "duckDb", "decayDb"})
+            real(n, -144, 0);
+        for (const char *n : {"attackMs", "releaseMs", "holdMs", "openMs", "closeMs", "duckAttackMs", "duckReleaseMs"})
+            real(n, 0, 60000);
+        real("kneeDb", 0, 48);
+        real("attDb", 0, 200);
+        real("ratio", 1, 1000);
+        real("qBwS", 0.001, 100);
+        real("slope", 0, 100);
+        real("freqShift", 0, 100);
+        real("arr", -1000, 1000);
+        return h;
+    }();
+    return r;
+}
+
+bool canonical(const QString &name, const QString &in, QString *out)
+{
+    const Rule rule = rules().value(name);
+    if (rule.kind == Rule::Text) {
+        *out = in;
+        return true;
+    }
+    bool ok = false;
+    const double d = in.trimmed().toDouble(&ok);
+    if (!ok || !std::isfinite(d) || d < rule.lo || d > rule.hi)
+        return false;
+    if (rule.kind == Rule::Real) {
+        *out = real(d);
+        return true;
+    }
+    if (d != std::floor(d))
+        return false;
+    *out = text(qint64(d));
+    return true;
+}
+
+// Fits \a v to the shape of \a templ (a value of the default document) and
+// brings every scalar to its canonical form. Arrays keep the template's
+// length unless the template is empty (free lists of text); objects hold the
+// template's members, all of them unless \a partial.
+bool conform(const QString &name, const QJsonValue &templ, const QJsonValue &v, QJsonValue *out, bool partial)
+{
+    if (templ.isString()) {
+        QString c;
+        if (!v.isString() || !canonical(name, v.toString(), &c))
+            return false;
+        *out = c;
+        return true;
+    }
+    if (templ.isArray()) {
+        const QJsonArray t = templ.toArray();
+        const QJsonArray a = v.toArray();
+        if (!v.isArray() || (!t.isEmpty() && a.size() != t.size()))
+            return false;
+        QJsonArray result;
+        for (int i = 0; i < a.size(); ++i) {
+            QJsonValue e;
+            if (!conform(name, t.isEmpty() ? QJsonValue(QString()) : t.at(i), a.at(i), &e, false))
+                return false;
+            result.append(e);
+        }
+        *out = result;
+        return true;
+    }
+    if (templ.isObject()) {
+        const QJsonObject t = templ.toObject();
+        const QJsonObject o = v.toObject();
+        if (!v.isObject() || (!partial && o.size() != t.size()))
+            return false;
+        QJsonObject result;
+        for (auto it = o.begin(); it != o.end(); ++it) {
+            QJsonValue e;
+            if (!t.contains(it.key()) || !conform(it.key(), t.value(it.key()), it.value(), &e, false))
+                return false;
+            result.insert(it.key(), e);
+        }
+        *out = result;
+        return true;
+    }
+    return false;
+}
+
+QJsonObject merged(QJsonObject base, const QJsonObject &changes)
+{
+    for (auto it = changes.begin(); it != changes.end(); ++it)
+        base.insert(it.key(), it.value());
+    return base;
+}
+
+double num(const QJsonObject &o, const char *key)
+{
+    return o.value(QLatin1String(key)).toString().toDouble();
+}
+
+bool on(const QJsonObject &o, const char *key)
+{
+    return o.value(QLatin1String(key)).toString() == QLatin1String("1");
+}
+
+double powerSum(double a, double b)
+{
+    if (std::isnan(a))
+        return b;
+    if (std::isnan(b))
+        return a;
+    return 10.0 * std::log10(std::pow(10.0, a / 10.0) + std::pow(10.0, b / 10.0));
+}
+
+QString flagText(int v)
+{
+    return v ? QStringLiteral("1") : QStringLiteral("0");
+}
+
+} // namespace
+
+SimDspDocument::Layout SimDspDocument::layoutFor(const QString &model, int phyChNumRx, int phyChNumTx)
+{
+    Layout l;
+    static const QRegularExpression code(QStringLiteral("^RK(\\d\\d)(\\d\\d)D$"));
+    const QRegularExpressionMatch m = code.match(model);
+    l.inputs = m.hasMatch() ? m.captured(1).toInt() : 0;
+    l.outputs = m.hasMatch() ? m.captured(2).toInt() : 0;
+    if (l.inputs <= 0 || l.outputs <= 0) {
+        l.inputs = qBound(1, phyChNumRx, 64);
+        l.outputs = qBound(1, phyChNumTx, 64);
+    }
+    l.aec = l.automixer = l.inputs >= 16;
+    return l;
+}
+
+SimDspDocument::SimDspDocument(const Layout &layout, InputLevel input)
+    : m_layout(layout)
+    , m_input(std::move(input))
+{
+    Node in;
+    for (int c = 0; c < layout.inputs; ++c) {
+        Port p{channelMembers(), {}};
+        for (int t : {Generator, Gate, Feedback, Delay, Eq, Crossover})
+            p.procs << defaultBlock(t);
+        p.procs << defaultBlock(Crossover, true) << defaultBlock(Expander);
+        in.ports << p;
+    }
+    m_nodes << in;
+    if (layout.aec) {
+        Node aec;
+        aec.type = 2;
+        for (int c = 0; c < layout.inputs; ++c) {
+            QJsonObject m = channelMembers();
+            m.insert(QStringLiteral("aecLevel"), QStringLiteral("2"));
+            m.insert(QStringLiteral("ansLevel"), QStringLiteral("2"));
+            m.insert(QStringLiteral("farArr"), QJsonArray());
+            m.insert(QStringLiteral("hasAec"), QStringLiteral("1"));
+            m.insert(QStringLiteral("hasAgc"), QStringLiteral("0"));
+            m.insert(QStringLiteral("hasAns"), QStringLiteral("1"));
+            m.insert(QStringLiteral("nearArr"), QJsonArray{text(c)});
+            aec.ports << Port{m, {}};
+        }
+        m_nodes << aec;
+    }
+    if (layout.automixer) {
+        Node mix;
+        mix.type = 3;
+        for (int c = 0; c < layout.inputs; ++c)
+            mix.ports << Port{channelMembers(), {}};
+        mix.obj = QJsonObject{{QStringLiteral("attackMs"), QStringLiteral("10")},
+                              {QStringLiteral("chNumLimit"), text(layout.inputs)},
+                              {QStringLiteral("decayDb"), QStringLiteral("-6")},
+                              {QStringLiteral("duckAttackMs"), QStringLiteral("50")},
+                              {QStringLiteral("duckDb"), QStringLiteral("-15")},
+                              {QStringLiteral("duckReleaseMs"), QStringLiteral("500")},
+                              {QStringLiteral("holdMs"), QStringLiteral("500")},
+                              {QStringLiteral("leaveLastOn"), QStringLiteral("1")},
+                              {QStringLiteral("maskArr"), repeat(QStringLiteral("1"), layout.inputs)},
+                              {QStringLiteral("mode"), QStringLiteral("0")},
+                              {QStringLiteral("nomAttenuate"), QStringLiteral("1")},
+                              {QStringLiteral("releaseMs"), QStringLiteral("300")},
+                              {QStringLiteral("slope"), QStringLiteral("2")},
+                              {QStringLiteral("trigDb"), QStringLiteral("-40")}};
+        m_nodes << mix;
+    }
+    Node matrix;
+    matrix.type = 1;
+    QJsonArray gains, mutes;
+    for (int o = 0; o < layout.outputs; ++o) {
+        QJsonArray g, m;
+        for (int i = 0; i < layout.inputs; ++i) {
+            g.append(i == o ? QStringLiteral("0") : QStringLiteral("-100"));
+            m.append(i == o ? QStringLiteral("0") : QStringLiteral("1"));
+        }
+        gains.append(g);
+        mutes.append(m);
+    }
+    matrix.obj = QJsonObject{{QStringLiteral("gainArr"), gains}, {QStringLiteral("muteArr"), mutes}};
+    m_nodes << matrix;
+    Node out;
+    for (int c = 0; c < layout.outputs; ++c) {
+        Port p{channelMembers(), {}};
+        for (int t : {Delay, Eq, Crossover})
+            p.procs << defaultBlock(t);
+        p.procs << defaultBlock(Crossover, true) << defaultBlock(Compressor) << defaultBlock(Limiter)
+                << defaultBlock(Fir);
+        out.ports << p;
+    }
+    m_nodes << out;
+    for (int g = 0; g < groupCount; ++g)
+        m_groups.append(QJsonObject{{QStringLiteral("gainDb"), QStringLiteral("0")},
+                                    {QStringLiteral("mute"), QStringLiteral("0")},
+                                    {QStringLiteral("name"), QStringLiteral("Group %1").arg(g + 1)}});
+}
+
+QJsonObject SimDspDocument::config(int sampleRate) const
+{
+    QJsonArray nodes;
+    for (int n = 0; n < m_nodes.size(); ++n) {
+        const Node &node = m_nodes[n];
+        QJsonArray ports;
+        for (const Port &p : node.ports) {
+            QJsonObject o = p.members;
+            if (hasChains(n)) {
+                QJsonArray procs;
+                for (const QJsonObject &b : p.procs)
+                    procs.append(b);
+                o.insert(QStringLiteral("procArr"), procs);
+            }
+            ports.append(o);
+        }
+        nodes.append(QJsonObject{{QStringLiteral("obj"), node.obj},
+                                 {QStringLiteral("portArr"), ports},
+                                 {QStringLiteral("portNum"), text(node.ports.size())},
+                                 {QStringLiteral("type"), text(node.type)}});
+    }
+    return QJsonObject{{QStringLiteral("customStr"), m_customStr},
+                       {QStringLiteral("groupArr"), m_groups},
+                       {QStringLiteral("nodeArr"), nodes},
+                       {QStringLiteral("sampleRate"), text(sampleRate)},
+                       {QStringLiteral("version"), QStringLiteral("4")}};
+}
+
+// ---------------------------------------------------------------- validation
+
+bool SimDspDocument::locate(const QJsonObject &req, bool wantPort, bool wantBlock, Address *a) const
+{
+    bool ok = false;
+    a->node = readInt(req, "nodeId", &ok);
+    if (!ok || a->node < 0 || a->node >= m_nodes.size())
+        return false;
+    if (!wantPort)
+        return true;
+    const Node &n = m_nodes[a->node];
+    a->port = readInt(req, "portIndex", &ok);
+    if (!ok || a->port < 0 || a->port >= n.ports.size())
+        return false;
+    if (!wantBlock)
+        return true;
+    a->proc = readInt(req, "procIndex", &ok);
+    return ok && a->proc >= 0 && a->proc < n.ports[a->port].procs.size();
+}
+
+// What no single member's range can say: limits the device fixes, and members
+// that depend on each other or on the layout.
+bool SimDspDocument::crossCheck(int blockType, const QJsonObject &obj) const
+{
+    const QJsonObject fixed = defaultObj(blockType);
+    switch (blockType) {
+    case Delay:
+        return obj.value(QLatin1String("maxNum")) == fixed.value(QLatin1String("maxNum")) &&
+               num(obj, "delayNum") <= num(obj, "maxNum");
+    case Fir:
+        return obj.value(QLatin1String("maxTaps")) == fixed.value(QLatin1String("maxTaps")) &&
+               num(obj, "taps") <= num(obj, "maxTaps") &&
+               obj.value(QLatin1String("arr")).toArray().size() <= num(obj, "maxTaps") &&
+               num(obj, "freq0") < num(obj, "freq1");
+    case ChAec: return num(obj, "farCh") < (on(obj, "farFromOut") ? m_layout.outputs : m_layout.inputs);
+    case Ducker: return num(obj, "refCh") < m_layout.inputs;
+    default: return true;
+    }
+}
+
+bool SimDspDocument::validBlock(const QJsonValue &v, QJsonObject *out) const
+{
+    bool ok = false;
+    const int type = readInt(v.toObject().value(QLatin1String("type")), &ok);
+    if (!v.isObject() || !v.toObject().value(QLatin1String("type")).isString() || !ok || type < 0 || type >= blockTypes)
+        return false;
+    QJsonValue fitted;
+    if (!conform(QString(), defaultBlock(type), v, &fitted, false))
+        return false;
+    *out = fitted.toObject();
+    return crossCheck(type, out->value(QLatin1String("obj")).toObject());
+}
+
+// ---------------------------------------------------------------- changes
+
+QString SimDspDocument::apply(const QString &ops, const QJsonObject &req, QJsonObject &reply)
+{
+    if (ops == QLatin1String("setConfig"))
+        return setConfig(req);
+    if (ops == QLatin1String("setBorderProc"))
+        return setBlock(req);
+    if (ops == QLatin1String("setBorderProcBypass"))
+        return setBypass(req, reply);
+    if (ops == QLatin1String("setBorderProcGroupIdBatch"))
+        return setBlockGroups(req);
+    if (ops == QLatin1String("setNodeData"))
+        return setNodeData(req);
+    if (ops == QLatin1String("setGain") || ops == QLatin1String("setMute") || ops == QLatin1String("setInverse") ||
+        ops == QLatin1String("setGroupId"))
+        return setChannel(ops, req, reply);
+    return QStringLiteral("unknown ops");
+}
+
+QString SimDspDocument::setConfig(const QJsonObject &req)
+{
+    bool ok = false;
+    if (readInt(req, "index", &ok) != 0 || !ok)
+        return badParam;
+    // Everything is checked before anything changes.
+    QVector<QVector<QJsonObject>> chains[2];
+    const int counts[2] = {m_layout.inputs, m_layout.outputs};
+    const char *keys[2] = {"inArr", "outArr"};
+    for (int side = 0; side < 2; ++side) {
+        const QJsonValue arr = req.value(QLatin1String(keys[side]));
+        if (!arr.isArray() || arr.toArray().size() != counts[side])
+            return badParam;
+        for (const QJsonValue &ch : arr.toArray()) {
+            const QJsonValue procs = ch.toObject().value(QLatin1String("procArr"));
+            if (!procs.isArray() || procs.toArray().size() > maxChainLength)
+                return badParam;
+            QVector<QJsonObject> chain;
+            for (const QJsonValue &b : procs.toArray()) {
+                QJsonObject block;
+                if (!validBlock(b, &block))
+                    return badParam;
+                chain << block;
+            }
+            chains[side] << chain;
+        }
+    }
+    for (int c = 0; c < m_layout.inputs; ++c)
+        m_nodes.first().ports[c].procs = chains[0][c];
+    for (int c = 0; c < m_layout.outputs; ++c)
+        m_nodes.last().ports[c].procs = chains[1][c];
+    return QString();
+}
+
+QString SimDspDocument::setBlock(const QJsonObject &req)
+{
+    Address a;
+    if (!locate(req, true, true, &a) || !req.value(QLatin1String("obj")).isObject())
+        return badParam;
+    QJsonObject &block = m_nodes[a.node].ports[a.port].procs[a.proc];
+    const int type = block.value(QLatin1String("type")).toString().toInt();
+    QJsonValue changes;
+    if (!conform(QString(), defaultObj(type), req.value(QLatin1String("obj")), &changes, true))
+        return badParam;
+    const QJsonObject obj = merged(block.value(QLatin1String("obj")).toObject(), changes.toObject());
+    if (!crossCheck(type, obj))
+        return badParam;
+    block.insert(QStringLiteral("obj"), obj);
+    return QString();
+}
+
+QString SimDspDocument::setBypass(const QJsonObject &req, QJsonObject &reply)
+{
+    Address a;
+    bool ok = false;
+    const int val = readInt(req, "val", &ok);
+    if (!locate(req, true, true, &a) || !ok || (val != 0 && val != 1))
+        return badParam;
+    m_nodes[a.node].ports[a.port].procs[a.proc].insert(QStringLiteral("bypass"), flagText(val));
+    reply.insert(QStringLiteral("val"), flagText(val));
+    return QString();
+}
+
+QString SimDspDocument::setBlockGroups(const QJsonObject &req)
+{
+    Address a;
+    bool okProc = false, okGroup = false;
+    const int proc = readInt(req, "procIndex", &okProc);
+    const int group = readInt(req, "groupId", &okGroup);
+    const QJsonArray ports = req.value(QLatin1String("portArr")).toArray();
+    if (!locate(req, false, false, &a) || !hasChains(a.node) || !okProc || !okGroup || group < -1 ||
+        group >= linkGroups || ports.isEmpty())
+        return badParam;
+    Node &node = m_nodes[a.node];
+    QVector<int> channels;
+    QString type;
+    for (const QJsonValue &v : ports) {
+        bool ok = false;
+        const int ch = readInt(v, &ok);
+        if (!ok || ch < 0 || ch >= node.ports.size() || proc < 0 || proc >= node.ports[ch].procs.size())
+            return badParam;
+        // Only blocks of one kind can move together.
+        const QString t = node.ports[ch].procs[proc].value(QLatin1String("type")).toString();
+        if (!type.isEmpty() && t != type)
+            return badParam;
+        type = t;
+        channels << ch;
+    }
+    for (int ch : channels)
+        node.ports[ch].procs[proc].insert(QStringLiteral("groupId"), text(group));
+    return QString();
+}
+
+QString SimDspDocument::setNodeData(const QJsonObject &req)
+{
+    Address a;
+    if (!locate(req, false, false, &a) || !req.value(QLatin1String("obj")).isObject())
+        return badParam;
+    // The node's own object is the shape a change must keep: the matrix's
+    // dimensions, one mask flag per automixer channel.
+    QJsonValue changes;
+    if (!conform(QString(), m_nodes[a.node].obj, req.value(QLatin1String("obj")), &changes, true))
+        return badParam;
+    const QJsonObject obj = merged(m_nodes[a.node].obj, changes.toObject());
+    if (obj.contains(QLatin1String("chNumLimit")) && num(obj, "chNumLimit") > m_nodes[a.node].ports.size())
+        return badParam;
+    m_nodes[a.node].obj = obj;
+    return QString();
+}
+
+QString SimDspDocument::setChannel(const QString &ops, const QJsonObject &req, QJsonObject &reply)
+{
+    Address a;
+    if (!locate(req, true, false, &a))
+        return badParam;
+    bool ok = false;
+    QString key, value;
+    if (ops == QLatin1String("setGain")) {
+        const double v = readReal(req, "val", &ok);
+        const Rule r = rules().value(QStringLiteral("gainDb"));
+        if (!ok || v < r.lo || v > r.hi)
+            return badParam;
+        key = QStringLiteral("gainDb");
+        value = real(v);
+    } else if (ops == QLatin1String("setGroupId")) {
+        const int v = readInt(req, "val", &ok);
+        if (!ok || v < -1 || v >= m_groups.size())
+            return badParam;
+        key = QStringLiteral("groupId");
+        value = text(v);
+    } else {
+        const int v = readInt(req, "val", &ok);
+        if (!ok || (v != 0 && v != 1))
+            return badParam;
+        key = ops == QLatin1String("setMute") ? QStringLiteral("mute") : QStringLiteral("inverse");
+        value = flagText(v);
+    }
+    m_nodes[a.node].ports[a.port].members.insert(key, value);
+    reply.insert(QStringLiteral("val"), value);
+    return QString();
+}
+
+// ---------------------------------------------------------------- live figures
+
+double SimDspDocument::chainLevel(const Port &port, double level, int upTo) const
+{
+    for (int i = 0; i < upTo && i < port.procs.size(); ++i) {
+        const QJsonObject &b = port.procs[i];
+        if (on(b, "bypass"))
+            continue;
+        const QJsonObject o = b.value(QLatin1String("obj")).toObject();
+        switch (b.value(QLatin1String("type")).toString().toInt()) {
+        case Generator: level = powerSum(level, num(o, "gainDb")); break;
+        case Gate:
+            if (std::isnan(level) || level < num(o, "trigDb"))
+                level = silence;
+            break;
+        case Compressor:
+            if (level > num(o, "trigDb"))
+                level -= (level - num(o, "trigDb")) * (1.0 - 1.0 / qMax(1.0, num(o, "ratio")));
+            break;
+        case Expander:
+            if (level < num(o, "trigDb"))
+                level -= qMin(80.0, (num(o, "trigDb") - level) * (qMax(1.0, num(o, "ratio")) - 1.0));
+            break;
+        case Limiter: level = qMin(level, num(o, "limitDb")); break;
+        default: break;
+        }
+    }
+    return level;
+}
+
+namespace {
+
+double afterChannel(const QJsonObject &members, double level)
+{
+    if (std::isnan(level) || on(members, "mute"))
+        return silence;
+    return qMin(0.0, level + num(members, "gainDb"));
+}
+
+} // namespace
+
+double SimDspDocument::matrixOut(int output) const
+{
+    const QJsonObject m = m_nodes[matrixNode()].obj;
+    const QJsonArray gains = m.value(QLatin1String("gainArr")).toArray().at(output).toArray();
+    const QJsonArray mutes = m.value(QLatin1String("muteArr")).toArray().at(output).toArray();
+    double sum = silence;
+    for (int i = 0; i < m_layout.inputs; ++i) {
+        if (mutes.at(i).toString() != QLatin1String("0"))
+            continue;
+        const Port &in = m_nodes.first().ports[i];
+        double level = afterChannel(in.members, chainLevel(in, m_input(i), in.procs.size()));
+        for (int n = 1; n < matrixNode(); ++n)
+            level = afterChannel(m_nodes[n].ports[i].members, level);
+        sum = powerSum(sum, level + gains.at(i).toString().toDouble());
+    }
+    return sum;
+}
+
+QVector<double> SimDspDocument::levels(bool outputs) const
+{
+    QVector<double> v;
+    const Node &node = outputs ? m_nodes.last() : m_nodes.first();
+    for (int c = 0; c < node.ports.size(); ++c) {
+        const Port &p = node.ports[c];
+        v << afterChannel(p.members, chainLevel(p, outputs ? matrixOut(c) : m_input(c), p.procs.size()));
+    }
+    return v;
+}
+
+QString SimDspDocument::blockStatus(const QJsonObject &req, QJsonObject &reply) const
+{
+    Address a;
+    if (!locate(req, true, true, &a))
+        return badParam;
+    const Port &p = m_nodes[a.node].ports[a.port];
+    const QJsonObject &b = p.procs[a.proc];
+    const QJsonObject o = b.value(QLatin1String("obj")).toObject();
+    const double level = chainLevel(p, a.node == 0 ? m_input(a.port) : matrixOut(a.port), a.proc);
+    const bool active = !on(b, "bypass");
+    const int type = b.value(QLatin1String("type")).toString().toInt();
+    double reductionDb = 0;
+    switch (type) {
+    case Gate: {
+        const bool open = !active || (!std::isnan(level) && level >= num(o, "trigDb"));
+        reply.insert(QStringLiteral("obj"), QJsonObject{{QStringLiteral("isOpen"), flagText(open)}});
+        return QString();
+    }
+    case Compressor:
+        if (level > num(o, "trigDb"))
+            reductionDb = (level - num(o, "trigDb")) * (1.0 - 1.0 / qMax(1.0, num(o, "ratio")));
+        break;
+    case Limiter:
+        if (level > num(o, "limitDb"))
+            reductionDb = level - num(o, "limitDb");
+        break;
+    case Expander:
+        // Silence sits at the bottom of the expander's range.
+        reductionDb = std::isnan(level)
+                          ? 80.0
+                          : qBound(0.0, (num(o, "trigDb") - level) * (qMax(1.0, num(o, "ratio")) - 1.0), 80.0);
+        break;
+    default: return badParam; // a block without live state
+    }
+    if (!active)
+        reductionDb = 0;
+    reply.insert(QStringLiteral("obj"),
+                 QJsonObject{{QStringLiteral("gain"), real(std::pow(10.0, -reductionDb / 20.0))}});
+    return QString();
+}
+
+int SimDspDocument::load(int sampleRate, qint64 nowMs) const
+{
+    // Invented costs per block kind, in percent of the processor at 48 kHz.
+    static const double cost[blockTypes] = {1.0, 0.2, 0.8, 1.5, 0.3, 1.5, 0.5, 0.3, 0.7, 0.3, 2.5, 0.5};
+    double work = m_layout.inputs * m_layout.outputs * 0.02;
+    for (const Node &node : m_nodes) {
+        for (const Port &p : node.ports) {
+            for (const QJsonObject &b : p.procs) {
+                const int type = b.value(QLatin1String("type")).toString().toInt();
+                if (on(b, "bypass") || type < 0 || type >= blockTypes)
+                    continue;
+                const QJsonObject o = b.value(QLatin1String("obj")).toObject();
+                work += cost[type];
+                if (type == Delay)
+                    work += 0.5 * num(o, "delayNum") / qMax(1.0, num(o, "maxNum"));
+                else if (type == Fir)
+                    work += cost[Fir] * (num(o, "taps") / 127.0 - 1.0);
+            }
+            if (node.type == 2)
+                work += (on(p.members, "hasAec") ? 1.0 : 0.0) + (on(p.members, "hasAns") ? 0.3 : 0.0) +
+                        (on(p.members, "hasAgc") ? 0.2 : 0.0);
+        }
+        if (node.type == 3)
+            for (const QJsonValue &m : node.obj.value(QLatin1String("maskArr")).toArray())
+                work += m.toString() == QLatin1String("1") ? 0.3 : 0.0;
+    }
+    const double rate = qMax(1.0, sampleRate / 48000.0);
+    const double wobble = std::sin(nowMs / 7000.0);
+    return qBound(10, int(std::lround(8.0 + work * rate + wobble)), 95);
+}

@@ -1,0 +1,88 @@
+#pragma once
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QString>
+#include <QVector>
+#include <functional>
+
+/// The signal processing of one DSP-capable virtual device: the configuration
+/// document of docs/dsp.md, the changes the DSP link makes to it, and the live
+/// figures that follow from it (levels, the state of dynamics blocks, the
+/// processor load). Knows nothing of sockets or locks.
+class SimDspDocument
+{
+public:
+    struct Layout
+    {
+        int inputs = 0;
+        int outputs = 0;
+        bool aec = false;       ///< an echo-cancellation node after the inputs
+        bool automixer = false; ///< an automixer node after the inputs (and the AEC)
+    };
+    /// "RKiiooD" carries ii inputs and oo outputs; a model code that does not
+    /// read so takes the physical channel counts. Sixteen inputs or more bring
+    /// the AEC and automixer nodes.
+    static Layout layoutFor(const QString &model, int phyChNumRx, int phyChNumTx);
+
+    /// The signal arriving at a DSP input, dBFS; NaN for silence.
+    using InputLevel = std::function<double(int channel)>;
+
+    SimDspDocument(const Layout &layout, InputLevel input);
+
+    const Layout &layout() const { return m_layout; }
+
+    /// The document "getConfig" answers.
+    QJsonObject config(int sampleRate) const;
+
+    /// One change of the DSP link ("setConfig", "setBorderProc", "setGain", ...):
+    /// "" with the reply members added, or the reason, the document unchanged.
+    QString apply(const QString &ops, const QJsonObject &request, QJsonObject &reply);
+    /// "getBorderProcStatus": the live state of a dynamics block or the gate.
+    QString blockStatus(const QJsonObject &request, QJsonObject &reply) const;
+    /// Each input's (or output's) level after its chain and gain, dBFS; NaN for silence.
+    QVector<double> levels(bool outputs) const;
+    /// Processor load in percent, 10 to 95.
+    int load(int sampleRate, qint64 nowMs) const;
+
+private:
+    struct Port
+    {
+        QJsonObject members; ///< everything but the chain
+        QVector<QJsonObject> procs;
+    };
+    struct Node
+    {
+        int type = 0;
+        QJsonObject obj;
+        QVector<Port> ports;
+    };
+    struct Address
+    {
+        int node = -1;
+        int port = -1;
+        int proc = -1;
+    };
+
+    bool locate(const QJsonObject &req, bool wantPort, bool wantBlock, Address *a) const;
+    bool hasChains(int node) const { return node == 0 || node == m_nodes.size() - 1; }
+    int matrixNode() const { return m_nodes.size() - 2; }
+    bool crossCheck(int blockType, const QJsonObject &obj) const;
+    bool validBlock(const QJsonValue &v, QJsonObject *out) const;
+
+    QString setConfig(const QJsonObject &req);
+    QString setBlock(const QJsonObject &req);
+    QString setBypass(const QJsonObject &req, QJsonObject &reply);
+    QString setBlockGroups(const QJsonObject &req);
+    QString setNodeData(const QJsonObject &req);
+    QString setChannel(const QString &ops, const QJsonObject &req, QJsonObject &reply);
+
+    double chainLevel(const Port &port, double level, int upTo) const;
+    double matrixOut(int output) const;
+
+    Layout m_layout;
+    InputLevel m_input;
+    QVector<Node> m_nodes;
+    QJsonArray m_groups;
+    QString m_customStr;
+};

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "mcast/flowplan.h"
+
+#include <QPointer>
+#include <QWidget>
+#include <functional>
+
+class DevManager;
+class FormMcast;
+class McastWidget;
+class QButtonGroup;
+class QLabel;
+class QLineEdit;
+class QListWidget;
+class QPushButton;
+class QRadioButton;
+
+/// The flows page: the devices that can transmit, the flows the chosen one
+/// sends, and the actions that create and delete them. The checks are
+/// FlowPlan's; the page gathers what was typed and ticked and shows the steps.
+class StreamForm : public QWidget
+{
+    Q_OBJECT
+public:
+    explicit StreamForm(const DevManager &registry, QWidget *parent = nullptr);
+
+    /// The transmitting device shown, or empty.
+    QString currentDevId() const { return m_devId; }
+    void selectDevice(const QString &devId);
+    QVector<FormMcast *> flowRows() const;
+    /// What the create action would be given now (what a user typed and ticked).
+    FlowPlan::CreateInput createInput() const;
+    /// Random numbers for the automatic address; tests fix them.
+    void setRandomSource(std::function<int()> source) { m_random = std::move(source); }
+    /// The dialog of the last flow whose details were opened, if still open.
+    McastWidget *detailsDialog() const { return m_details; }
+
+signals:
+    void signal_sendUdp(const QString &json, const QString &tag);
+
+public slots:
+    /// Re-reads the registry: devices, their flows and channel names changed.
+    void slot_refresh();
+    void on_pb_create_clicked();
+    void on_pb_delete_clicked();
+    void on_pb_details_clicked();
+
+protected:
+    void changeEvent(QEvent *event) override;
+
+private:
+    QWidget *buildDevicePanel();
+    QWidget *buildFlowPanel();
+    QWidget *buildCreatePanel();
+    void showDevices();
+    void showFlows();
+    void showChannels();
+    void followAddressMode();
+    void followFlowSelection();
+    void openDetails(int row);
+    void send(const CommandPlan &plan);
+    void retranslate();
+
+    const DevManager &m_registry;
+    QString m_devId;
+    std::function<int()> m_random;
+    QPointer<McastWidget> m_details;
+
+    QLabel *m_devicesCaption;
+    QListWidget *m_devices;
+    QLabel *m_flowsCaption;
+    QListWidget *m_flows;
+    QPushButton *m_detailsButton;
+    QPushButton *m_delete;
+    QLabel *m_createCaption;
+    QLabel *m_nameCaption;
+    QLineEdit *m_name;
+    QLabel *m_channelsCaption;
+    QListWidget *m_channels;
+    QLabel *m_offsetCaption;
+    QLineEdit *m_offset;
+    QButtonGroup *m_modes;
+    QRadioButton *m_auto;
+    QRadioButton *m_manual;
+    QLabel *m_addressCaption;
+    QLineEdit *m_octets[4];
+    QLabel *m_portCaption;
+    QLineEdit *m_port;
+    QPushButton *m_create;
+};

@@ -1,0 +1,226 @@
+// The Flows page of the real program against corvane-sim's default network,
+// inside a private network namespace (tests/netns-run): a flow created on
+// the page is announced, shows in the page and as a row of the routing grid,
+// opens its details from the grid, and goes again when deleted.
+// With CORVANE_SHOT_DIR set it also leaves pictures of the page there.
+#include "app/mainwindow.h"
+#include "app/scalefactors.h"
+#include "devices/devmanager.h"
+#include "mcast/formmcast.h"
+#include "mcast/mcastwidget.h"
+#include "mcast/streamform.h"
+#include "protocol/devicelink.h"
+#include "protocol/ipv4.h"
+#include "routing/cellrouteform.h"
+#include "widgets/noticebox.h"
+#include "widgets/snackbar.h"
+#include "widgets/style.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTemporaryDir>
+#include <QtTest>
+
+class TestFlowsSim : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void cleanupTestCase();
+    void createShowAndDelete();
+    void pictures();
+
+private:
+    template<class T> T *child(const char *name) { return m_page->findChild<T *>(QLatin1String(name)); }
+    void type(const char *field, const QString &text);
+    void tick(int channel);
+    void chooseDevice(const QString &devId);
+    int pageRow(const QString &name) const;
+    void shoot(QWidget *w, const QString &name);
+
+    QProcess m_sim;
+    QTemporaryDir m_dir;
+    MainWindow *m_window = nullptr;
+    StreamForm *m_page = nullptr;
+    QTimer m_answer;
+    QStringList m_questions;
+};
+
+void TestFlowsSim::initTestCase()
+{
+    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
+        QSKIP("needs the private network namespace of tests/netns-run");
+    applyScaleFactors(computeScaleFactors(ScreenMetrics{1920, 1080, 1920, 1080, 96}));
+    qApp->setStyleSheet(Style::applicationStyleSheet());
+    m_sim.start(qEnvironmentVariable("CORVANE_BIN_DIR") + "/corvane-sim", {"--quiet"});
+    QVERIFY(m_sim.waitForStarted(5000));
+    m_window = new MainWindow(m_dir.path());
+    m_window->setQuitConfirmed(true);
+    m_window->show();
+    QVERIFY(m_window->startNetwork("127.0.0.1"));
+    m_window->setPage(MainWindow::Flows);
+    m_page = qobject_cast<StreamForm *>(m_window->pageWidget(MainWindow::Flows));
+    QVERIFY(m_page);
+    // Every question is answered yes, and remembered.
+    m_answer.setInterval(20);
+    connect(&m_answer, &QTimer::timeout, this, [this] {
+        if (auto *box = qobject_cast<NoticeBox *>(QApplication::activeModalWidget())) {
+            m_questions.append(box->text());
+            const char *button = box->kind() == NoticeBox::Confirm ? "pb_yes" : "pb_ok";
+            QTest::mouseClick(box->findChild<QPushButton *>(button), Qt::LeftButton);
+        }
+    });
+    m_answer.start();
+    QTRY_COMPARE_WITH_TIMEOUT(m_window->deviceLink()->registry().deviceCount(), 8, 15000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_window->deviceLink()->registry().flowCount(), 2, 15000);
+}
+
+void TestFlowsSim::cleanupTestCase()
+{
+    delete m_window;
+    m_sim.kill();
+    m_sim.waitForFinished(3000);
+}
+
+void TestFlowsSim::type(const char *field, const QString &text)
+{
+    auto *edit = child<QLineEdit>(field);
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+}
+
+void TestFlowsSim::tick(int channel)
+{
+    auto *list = child<QListWidget>("lw_channels");
+    list->scrollToItem(list->item(channel));
+    const QRect r = list->visualItemRect(list->item(channel));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, QPoint(r.left() + 10, r.center().y()));
+}
+
+void TestFlowsSim::chooseDevice(const QString &devId)
+{
+    auto *list = child<QListWidget>("lw_devices");
+    for (int i = 0; i < list->count(); ++i) {
+        if (list->item(i)->data(Qt::UserRole).toString() != devId)
+            continue;
+        list->scrollToItem(list->item(i));
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(list->item(i)).center());
+    }
+    QCOMPARE(m_page->currentDevId(), devId);
+}
+
+int TestFlowsSim::pageRow(const QString &name) const
+{
+    const QVector<FormMcast *> rows = m_page->flowRows();
+    for (int i = 0; i < rows.size(); ++i)
+        if (rows.at(i)->flow().name == name)
+            return i;
+    return -1;
+}
+
+void TestFlowsSim::createShowAndDelete()
+{
+    const DevManager &registry = m_window->deviceLink()->registry();
+    chooseDevice("SIM-0002");
+    QTRY_VERIFY(pageRow("Stage L-R") >= 0);
+
+    type("le_name", "Drum Mics");
+    tick(2);
+    tick(3);
+    tick(4);
+    QTest::mouseClick(child<QRadioButton>("rb_manual"), Qt::LeftButton);
+    type("ip_le_0", "239");
+    type("ip_le_1", "70");
+    type("ip_le_2", "1");
+    type("ip_le_3", "2");
+    type("le_port", "5008");
+    QTest::mouseClick(child<QPushButton>("pb_create"), Qt::LeftButton);
+
+    // The device takes it, announces it, and the page and the grid follow.
+    const quint32 group = Ipv4::fromText("239.70.1.2");
+    QTRY_VERIFY_WITH_TIMEOUT(registry.findFlow(group).has_value(), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(pageRow("Drum Mics") >= 0, 10000);
+    FormMcast *row = m_page->flowRows().at(pageRow("Drum Mics"));
+    QCOMPARE(row->findChild<QLabel *>("lb_ipPort")->text(), QStringLiteral("239.70.1.2:5008"));
+    QCOMPARE(row->flow().channels.size(), 3);
+    QVERIFY(m_questions.isEmpty());
+
+    auto *grid = qobject_cast<CellRouteForm *>(m_window->pageWidget(MainWindow::Routing));
+    m_window->setPage(MainWindow::Routing);
+    QTRY_VERIFY_WITH_TIMEOUT(grid->grid().findLine(RouteGrid::Rows, "Drum Mics") >= 0, 10000);
+    const int line = grid->grid().findLine(RouteGrid::Rows, "Drum Mics");
+    grid->scrollToLine(RouteGrid::Rows, line);
+    QPushButton *header = grid->rowHeader(line);
+    QVERIFY(header);
+    QTest::mouseDClick(header, Qt::LeftButton, {}, QPoint(header->width() - 10, header->height() / 2));
+    QTRY_VERIFY(m_window->flowDetails() && m_window->flowDetails()->isVisible());
+    McastWidget *details = m_window->flowDetails();
+    QCOMPARE(details->findChild<QLabel *>("lb_devId")->text(), QStringLiteral("SIM-0002"));
+    QCOMPARE(details->findChild<QLabel *>("lb_mcastName")->text(), QStringLiteral("Drum Mics"));
+    QCOMPARE(details->findChild<QLabel *>("lb_addressPort")->text(), QStringLiteral("239.70.1.2:5008"));
+    QCOMPARE(details->findChild<QPlainTextEdit *>("te_channels")->toPlainText().count('\n'), 2);
+    details->close();
+
+    m_window->setPage(MainWindow::Flows);
+    auto *flows = child<QListWidget>("lw_flows");
+    const int index = pageRow("Drum Mics");
+    QTest::mouseClick(flows->viewport(), Qt::LeftButton, {}, flows->visualItemRect(flows->item(index)).center());
+    QTest::mouseClick(child<QPushButton>("pb_delete"), Qt::LeftButton);
+    QTRY_VERIFY_WITH_TIMEOUT(pageRow("Drum Mics") < 0, 10000);
+    QCOMPARE(m_questions, QStringList{"删除组播流？"});
+    // The device says the flow is gone: it leaves at once, not two minutes later.
+    QTRY_VERIFY_WITH_TIMEOUT(!registry.findFlow(group).has_value(), 5000);
+    m_window->setPage(MainWindow::Routing);
+    QTRY_VERIFY_WITH_TIMEOUT(grid->grid().findLine(RouteGrid::Rows, "Drum Mics") < 0, 10000);
+}
+
+void TestFlowsSim::shoot(QWidget *w, const QString &name)
+{
+    QTest::qWait(300);
+    m_window->snackBar()->hide();
+    QVERIFY(w->grab().save(QDir(qEnvironmentVariable("CORVANE_SHOT_DIR")).filePath(name)));
+}
+
+void TestFlowsSim::pictures()
+{
+    if (qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR"))
+        QSKIP("set CORVANE_SHOT_DIR to keep pictures of the page");
+    m_window->setPage(MainWindow::Flows);
+    // Channel names are fetched after the flows; the pictures show them.
+    QTRY_VERIFY_WITH_TIMEOUT(m_window->deviceLink()->registry().findByDevId("SIM-0002")->namesComplete(), 10000);
+    chooseDevice("SIM-0002");
+    type("le_name", "Monitors");
+    tick(2); // the ticks of the flow made above stay: channels 1 and 2 only
+    tick(3);
+    tick(4);
+    tick(0);
+    tick(1);
+    type("le_port", "5004");
+    QTest::mouseClick(child<QRadioButton>("rb_auto"), Qt::LeftButton);
+    QTest::mouseClick(child<QPushButton>("pb_create"), Qt::LeftButton);
+    QTRY_VERIFY_WITH_TIMEOUT(pageRow("Monitors") >= 0, 10000);
+    auto *flows = child<QListWidget>("lw_flows");
+    QTest::mouseClick(flows->viewport(), Qt::LeftButton, {}, flows->visualItemRect(flows->item(0)).center());
+    type("le_name", "Ambience");
+    tick(5);
+    shoot(m_window, "flows-en.png");
+    m_window->slot_switchLanguage(true);
+    shoot(m_window, "flows-zh.png");
+    QTest::mouseClick(child<QPushButton>("pb_details"), Qt::LeftButton);
+    QTRY_VERIFY(m_page->detailsDialog() && m_page->detailsDialog()->isVisible());
+    shoot(m_page->detailsDialog(), "flow-details-zh.png");
+    m_window->slot_switchLanguage(false);
+    shoot(m_page->detailsDialog(), "flow-details-en.png");
+    m_page->detailsDialog()->close();
+}
+
+QTEST_MAIN(TestFlowsSim)
+#include "tst_flowssim.moc"

@@ -1,0 +1,303 @@
+#include "app/language.h"
+#include "app/scalefactors.h"
+#include "devices/devmanager.h"
+#include "mcast/formmcast.h"
+#include "mcast/mcastwidget.h"
+#include "mcast/streamform.h"
+#include "protocol/ipv4.h"
+#include "widgets/noticebox.h"
+
+#include "../support/packets.h"
+
+#include <QApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QSignalSpy>
+#include <QtTest>
+
+namespace {
+
+void announce(DevManager &reg, const char *devId, const char *address, const QJsonObject &overrides = {})
+{
+    const QByteArray a = Packets::announcement(devId, address, overrides);
+    reg.intakeAnnouncement(a.constData(), a.size(), Ipv4::fromText(address), 9996);
+}
+
+QJsonObject page(const char *op, const char *devId, const QJsonArray &arr, int start = 0)
+{
+    return QJsonObject{{"ops", op},     {"devId", devId}, {"result", "succ"}, {"idStart", QString::number(start)},
+                       {"idNext", start + arr.size()}, {"arr", arr}};
+}
+
+QJsonObject txFlow(int id, const char *name, const char *group, const QJsonArray &channels)
+{
+    return QJsonObject{{"id", QString::number(id)}, {"sdpId", QString::number(id)}, {"name", name},
+                       {"dstIp", group}, {"dstPort", "5004"}, {"chNum", QString::number(channels.size())},
+                       {"srcChIdArr", channels}};
+}
+
+/// Presses a button of the next notice or confirm box, and remembers its text.
+void answerNextBox(const char *button, QString *text = nullptr, int tries = 400)
+{
+    QTimer::singleShot(5, [=] {
+        auto *box = qobject_cast<NoticeBox *>(QApplication::activeModalWidget());
+        if (!box) {
+            if (tries > 0)
+                answerNextBox(button, text, tries - 1);
+            return;
+        }
+        if (text)
+            *text = box->text();
+        QTest::mouseClick(box->findChild<QPushButton *>(button), Qt::LeftButton);
+    });
+}
+
+QJsonObject sent(const QSignalSpy &spy, int i = 0)
+{
+    return QJsonDocument::fromJson(spy.at(i).at(0).toString().toUtf8()).object();
+}
+
+} // namespace
+
+class TestFlowsPage : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void listsTransmittersAndTheirFlows();
+    void createChecksThenSends();
+    void automaticAddressKeepsTheTypedHead();
+    void deleteAsksAndSendsTheSelectedFlow();
+    void rowDetailsAndSelectionStyle();
+    void followsTheRegistry();
+
+private:
+    void click(QWidget *w) { QTest::mouseClick(w, Qt::LeftButton); }
+    template<class T> T *child(const char *name) { return m_form->findChild<T *>(QLatin1String(name)); }
+    void tick(int channel);
+    void type(const char *field, const QString &text);
+
+    DevManager *m_reg = nullptr;
+    StreamForm *m_form = nullptr;
+};
+
+void TestFlowsPage::initTestCase()
+{
+    applyScaleFactors(computeScaleFactors(ScreenMetrics{1920, 1080, 1920, 1080, 96}));
+}
+
+void TestFlowsPage::init()
+{
+    Language::setChinese(false);
+    m_reg = new DevManager;
+    announce(*m_reg, "TX", "10.0.0.1", {{"name", "Stage Box"}, {"chNumTx", "10"}, {"mcastNumTx", "2"}});
+    announce(*m_reg, "RX", "10.0.0.2", {{"name", "Amp"}, {"chNumTx", "0"}});
+    // The second slot's page comes later (followsTheRegistry).
+    m_reg->intakeReply(page("getAllMcastTx", "TX", {txFlow(0, "Drums", "239.69.1.2", {"0", "1"})}),
+                       Ipv4::fromText("10.0.0.1"));
+    m_form = new StreamForm(*m_reg);
+    m_form->resize(1100, 700);
+    m_form->show();
+    QVERIFY(QTest::qWaitForWindowExposed(m_form));
+}
+
+void TestFlowsPage::cleanup()
+{
+    delete m_form;
+    delete m_reg;
+}
+
+void TestFlowsPage::tick(int channel)
+{
+    auto *list = child<QListWidget>("lw_channels");
+    QListWidgetItem *item = list->item(channel);
+    list->scrollToItem(item);
+    const QRect r = list->visualItemRect(item);
+    // The check box sits at the left edge of the item.
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, QPoint(r.left() + 10, r.center().y()));
+}
+
+void TestFlowsPage::type(const char *field, const QString &text)
+{
+    auto *edit = child<QLineEdit>(field);
+    edit->selectAll();
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClicks(edit, text);
+}
+
+void TestFlowsPage::listsTransmittersAndTheirFlows()
+{
+    // The amplifier has nothing to send; the stage box is chosen by itself.
+    auto *devices = child<QListWidget>("lw_devices");
+    QCOMPARE(devices->count(), 1);
+    QCOMPARE(m_form->currentDevId(), QStringLiteral("TX"));
+    QCOMPARE(m_form->flowRows().size(), 1);
+    FormMcast *row = m_form->flowRows().first();
+    QCOMPARE(row->findChild<QLabel *>("lb_name")->text(), QStringLiteral("Drums"));
+    QCOMPARE(row->findChild<QLabel *>("lb_ipPort")->text(), QStringLiteral("239.69.1.2:5004"));
+    QCOMPARE(row->findChild<QLabel *>("lb_channels")->text(), QStringLiteral("1,2"));
+    QCOMPARE(child<QListWidget>("lw_channels")->count(), 10);
+    QCOMPARE(child<QListWidget>("lw_channels")->item(3)->text(), QStringLiteral("4:3"));
+
+    Language::setChinese(true);
+    QEvent change(QEvent::LanguageChange);
+    QApplication::sendEvent(m_form, &change);
+    QApplication::sendEvent(row, &change);
+    QCOMPARE(child<QPushButton>("pb_create")->text(), QStringLiteral("创建"));
+    QCOMPARE(m_form->flowRows().first()->findChild<QLabel *>("lb_ipPortCaption")->text(), QStringLiteral("IP端口"));
+}
+
+void TestFlowsPage::createChecksThenSends()
+{
+    QSignalSpy spy(m_form, &StreamForm::signal_sendUdp);
+    QString text;
+    answerNextBox("pb_ok", &text);
+    click(child<QPushButton>("pb_create"));
+    QCOMPARE(text, QStringLiteral("组播流名称不能为空"));
+
+    type("le_name", "Vocals");
+    answerNextBox("pb_ok", &text);
+    click(child<QPushButton>("pb_create"));
+    QCOMPARE(text, QStringLiteral("至少选中一个通道加入组播流"));
+
+    for (int ch = 0; ch < 9; ++ch)
+        tick(ch);
+    answerNextBox("pb_ok", &text);
+    click(child<QPushButton>("pb_create"));
+    QCOMPARE(text, QStringLiteral("A single multicast stream supports up to 8 channels maximum"));
+    tick(8);
+    tick(0); // channels 2 to 8: seven left
+
+    click(child<QRadioButton>("rb_manual"));
+    QVERIFY(child<QLineEdit>("ip_le_3")->isEnabled());
+    type("ip_le_0", "223");
+    type("ip_le_2", "1");
+    type("ip_le_3", "1");
+    answerNextBox("pb_ok", &text);
+    click(child<QPushButton>("pb_create"));
+    QCOMPARE(text, QStringLiteral("Wrong IP, range: 224.0.0.0~239.255.255.255"));
+    type("ip_le_0", "239");
+    type("le_port", "65535");
+    answerNextBox("pb_ok", &text);
+    click(child<QPushButton>("pb_create"));
+    QCOMPARE(text, QStringLiteral("Wrong Port, range: 1024~65534"));
+    QCOMPARE(spy.count(), 0);
+
+    type("le_port", "5006");
+    type("le_offset", "2");
+    click(child<QPushButton>("pb_create"));
+    QCOMPARE(spy.count(), 1);
+    const QJsonObject cmd = sent(spy);
+    QCOMPARE(cmd.value("ops").toString(), QStringLiteral("setMcastTx"));
+    QCOMPARE(cmd.value("devId").toString(), QStringLiteral("TX"));
+    QCOMPARE(cmd.value("name").toString(), QStringLiteral("Vocals"));
+    QCOMPARE(cmd.value("srcChIdArr").toArray(), (QJsonArray{"1", "2", "3", "4", "5", "6", "7"}));
+    const QJsonObject sdp = cmd.value("sdp").toObject();
+    QCOMPARE(sdp.value("dstIp").toString(), QStringLiteral("239.69.1.1"));
+    QCOMPARE(sdp.value("dstPort").toString(), QStringLiteral("5006"));
+    QCOMPARE(sdp.value("chNum").toString(), QStringLiteral("7"));
+    QCOMPARE(sdp.value("srcIp").toString(), QStringLiteral("10.0.0.1"));
+    QCOMPARE(sdp.value("rtpTsOffset").toString(), QStringLiteral("96"));
+}
+
+void TestFlowsPage::automaticAddressKeepsTheTypedHead()
+{
+    // The first draw hits the flow already known; the page draws again.
+    const QByteArray known = Packets::sap(Packets::sdp("Known", "10.0.0.9", "239.69.2.3"));
+    m_reg->intakeSap(known.constData(), known.size(), Ipv4::fromText("10.0.0.9"), 9875);
+    QVERIFY(m_reg->findFlow(Ipv4::fromText("239.69.2.3")));
+    int draws[] = {0, 1, 5, 5};
+    int next = 0;
+    m_form->setRandomSource([&] { return draws[next++]; });
+    QVERIFY(!child<QLineEdit>("ip_le_2")->isEnabled());
+    type("le_name", "Auto");
+    tick(0);
+    QSignalSpy spy(m_form, &StreamForm::signal_sendUdp);
+    click(child<QPushButton>("pb_create"));
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(sent(spy).value("sdp").toObject().value("dstIp").toString(), QStringLiteral("239.69.7.7"));
+}
+
+void TestFlowsPage::deleteAsksAndSendsTheSelectedFlow()
+{
+    QSignalSpy spy(m_form, &StreamForm::signal_sendUdp);
+    QString text;
+    answerNextBox("pb_ok", &text);
+    click(child<QPushButton>("pb_delete"));
+    QCOMPARE(text, QStringLiteral("请选择要删除的组播"));
+
+    auto *flows = child<QListWidget>("lw_flows");
+    QTest::mouseClick(flows->viewport(), Qt::LeftButton, {}, flows->visualItemRect(flows->item(0)).center());
+    answerNextBox("pb_no", &text);
+    click(child<QPushButton>("pb_delete"));
+    QCOMPARE(text, QStringLiteral("删除组播流？"));
+    QCOMPARE(spy.count(), 0);
+
+    answerNextBox("pb_yes");
+    click(child<QPushButton>("pb_delete"));
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(sent(spy),
+             (QJsonObject{{"ops", "clrMcastTx"}, {"devId", "TX"}, {"name", "Drums"}, {"dstIp", "239.69.1.2"}}));
+}
+
+void TestFlowsPage::rowDetailsAndSelectionStyle()
+{
+    auto *flows = child<QListWidget>("lw_flows");
+    FormMcast *row = m_form->flowRows().first();
+    QVERIFY(row->styleSheet().contains("rgba(27, 28, 33, 1)"));
+    QVERIFY(row->styleSheet().contains("border-bottom: 1px solid #333333"));
+    const QPoint centre = flows->visualItemRect(flows->item(0)).center();
+    QTest::mouseClick(flows->viewport(), Qt::LeftButton, {}, centre);
+    QVERIFY(row->isSelected());
+    QVERIFY(row->styleSheet().contains("rgba(124, 137, 250, 0.40)"));
+
+    QTest::mouseDClick(flows->viewport(), Qt::LeftButton, {}, centre);
+    McastWidget *details = m_form->detailsDialog();
+    QVERIFY(details && details->isVisible());
+    QCOMPARE(details->title(), QStringLiteral("Flow details"));
+    QCOMPARE(details->findChild<QLabel *>("lb_devId")->text(), QStringLiteral("TX"));
+    QCOMPARE(details->findChild<QLabel *>("lb_devName")->text(), QStringLiteral("Stage Box"));
+    QCOMPARE(details->findChild<QLabel *>("lb_addressPort")->text(), QStringLiteral("239.69.1.2:5004"));
+    QCOMPARE(details->findChild<QPlainTextEdit *>("te_channels")->toPlainText(), QStringLiteral("1. 1\n2. 2"));
+    Language::setChinese(true);
+    QEvent change(QEvent::LanguageChange);
+    QApplication::sendEvent(details, &change);
+    QCOMPARE(details->title(), QStringLiteral("组播流详情"));
+    details->close();
+}
+
+void TestFlowsPage::followsTheRegistry()
+{
+    m_reg->intakeReply(page("getAllMcastTx", "TX", {txFlow(1, "Keys", "239.69.3.4", {"4"})}, 1),
+                       Ipv4::fromText("10.0.0.1"));
+    auto *flows = child<QListWidget>("lw_flows");
+    QTest::mouseClick(flows->viewport(), Qt::LeftButton, {}, flows->visualItemRect(flows->item(0)).center());
+    tick(2);
+    m_form->slot_refresh();
+    QCOMPARE(m_form->flowRows().size(), 2);
+    QCOMPARE(m_form->flowRows().at(1)->flow().name, QStringLiteral("Keys"));
+    // A refresh keeps the selection and the ticks.
+    QVERIFY(m_form->flowRows().at(0)->isSelected());
+    QCOMPARE(m_form->createInput().tickedChannels, QStringList{"3:2"});
+
+    announce(*m_reg, "TX2", "10.0.0.3", {{"name", "Backline"}, {"chNumTx", "2"}});
+    m_form->slot_refresh();
+    auto *devices = child<QListWidget>("lw_devices");
+    QCOMPARE(devices->count(), 2);
+    QCOMPARE(m_form->currentDevId(), QStringLiteral("TX"));
+    QTest::mouseClick(devices->viewport(), Qt::LeftButton, {}, devices->visualItemRect(devices->item(0)).center());
+    QCOMPARE(m_form->currentDevId(), QStringLiteral("TX2"));
+    QCOMPARE(m_form->flowRows().size(), 0);
+    QCOMPARE(child<QListWidget>("lw_channels")->count(), 2);
+}
+
+QTEST_MAIN(TestFlowsPage)
+#include "tst_flowspage.moc"
