@@ -37,6 +37,11 @@ QString CliApp::usage()
         "  route remove DST     clears the route of a receive channel\n"
         "  flow create DEVICE --name NAME --channels 1,2,... [--address A.B.C.D --port P] [--offset MS]\n"
         "  flow delete DEVICE NAME\n"
+        "  dsp get-config DEVICE                      the DSP configuration document (indented; --json: compact)\n"
+        "  dsp set-block DEVICE NODE PORT PROC JSON   change members of one processing block, e.g. '{\"ratio\":\"4\"}'\n"
+        "  dsp bypass DEVICE NODE PORT PROC 0|1       bypass (1) or activate (0) one block\n"
+        "                       NODE, PORT, PROC count from 0 as in the document: node in nodeArr,\n"
+        "                       channel of the node, block in the channel's procArr\n"
         "options:\n"
         "  --interface ADDR     a local IPv4 address (loopback allowed); default: the only usable one\n"
         "  --wait SECONDS       how long to listen before answering (default 4; watch: until interrupted)\n"
@@ -104,7 +109,7 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
     static const QStringList commands{QStringLiteral("devices"), QStringLiteral("flows"), QStringLiteral("routes"),
                                       QStringLiteral("watch"), QStringLiteral("send"), QStringLiteral("help"),
                                       QStringLiteral("route"), QStringLiteral("flow"), QStringLiteral("clock"),
-                                      QStringLiteral("stats"), QStringLiteral("levels")};
+                                      QStringLiteral("stats"), QStringLiteral("levels"), QStringLiteral("dsp")};
     if (o.command.isEmpty()) {
         *error = QStringLiteral("no command given");
         return false;
@@ -126,6 +131,13 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
     if (o.command == QLatin1String("flow")
         && !((sub == QLatin1String("create") && o.args.size() == 2) || (sub == QLatin1String("delete") && o.args.size() == 3))) {
         *error = QStringLiteral("flow takes create DEVICE --name NAME --channels 1,2,... or delete DEVICE NAME");
+        return false;
+    }
+    if (o.command == QLatin1String("dsp")
+        && !((sub == QLatin1String("get-config") && o.args.size() == 2)
+             || ((sub == QLatin1String("set-block") || sub == QLatin1String("bypass")) && o.args.size() == 6))) {
+        *error = QStringLiteral("dsp takes get-config DEVICE, set-block DEVICE NODE PORT PROC JSON"
+                                " or bypass DEVICE NODE PORT PROC 0|1");
         return false;
     }
     *out = o;
@@ -254,6 +266,8 @@ int CliApp::run()
         return cmdRoute();
     if (m_options.command == QLatin1String("flow"))
         return cmdFlow();
+    if (m_options.command == QLatin1String("dsp"))
+        return cmdDsp();
     return cmdSend();
 }
 

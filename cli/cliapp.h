@@ -7,6 +7,7 @@
 #include <QStringList>
 
 class DeviceLink;
+class DspLink;
 class QTextStream;
 
 /// corvane-cli: the program's core without widgets, for scripts and tests.
@@ -57,6 +58,10 @@ private:
     int cmdLevels();
     int cmdRoute();
     int cmdFlow();
+    // The DSP configuration over the device's TCP link (clidsp.cpp).
+    int cmdDsp();
+    /// One request on the link and its reply; false when none came in time.
+    bool dspRequest(DspLink *link, const QString &request, QString *reply);
 
     /// Sends one request to a device through the request router and waits for
     /// its reply; empty when none came.

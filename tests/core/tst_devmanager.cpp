@@ -108,6 +108,10 @@ void TestDevManager::announcementFieldRules()
     QVERIFY(!h.registry.intakeAnnouncement(junk.constData(), junk.size(), ip("10.0.0.6"), 9996));
     const QByteArray array("[1,2]");
     QVERIFY(!h.registry.intakeAnnouncement(array.constData(), array.size(), ip("10.0.0.6"), 9996));
+    // Names that differ only after a NUL byte are one name to the parser.
+    const QByteArray nul = Packets::announcement("D", "10.0.0.7").replace("\"name\"", QByteArray("\"n\0a\":\"x\",\"name\"", 14));
+    QVERIFY(nul.contains('\0'));
+    QVERIFY(!h.registry.intakeAnnouncement(nul.constData(), nul.size(), ip("10.0.0.7"), 9996));
     QCOMPARE(h.registry.deviceCount(), 1);
 }
 

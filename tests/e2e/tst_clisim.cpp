@@ -247,6 +247,8 @@ private slots:
     void flowCreatedSeenSubscribedRemoved();
     void lockedDeviceRefusesRoutes();
     void silencedDeviceAgesOut();
+    void dspDocumentFollowsChanges();
+    void dspLinkFaults();
 };
 
 void TestCliSim::initTestCase()
@@ -374,7 +376,7 @@ void TestCliSim::flowCreatedSeenSubscribedRemoved()
     QCOMPARE(watch.findOp("delMcast", "dstIp", group), -1);
     reply = send("SIM-0006", {{"ops", "clrMcastTx"}, {"name", "Test Flow"}, {"dstIp", group}});
     QCOMPARE(reply.value("result").toString(), QStringLiteral("succ"));
-    // The simulator sends no deletion packet; the flow goes by ageing.
+    // The device announces the deletion: the flow goes at once.
     QTRY_VERIFY_WITH_TIMEOUT(watch.findOp("delMcast", "dstIp", group, beforeRemoval) >= 0, 15000);
 
     const QJsonArray left = flows();
@@ -464,6 +466,99 @@ void TestCliSim::silencedDeviceAgesOut()
         return o.value("ops") == "delDev" && o.value("devId") != "SIM-0004";
     });
     QVERIFY2(other < 0, other < 0 ? "" : qPrintable(compact(watch.at(other))));
+}
+
+namespace {
+
+QJsonObject dspDocument(const QString &device)
+{
+    const Run r = cli({"--wait", "3", "--json", "dsp", "get-config", device});
+    if (r.code != 0) {
+        qWarning() << "dsp get-config failed:" << r.code << r.err;
+        return {};
+    }
+    return QJsonDocument::fromJson(r.out).object();
+}
+
+QJsonObject blockAt(const QJsonObject &doc, int node, int port, int proc)
+{
+    return doc.value("nodeArr").toArray().at(node).toObject().value("portArr").toArray().at(port).toObject()
+        .value("procArr").toArray().at(proc).toObject();
+}
+
+} // namespace
+
+void TestCliSim::dspDocumentFollowsChanges()
+{
+    Sim sim;
+    QString why;
+    QVERIFY2(sim.start({}, &why), qPrintable(why));
+
+    // The 16x16 matrix: inputs, echo cancelling, automixer, matrix, outputs.
+    QJsonObject doc = dspDocument("DSP Matrix 16");
+    const QJsonArray nodes = doc.value("nodeArr").toArray();
+    QCOMPARE(nodes.size(), 5);
+    QCOMPARE(nodes.first().toObject().value("portNum").toString(), QStringLiteral("16"));
+    QCOMPARE(nodes.last().toObject().value("portNum").toString(), QStringLiteral("16"));
+    QCOMPARE(nodes.at(3).toObject().value("type").toString(), QStringLiteral("1"));
+    QJsonObject expander = blockAt(doc, 0, 2, 7);
+    QCOMPARE(expander.value("type").toString(), QStringLiteral("8"));
+    QCOMPARE(expander.value("bypass").toString(), QStringLiteral("1"));
+
+    // Members left out keep their values; the whole block object goes to the device.
+    Run r = cli({"--wait", "3", "dsp", "set-block", "SIM-0006", "0", "2", "7", R"({"ratio":"4","trigDb":"-32.5"})"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    QVERIFY(r.out.contains(R"("obj":{"attackMs":"50","kneeDb":"0","ratio":"4","releaseMs":"100","trigDb":"-32.5"})"));
+    r = cli({"--wait", "3", "dsp", "bypass", "SIM-0006", "0", "2", "7", "0"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    doc = dspDocument("SIM-0006");
+    expander = blockAt(doc, 0, 2, 7);
+    QCOMPARE(expander.value("bypass").toString(), QStringLiteral("0"));
+    QCOMPARE(expander.value("obj").toObject().value("ratio").toString(), QStringLiteral("4"));
+    QCOMPARE(expander.value("obj").toObject().value("trigDb").toString(), QStringLiteral("-32.5"));
+    // Nothing else moved: the neighbouring channel keeps its defaults.
+    QCOMPARE(blockAt(doc, 0, 1, 7).value("obj").toObject().value("ratio").toString(), QStringLiteral("2"));
+
+    // Refused before anything is sent, with the reason.
+    r = cli({"--wait", "3", "dsp", "set-block", "SIM-0006", "0", "2", "7", R"({"freq":"100"})"});
+    QCOMPARE(r.code, 2);
+    QVERIFY2(r.err.contains("\"freq\" is not a parameter of the expander"), r.err.constData());
+    r = cli({"--wait", "3", "dsp", "bypass", "SIM-0006", "0", "16", "0", "1"});
+    QCOMPARE(r.code, 2);
+    QVERIFY2(r.err.contains("no block at node 0, channel 16"), r.err.constData());
+    r = cli({"--wait", "3", "dsp", "get-config", "Stage Box 2"});
+    QCOMPARE(r.code, 3);
+    QVERIFY2(r.err.contains("has no DSP"), r.err.constData());
+
+    // A device locked against audio processing changes refuses them.
+    QCOMPARE(send("SIM-0006", {{"ops", "setLock"}, {"uiTag", "dspUiTag"}, {"password", "123456"}, {"val", "0x1f"}})
+                 .value("result").toString(),
+             QStringLiteral("succ"));
+    r = cli({"--wait", "3", "dsp", "bypass", "SIM-0006", "0", "2", "7", "1"});
+    QCOMPARE(r.code, 1);
+    QVERIFY2(r.err.contains("Set Bypass Failed!"), r.err.constData());
+    QCOMPARE(blockAt(dspDocument("SIM-0006"), 0, 2, 7).value("bypass").toString(), QStringLiteral("0"));
+}
+
+void TestCliSim::dspLinkFaults()
+{
+    {
+        // A slow device is waited for.
+        Sim sim;
+        QString why;
+        QVERIFY2(sim.start({"--dsp-delay", "600"}, &why), qPrintable(why));
+        QCOMPARE(dspDocument("SIM-0007").value("nodeArr").toArray().size(), 3);
+    }
+    {
+        // A device that hangs up: a clear message, soon, and no crash.
+        Sim sim;
+        QString why;
+        QVERIFY2(sim.start({"--dsp-drop-on-accept"}, &why), qPrintable(why));
+        const Run r = cli({"--wait", "3", "dsp", "get-config", "SIM-0007"});
+        QCOMPARE(r.code, 4);
+        QVERIFY2(r.err.contains("SIM-0007"), r.err.constData());
+        QVERIFY(r.elapsedMs < 15000);
+    }
 }
 
 QTEST_GUILESS_MAIN(TestCliSim)

@@ -85,5 +85,7 @@ void Log::failure(const char *file, const char *prettyFunction, int line)
 
 void Log::line(const QString &text)
 {
+    if (g_quiet)
+        return;
     writeOut(text.toUtf8() + '\n');
 }

@@ -12,7 +12,8 @@ public:
     /// so a crash never swallows the last lines.
     static void setUp();
     /// Where diagnostics go (standard output unless a tool needs that for
-    /// its own output); quiet drops the debug stream entirely.
+    /// its own output); quiet drops the debug stream and the free-form lines,
+    /// keeping only failure lines.
     static void setOutput(std::FILE *out, bool quiet = false);
 
     /// The one line a failing code path prints: "file=%s func=%s line=%d \n".

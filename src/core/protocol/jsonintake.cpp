@@ -1,5 +1,7 @@
 #include "jsonintake.h"
 
+#include <cstring>
+
 #include <QJsonDocument>
 
 #include <algorithm>
@@ -195,6 +197,11 @@ bool hasDuplicateKey(const char *data, int length)
 
 bool parseObject(const char *data, int length, QJsonObject *out)
 {
+    // Qt compares member names only up to a NUL byte, so "a\0b" and "a\0c"
+    // pass the repeated-name check yet collide (and leak) inside the parser.
+    // No message of the protocol carries one.
+    if (length > 0 && std::memchr(data, 0, size_t(length)))
+        return false;
     if (hasDuplicateKey(data, length))
         return false;
     QJsonParseError error;

@@ -1,0 +1,582 @@
+// The DSP link: framing, the threaded transport and the blocking exchange.
+// Every socket here is on 127.0.0.0/8, and the suite runs inside a private
+// network namespace (tests/netns-run).
+#include "app/language.h"
+#include "app/log.h"
+#include "app/texts.h"
+#include "dsp/devdsptcpsocketthread.h"
+#include "dsp/dspexchange.h"
+#include "dsp/dspframeassembler.h"
+#include "dsp/dsplink.h"
+
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTemporaryFile>
+#include <QThread>
+#include <QtTest>
+
+#include <cstdio>
+#include <functional>
+#include <memory>
+
+namespace {
+
+constexpr uint32_t kLoopback = 0x7f000001;
+constexpr uint32_t kLoopback2 = 0x7f000002;
+
+using Status = DspFrameAssembler::Status;
+
+QByteArray prefix(quint32 n)
+{
+    QByteArray b(4, '\0');
+    for (int i = 0; i < 4; ++i)
+        b[i] = char((n >> (8 * i)) & 0xff);
+    return b;
+}
+
+// Everything the program logs while a case runs, written by whatever thread
+// logs and read back through a second handle.
+class LogCapture
+{
+public:
+    LogCapture()
+    {
+        file.open();
+        out = std::fopen(file.fileName().toLocal8Bit().constData(), "a");
+        Log::setOutput(out);
+    }
+    ~LogCapture()
+    {
+        Log::setOutput(nullptr);
+        std::fclose(out);
+    }
+    QString text() const
+    {
+        QFile f(file.fileName());
+        f.open(QIODevice::ReadOnly);
+        return QString::fromUtf8(f.readAll());
+    }
+    QStringList lines() const { return text().split(QLatin1Char('\n'), Qt::SkipEmptyParts); }
+    bool has(const QString &line) const { return lines().contains(line); }
+    int count(const QString &start) const
+    {
+        int n = 0;
+        for (const QString &l : lines())
+            n += l.startsWith(start) ? 1 : 0;
+        return n;
+    }
+
+private:
+    QTemporaryFile file;
+    std::FILE *out = nullptr;
+};
+
+// A device's DSP port as the tests need it: frames are cut out of the stream
+// by hand, independently of the assembler under test.
+class FakeDsp : public QObject
+{
+public:
+    explicit FakeDsp(const QHostAddress &address = QHostAddress(QStringLiteral("127.0.0.1")), quint16 port = 0)
+    {
+        QVERIFY(server.listen(address, port));
+        connect(&server, &QTcpServer::newConnection, this, [this] {
+            while (QTcpSocket *s = server.nextPendingConnection()) {
+                peers.append(s);
+                connect(s, &QTcpSocket::readyRead, this, [this, s] { take(s); });
+                connect(s, &QTcpSocket::disconnected, this, [this] { ++closed; });
+            }
+        });
+    }
+    quint16 port() const { return server.serverPort(); }
+    QTcpSocket *last() const { return peers.isEmpty() ? nullptr : peers.last(); }
+
+    QTcpServer server;
+    QList<QTcpSocket *> peers;
+    QStringList frames;
+    int closed = 0;
+    std::function<void(QTcpSocket *, const QString &)> onFrame;
+
+private:
+    void take(QTcpSocket *s)
+    {
+        QByteArray &buf = inbox[s];
+        buf += s->readAll();
+        while (buf.size() >= 4) {
+            const quint32 n = quint8(buf[0]) | quint8(buf[1]) << 8 | quint8(buf[2]) << 16 | quint32(quint8(buf[3])) << 24;
+            if (buf.size() < int(4 + n))
+                break;
+            const QString frame = QString::fromUtf8(buf.mid(4, int(n)));
+            buf.remove(0, int(4 + n));
+            frames.append(frame);
+            if (onFrame)
+                onFrame(s, frame);
+        }
+    }
+    QHash<QTcpSocket *, QByteArray> inbox;
+};
+
+// A port on which nothing listens.
+quint16 closedPort()
+{
+    QTcpServer s;
+    s.listen(QHostAddress(QStringLiteral("127.0.0.1")), 0);
+    const quint16 p = s.serverPort();
+    s.close();
+    return p;
+}
+
+// The exchange blocks its thread, so it runs on one of its own while this
+// thread serves the fake device.
+DspExchange::Result exchangeOffThread(const std::function<DspExchange::Result()> &run, qint64 *elapsedMs = nullptr)
+{
+    DspExchange::Result result;
+    QElapsedTimer clock;
+    clock.start();
+    std::unique_ptr<QThread> t(QThread::create([&] { result = run(); }));
+    t->start();
+    while (!t->wait(5))
+        QCoreApplication::processEvents();
+    if (elapsedMs)
+        *elapsedMs = clock.elapsed();
+    return result;
+}
+
+} // namespace
+
+class TestDspLink : public QObject
+{
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+
+    void frameCountsBytes();
+    void replyInChunksEmittedOnce_data();
+    void replyInChunksEmittedOnce();
+    void oddPrefixes();
+    void twoRepliesInOneChunk();
+    void lengthGuard();
+
+    void linkConnectsAndSendsFramed();
+    void splitReplyGivesOneMessage();
+    void sendBeforeConnectedIsDropped();
+    void peerCloseAndBrokenStream();
+    void reconnectionKeepsStoredAddress();
+    void stopDestroysCleanly();
+
+    void exchangeSucceeds();
+    void exchangeFailures();
+};
+
+void TestDspLink::init()
+{
+    Language::setChinese(false);
+}
+
+void TestDspLink::cleanup()
+{
+    Language::setChinese(false);
+}
+
+void TestDspLink::frameCountsBytes()
+{
+    const QString msg = QStringLiteral("{\"name\":\"输入通道\"}");
+    const QByteArray f = DspFrameAssembler::frame(msg);
+    const int n = msg.toUtf8().size();
+    QCOMPARE(n, 23); // 11 ASCII + four characters of three bytes each
+    QCOMPARE(f.size(), 4 + n);
+    QCOMPARE(f.left(4), prefix(quint32(n)));
+    QCOMPARE(f.mid(4), msg.toUtf8());
+
+    QCOMPARE(DspFrameAssembler::frame(QString()), prefix(0));
+
+    // A character whose bytes are split between two reads is whole in the message.
+    DspFrameAssembler a;
+    QString out;
+    QCOMPARE(a.feed(f.left(12), &out), Status::Pending);
+    QCOMPARE(a.feed(f.mid(12), &out), Status::Complete);
+    QCOMPARE(out, msg);
+}
+
+void TestDspLink::replyInChunksEmittedOnce_data()
+{
+    QTest::addColumn<QList<int>>("cuts");
+    QTest::newRow("whole") << QList<int>{};
+    QTest::newRow("header alone, then payload") << QList<int>{4};
+    QTest::newRow("header alone, payload in three") << QList<int>{4, 10, 30};
+    QTest::newRow("header and a bit, then the rest") << QList<int>{7};
+    QTest::newRow("one byte at the end") << QList<int>{46};
+}
+
+void TestDspLink::replyInChunksEmittedOnce()
+{
+    QFETCH(QList<int>, cuts);
+    const QString msg = QStringLiteral("{\"ops\":\"getConfig\",\"result\":\"succ\",\"x\":\"1\"}");
+    const QByteArray f = DspFrameAssembler::frame(msg);
+    QCOMPARE(f.size(), 47);
+    DspFrameAssembler a;
+    QString out;
+    int from = 0;
+    for (int cut : cuts) {
+        QCOMPARE(a.feed(f.mid(from, cut - from), &out), Status::Pending);
+        QVERIFY(!a.expectingHeader());
+        QCOMPARE(a.remainingBytes(), 47 - cut);
+        from = cut;
+    }
+    QCOMPARE(a.feed(f.mid(from), &out), Status::Complete);
+    QCOMPARE(out, msg);
+    QVERIFY(a.expectingHeader());
+    QVERIFY(a.pendingText().isEmpty());
+
+    // The next message starts from nothing.
+    QCOMPARE(a.feed(DspFrameAssembler::frame(QStringLiteral("{}")), &out), Status::Complete);
+    QCOMPARE(out, QStringLiteral("{}"));
+}
+
+void TestDspLink::oddPrefixes()
+{
+    LogCapture log;
+    DspFrameAssembler a;
+    QString out;
+
+    // Too short for a prefix: logged with its size and thrown away.
+    QCOMPARE(a.feed(QByteArray("\x05\x00\x00", 3), &out), Status::ShortHeader);
+    QVERIFY(log.has(QStringLiteral("tcp 读取数据长度错误 3")));
+    QVERIFY(a.expectingHeader());
+    QCOMPARE(a.feed(DspFrameAssembler::frame(QStringLiteral("abc")), &out), Status::Complete);
+    QCOMPARE(out, QStringLiteral("abc"));
+
+    // A zero length is logged and the bytes after it still make a message.
+    QCOMPARE(a.feed(prefix(0) + "xyz", &out), Status::Complete);
+    QVERIFY(log.has(QStringLiteral("tcp 读取数据，解析长度错误 0")));
+    QCOMPARE(out, QStringLiteral("xyz"));
+    QCOMPARE(a.feed(prefix(0), &out), Status::Pending);
+    QCOMPARE(a.feed(QByteArray("q"), &out), Status::Complete);
+    QCOMPARE(out, QStringLiteral("q"));
+
+    // A zero byte ends the text, but every byte counts against the length.
+    QCOMPARE(a.feed(prefix(6) + QByteArray("ab\0cd", 5), &out), Status::Pending);
+    QCOMPARE(a.remainingBytes(), 1);
+    QCOMPARE(a.feed(QByteArray("e"), &out), Status::Complete);
+    QCOMPARE(out, QStringLiteral("abe"));
+}
+
+void TestDspLink::twoRepliesInOneChunk()
+{
+    DspFrameAssembler a;
+    QString out;
+    const QString first = QStringLiteral("{\"ops\":\"a\"}");
+    const QString second = QStringLiteral("{\"ops\":\"bb\"}");
+    // The second's prefix is 12 0 0 0: its bytes up to the first zero byte
+    // end up behind the first reply, the rest of it is gone.
+    QCOMPARE(a.feed(DspFrameAssembler::frame(first) + DspFrameAssembler::frame(second), &out), Status::Complete);
+    QCOMPARE(out, first + QChar(12));
+    QVERIFY(a.expectingHeader());
+
+    const QString third = QStringLiteral("{\"ops\":\"c\"}");
+    QCOMPARE(a.feed(DspFrameAssembler::frame(third), &out), Status::Complete);
+    QCOMPARE(out, third);
+}
+
+void TestDspLink::lengthGuard()
+{
+    LogCapture log;
+    DspFrameAssembler a;
+    QString out;
+    QCOMPARE(a.feed(prefix(DspFrameAssembler::kMaxPayload) + "{", &out), Status::Pending);
+    QCOMPARE(a.remainingBytes(), qint32(DspFrameAssembler::kMaxPayload - 1));
+
+    DspFrameAssembler b;
+    QCOMPARE(b.feed(prefix(DspFrameAssembler::kMaxPayload + 1) + "{", &out), Status::Broken);
+    QCOMPARE(log.count(QStringLiteral("tcp frame length out of range")), 1);
+    // A prefix that reads negative as a signed count is out of range too.
+    QCOMPARE(b.feed(prefix(0xffffffffu), &out), Status::Broken);
+    QVERIFY(b.expectingHeader());
+    QVERIFY(b.pendingText().isEmpty());
+}
+
+void TestDspLink::linkConnectsAndSendsFramed()
+{
+    LogCapture log;
+    FakeDsp dsp;
+    {
+        DspLink link;
+        QSignalSpy connected(&link, &DspLink::signal_connected);
+        link.start(kLoopback, dsp.port());
+        QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
+        QCOMPARE(connected.at(0).at(0).toString(), QStringLiteral("Connecting"));
+        QCOMPARE(connected.at(0).at(1).toBool(), false);
+        QCOMPARE(connected.at(1).at(0).toString(), QStringLiteral("Connecting"));
+        QCOMPARE(connected.at(1).at(1).toBool(), true);
+
+        const QString msg = QStringLiteral("{\"ops\":\"getConfig\",\"name\":\"主机\"}");
+        link.sendTcpRequest(msg);
+        QTRY_COMPARE_WITH_TIMEOUT(dsp.frames.size(), 1, 3000);
+        QCOMPARE(dsp.frames.at(0), msg);
+        QTRY_VERIFY_WITH_TIMEOUT(log.text().contains(QStringLiteral(" tcp send: 35 ") + msg), 3000);
+    }
+
+    // The opening text follows the interface language.
+    Language::setChinese(true);
+    DspLink link;
+    QSignalSpy connected(&link, &DspLink::signal_connected);
+    link.start(kLoopback, dsp.port());
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
+    QCOMPARE(connected.at(0).at(0).toString(), QStringLiteral("连接中"));
+    QCOMPARE(connected.at(1).at(0).toString(), QStringLiteral("连接中"));
+}
+
+void TestDspLink::splitReplyGivesOneMessage()
+{
+    LogCapture log;
+    FakeDsp dsp;
+    const QString reply = QStringLiteral("{\"ops\":\"getConfig\",\"result\":\"succ\",\"config\":{\"customStr\":\"舞台\"}}");
+    dsp.onFrame = [&](QTcpSocket *s, const QString &request) {
+        if (request.contains(QStringLiteral("\"twice\""))) {
+            s->write(DspFrameAssembler::frame(QStringLiteral("{\"ops\":\"twice\"}")));
+            return;
+        }
+        // Three writes with a pause between, so the link reads three chunks,
+        // the first of them the bare prefix.
+        const QByteArray f = DspFrameAssembler::frame(reply);
+        for (const QByteArray &part : {f.left(4), f.mid(4, 30), f.mid(34)}) {
+            s->write(part);
+            s->waitForBytesWritten(1000);
+            QTest::qWait(30);
+        }
+    };
+    DspLink link;
+    QSignalSpy connected(&link, &DspLink::signal_connected);
+    QSignalSpy received(&link, &DspLink::signal_recvMsg);
+    link.start(kLoopback, dsp.port());
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
+
+    link.sendTcpRequest(QStringLiteral("{\"ops\":\"getConfig\"}"));
+    QVERIFY(received.wait(3000));
+    QCOMPARE(received.count(), 1);
+    QCOMPARE(received.at(0).at(0).toString(), reply);
+
+    // A second exchange gives exactly one more message: nothing was left over.
+    link.sendTcpRequest(QStringLiteral("{\"ops\":\"twice\"}"));
+    QVERIFY(received.wait(3000));
+    QCOMPARE(received.count(), 2);
+    QCOMPARE(received.at(1).at(0).toString(), QStringLiteral("{\"ops\":\"twice\"}"));
+    QTRY_COMPARE_WITH_TIMEOUT(log.count(QStringLiteral("tcp ready all len ")), 2, 1000);
+    QCOMPARE(log.count(QStringLiteral("tcp 读取数据长度错误")), 0);
+}
+
+void TestDspLink::sendBeforeConnectedIsDropped()
+{
+    LogCapture log;
+    FakeDsp dsp;
+    // Driven on this thread, so the early send certainly comes before the
+    // link exists.
+    DevDspTcpSocketThread transport;
+    transport.setHost(kLoopback, dsp.port());
+    QSignalSpy connected(&transport, &DevDspTcpSocketThread::signal_connected);
+    transport.slot_sendMsg(QStringLiteral("{\"ops\":\"early\"}"));
+    QVERIFY(log.has(QStringLiteral("tcpThread: tcp not ready")));
+
+    transport.slot_runThread();
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
+    transport.slot_sendMsg(QStringLiteral("{\"ops\":\"probe\"}"));
+    QTRY_COMPARE_WITH_TIMEOUT(dsp.frames.size(), 1, 3000);
+    QCOMPARE(dsp.frames, QStringList{QStringLiteral("{\"ops\":\"probe\"}")});
+    QCOMPARE(log.count(QStringLiteral("tcpThread: tcp not ready")), 1);
+
+    // A second opening keeps the one socket.
+    transport.slot_runThread();
+    QCOMPARE(connected.count(), 2);
+    QCOMPARE(dsp.peers.size(), 1);
+}
+
+void TestDspLink::peerCloseAndBrokenStream()
+{
+    LogCapture log;
+    FakeDsp dsp;
+    DspLink link;
+    QSignalSpy connected(&link, &DspLink::signal_connected);
+    QSignalSpy disconnected(&link, &DspLink::signal_disconnected);
+    QSignalSpy state(&link, &DspLink::signal_stateChanged);
+    QSignalSpy received(&link, &DspLink::signal_recvMsg);
+    link.start(kLoopback, dsp.port());
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
+
+    dsp.last()->disconnectFromHost();
+    QTRY_COMPARE_WITH_TIMEOUT(disconnected.count(), 1, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(state.count(), 1, 3000);
+    QCOMPARE(state.at(0).at(0).toInt(), 0);
+    QVERIFY(log.has(QStringLiteral("slot_stateChanged 0")));
+
+    // A prefix beyond any document: the link drops the connection itself and
+    // reports it like a close.
+    link.reconnect(kLoopback);
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 3, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(dsp.peers.size(), 2, 3000);
+    dsp.last()->write(prefix(80u * 1024 * 1024) + "{\"ops\"");
+    QTRY_COMPARE_WITH_TIMEOUT(disconnected.count(), 2, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(state.count(), 2, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(dsp.closed, 2, 3000);
+    QCOMPARE(received.count(), 0);
+    QCOMPARE(log.count(QStringLiteral("tcp frame length out of range")), 1);
+}
+
+void TestDspLink::reconnectionKeepsStoredAddress()
+{
+    LogCapture log;
+    FakeDsp first;
+    FakeDsp second(QHostAddress(QStringLiteral("127.0.0.2")), first.port());
+    second.onFrame = [](QTcpSocket *s, const QString &) { s->write(DspFrameAssembler::frame(QStringLiteral("{\"from\":\"2\"}"))); };
+    DspLink link;
+    QSignalSpy connected(&link, &DspLink::signal_connected);
+    QSignalSpy disconnected(&link, &DspLink::signal_disconnected);
+    QSignalSpy state(&link, &DspLink::signal_stateChanged);
+    QSignalSpy received(&link, &DspLink::signal_recvMsg);
+    link.start(kLoopback, first.port());
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
+    // Half a reply from the old connection must not prefix the new one's.
+    first.last()->write(prefix(100) + "{\"stale\"");
+    first.last()->flush();
+    QTest::qWait(50);
+
+    link.reconnect(kLoopback2);
+    QTRY_COMPARE_WITH_TIMEOUT(second.peers.size(), 1, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 3, 3000);
+    QCOMPARE(connected.at(2).at(1).toBool(), true);
+    QTRY_COMPARE_WITH_TIMEOUT(first.closed, 1, 3000);
+    // The drop of the old connection is not reported.
+    QCOMPARE(disconnected.count(), 0);
+    QCOMPARE(state.count(), 0);
+    QVERIFY(log.has(QStringLiteral("reconnection")));
+    QCOMPARE(link.transport()->hostIp(), kLoopback);
+    QCOMPARE(link.transport()->hostPort(), uint32_t(first.port()));
+
+    link.sendTcpRequest(QStringLiteral("{\"ops\":\"getConfig\"}"));
+    QVERIFY(received.wait(3000));
+    QCOMPARE(received.at(0).at(0).toString(), QStringLiteral("{\"from\":\"2\"}"));
+}
+
+void TestDspLink::stopDestroysCleanly()
+{
+    LogCapture log;
+    FakeDsp dsp;
+    DspLink link;
+    QSignalSpy connected(&link, &DspLink::signal_connected);
+    link.start(kLoopback, dsp.port());
+    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
+    QPointer<DevDspTcpSocketThread> transport = link.transport();
+    QVERIFY(transport);
+    QVERIFY(link.isRunning());
+
+    link.stop();
+    QVERIFY(!transport);
+    QVERIFY(!link.transport());
+    QVERIFY(!link.isRunning());
+    const QStringList lines = log.lines();
+    const int destructor = lines.indexOf(QStringLiteral("~DevDspTcpSocketThread"));
+    QVERIFY(destructor >= 0);
+    QVERIFY(lines.indexOf(QStringLiteral("~~~delete tcpSocket")) > destructor);
+    QTRY_COMPARE_WITH_TIMEOUT(dsp.closed, 1, 3000);
+
+    // Stopping twice is harmless; a link that never got through stops as well.
+    link.stop();
+    link.start(kLoopback, closedPort());
+    QSignalSpy state(&link, &DspLink::signal_stateChanged);
+    QVERIFY(state.wait(3000));
+    link.stop();
+    QCOMPARE(log.count(QStringLiteral("~~~delete tcpSocket")), 2);
+
+    // Stopped before its event loop ran: the transport still goes with the thread.
+    link.start(kLoopback, dsp.port());
+    transport = link.transport();
+    link.stop();
+    QVERIFY(!transport);
+    QCOMPARE(log.count(QStringLiteral("~~~delete tcpSocket")), 3);
+
+    // Sends after the stop go nowhere.
+    link.sendTcpRequest(QStringLiteral("{}"));
+}
+
+void TestDspLink::exchangeSucceeds()
+{
+    LogCapture log;
+    FakeDsp dsp;
+    const QString reply = QStringLiteral("{\"ops\":\"getConfig\",\"result\":\"succ\",\"config\":{\"customStr\":\"会议室\"}}");
+    dsp.onFrame = [&](QTcpSocket *s, const QString &) {
+        const QByteArray f = DspFrameAssembler::frame(reply);
+        s->write(f.left(4));
+        s->waitForBytesWritten(1000);
+        QTest::qWait(30);
+        s->write(f.mid(4, 10));
+        s->waitForBytesWritten(1000);
+        QTest::qWait(30);
+        s->write(f.mid(14));
+    };
+    const QString request = QStringLiteral("{\"ops\":\"getConfig\",\"uiTag\":\"dspUiTag\"}");
+    const DspExchange::Result r = exchangeOffThread(
+        [&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, dsp.port()); });
+    QVERIFY(r.ok);
+    QCOMPARE(r.reply, reply);
+    QVERIFY(r.message.isEmpty());
+    QCOMPARE(dsp.frames, QStringList{request});
+    QVERIFY(log.has(QStringLiteral("send msg ") + request));
+    QVERIFY(log.count(QStringLiteral("read data ")) >= 2);
+    QTRY_COMPARE_WITH_TIMEOUT(dsp.closed, 1, 3000);
+}
+
+void TestDspLink::exchangeFailures()
+{
+    LogCapture log;
+    const QString request = QStringLiteral("{\"ops\":\"getConfig\"}");
+
+    // Nobody listening.
+    DspExchange::Result r = exchangeOffThread(
+        [&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, closedPort()); });
+    QVERIFY(!r.ok);
+    QCOMPARE(r.title, QStringLiteral("Notice"));
+    QCOMPARE(r.message, QStringLiteral("Connection failed. Please reopen the device window."));
+    QVERIFY(r.reply.isEmpty());
+
+    Language::setChinese(true);
+    r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, closedPort()); });
+    QCOMPARE(r.message, tx(Tx::DspConnectFailed, true));
+
+    // Connected but silent: gives up after the limit, each wait logged.
+    FakeDsp silent;
+    qint64 took = 0;
+    r = exchangeOffThread(
+        [&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, silent.port(), 300, 1200); }, &took);
+    QVERIFY(!r.ok);
+    QCOMPARE(r.title, QStringLiteral("提示"));
+    QCOMPARE(r.message, QStringLiteral("通信失败"));
+    QVERIFY2(took >= 1100 && took < 3000, qPrintable(QString::number(took)));
+    QVERIFY(log.count(QStringLiteral("read no data")) >= 3);
+    QTRY_COMPARE_WITH_TIMEOUT(silent.closed, 1, 3000);
+
+    // A first read too short for a prefix ends the exchange at once.
+    FakeDsp shortReply;
+    shortReply.onFrame = [](QTcpSocket *s, const QString &) { s->write("{}", 2); };
+    r = exchangeOffThread(
+        [&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, shortReply.port(), 300, 5000); }, &took);
+    QVERIFY(!r.ok);
+    QCOMPARE(r.message, QStringLiteral("通信失败"));
+    QVERIFY(log.has(QStringLiteral("tcp 读取数据长度错误 2")));
+    QVERIFY2(took < 2000, qPrintable(QString::number(took)));
+
+    // The device hangs up halfway: no waiting out the limit.
+    FakeDsp hangsUp;
+    hangsUp.onFrame = [](QTcpSocket *s, const QString &) {
+        s->write(prefix(50) + "{\"ops\"");
+        s->disconnectFromHost();
+    };
+    r = exchangeOffThread(
+        [&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, hangsUp.port(), 1000, 5000); }, &took);
+    QVERIFY(!r.ok);
+    QCOMPARE(r.message, QStringLiteral("通信失败"));
+    QVERIFY2(took < 2000, qPrintable(QString::number(took)));
+}
+
+QTEST_GUILESS_MAIN(TestDspLink)
+#include "tst_dsplink.moc"
