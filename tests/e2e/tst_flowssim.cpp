@@ -16,6 +16,8 @@
 #include "widgets/snackbar.h"
 #include "widgets/style.h"
 
+#include "../support/noticeanswers.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QLabel>
@@ -69,15 +71,7 @@ void TestFlowsSim::initTestCase()
     m_page = qobject_cast<StreamForm *>(m_window->pageWidget(MainWindow::Flows));
     QVERIFY(m_page);
     // Every question is answered yes, and remembered.
-    m_answer.setInterval(20);
-    connect(&m_answer, &QTimer::timeout, this, [this] {
-        if (auto *box = qobject_cast<NoticeBox *>(QApplication::activeModalWidget())) {
-            m_questions.append(box->text());
-            const char *button = box->kind() == NoticeBox::Confirm ? "pb_yes" : "pb_ok";
-            QTest::mouseClick(box->findChild<QPushButton *>(button), Qt::LeftButton);
-        }
-    });
-    m_answer.start();
+    NoticeAnswers::answerAll(&m_answer, &m_questions);
     QTRY_COMPARE_WITH_TIMEOUT(m_window->deviceLink()->registry().deviceCount(), 8, 15000);
     QTRY_COMPARE_WITH_TIMEOUT(m_window->deviceLink()->registry().flowCount(), 2, 15000);
 }

@@ -11,6 +11,8 @@
 #include "widgets/snackbar.h"
 #include "widgets/style.h"
 
+#include "../support/noticeanswers.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QGraphicsView>
@@ -76,15 +78,7 @@ void TestRoutingGridSim::initTestCase()
     QVERIFY(m_form);
     // Every question is answered yes (the virtual devices sit on 127/8,
     // which never counts as one network), and remembered.
-    m_answer.setInterval(20);
-    connect(&m_answer, &QTimer::timeout, this, [this] {
-        if (auto *box = qobject_cast<NoticeBox *>(QApplication::activeModalWidget())) {
-            m_questions.append(box->text());
-            const char *button = box->kind() == NoticeBox::Confirm ? "pb_yes" : "pb_ok";
-            QTest::mouseClick(box->findChild<QPushButton *>(button), Qt::LeftButton);
-        }
-    });
-    m_answer.start();
+    NoticeAnswers::answerAll(&m_answer, &m_questions);
     // The whole network first: lines must not move under a click.
     QTRY_COMPARE_WITH_TIMEOUT(m_window->deviceLink()->registry().deviceCount(), 8, 15000);
     QTRY_COMPARE_WITH_TIMEOUT(m_window->deviceLink()->registry().flowCount(), 2, 15000);

@@ -7,6 +7,7 @@
 #include "protocol/ipv4.h"
 #include "widgets/noticebox.h"
 
+#include "../support/noticeanswers.h"
 #include "../support/packets.h"
 
 #include <QApplication>
@@ -42,21 +43,7 @@ QJsonObject txFlow(int id, const char *name, const char *group, const QJsonArray
                        {"srcChIdArr", channels}};
 }
 
-/// Presses a button of the next notice or confirm box, and remembers its text.
-void answerNextBox(const char *button, QString *text = nullptr, int tries = 400)
-{
-    QTimer::singleShot(5, [=] {
-        auto *box = qobject_cast<NoticeBox *>(QApplication::activeModalWidget());
-        if (!box) {
-            if (tries > 0)
-                answerNextBox(button, text, tries - 1);
-            return;
-        }
-        if (text)
-            *text = box->text();
-        QTest::mouseClick(box->findChild<QPushButton *>(button), Qt::LeftButton);
-    });
-}
+using NoticeAnswers::answerNextBox;
 
 QJsonObject sent(const QSignalSpy &spy, int i = 0)
 {

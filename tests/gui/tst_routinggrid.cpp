@@ -6,6 +6,7 @@
 #include "routing/routecellitem.h"
 #include "widgets/noticebox.h"
 
+#include "../support/noticeanswers.h"
 #include "../support/packets.h"
 
 #include <QApplication>
@@ -40,21 +41,7 @@ void freeStreams(DevManager &reg, const char *devId, const char *address)
     reg.intakeReply(page("getAllUcastTx", devId, free), Ipv4::fromText(address));
 }
 
-/// Presses a button of the next notice or confirm box, and remembers its text.
-void answerNextBox(const char *button, QString *text = nullptr, int tries = 400)
-{
-    QTimer::singleShot(5, [=] {
-        auto *box = qobject_cast<NoticeBox *>(QApplication::activeModalWidget());
-        if (!box) {
-            if (tries > 0)
-                answerNextBox(button, text, tries - 1);
-            return;
-        }
-        if (text)
-            *text = box->text();
-        QTest::mouseClick(box->findChild<QPushButton *>(button), Qt::LeftButton);
-    });
-}
+using NoticeAnswers::answerNextBox;
 
 } // namespace
 

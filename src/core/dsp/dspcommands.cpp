@@ -269,18 +269,31 @@ DspCommands::Reply DspCommands::readReply(const QJsonObject &o)
     return r;
 }
 
+namespace {
+
+// Both edits start from the block as the document holds it.
+bool startEdit(const CDeviceDspData &doc, const DspBlockAddress &at, DspCommands::Edit *e, QString *flag)
+{
+    const DspBlock *b = doc.block(at);
+    *flag = doc.blockFlag(at);
+    if (!b || flag->isEmpty()) {
+        e->error = tx(Tx::DspNoSuchBlock).arg(at.nodeId).arg(at.portIndex).arg(at.procIndex);
+        return false;
+    }
+    e->block = *b;
+    return true;
+}
+
+} // namespace
+
 DspCommands::Edit DspCommands::planSetBlock(const CDeviceDspData &doc, const DspBlockAddress &at, const QString &params)
 {
     Edit e;
-    const DspBlock *b = doc.block(at);
-    const QString flag = doc.blockFlag(at);
-    if (!b || flag.isEmpty()) {
-        e.error = tx(Tx::DspNoSuchBlock).arg(at.nodeId).arg(at.portIndex).arg(at.procIndex);
+    QString flag;
+    if (!startEdit(doc, at, &e, &flag))
         return e;
-    }
-    e.block = *b;
-    if (!b->isKnownType()) {
-        e.error = tx(Tx::DspUnknownBlockType).arg(b->type());
+    if (!e.block.isKnownType()) {
+        e.error = tx(Tx::DspUnknownBlockType).arg(e.block.type());
         return e;
     }
     const QByteArray utf8 = params.toUtf8();
@@ -298,13 +311,9 @@ DspCommands::Edit DspCommands::planSetBlock(const CDeviceDspData &doc, const Dsp
 DspCommands::Edit DspCommands::planBypass(const CDeviceDspData &doc, const DspBlockAddress &at, const QString &value)
 {
     Edit e;
-    const DspBlock *b = doc.block(at);
-    const QString flag = doc.blockFlag(at);
-    if (!b || flag.isEmpty()) {
-        e.error = tx(Tx::DspNoSuchBlock).arg(at.nodeId).arg(at.portIndex).arg(at.procIndex);
+    QString flag;
+    if (!startEdit(doc, at, &e, &flag))
         return e;
-    }
-    e.block = *b;
     const QString v = value.trimmed();
     if (v != QLatin1String("0") && v != QLatin1String("1")) {
         e.error = tx(Tx::DspBypassValue);
