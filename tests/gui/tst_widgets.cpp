@@ -5,6 +5,8 @@
 #include "widgets/styledslider.h"
 
 #include <QApplication>
+#include <QLineEdit>
+#include <QVBoxLayout>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTimer>
@@ -69,6 +71,15 @@ void TestWidgets::framelessDialogMovesWhenDragged()
     QApplication::sendEvent(strip, &move);
     QTest::mouseRelease(strip, Qt::LeftButton, {}, QPoint(90, 30));
     QCOMPARE(d.pos(), start + QPoint(40, 20));
+
+    // Enter in a field of a dialog without buttons of its own closes nothing.
+    auto *field = new QLineEdit(&d);
+    d.contentLayout()->addWidget(field);
+    field->setFocus();
+    QSignalSpy rejected(&d, &QDialog::rejected);
+    QTest::keyClick(field, Qt::Key_Return);
+    QCOMPARE(rejected.count(), 0);
+    QVERIFY(d.isVisible());
 }
 
 void TestWidgets::busyOverlayTimesOut()

@@ -49,8 +49,6 @@ McastWidget::McastWidget(QWidget *parent)
     grid->addWidget(m_channels, 5, 1);
     grid->setColumnStretch(1, 1);
     contentLayout()->addWidget(body);
-    // Enter must not close a read-only window by surprise.
-    closeButton()->setAutoDefault(false);
     resize(scaled(460), sizeHint().height());
     retranslate();
 }

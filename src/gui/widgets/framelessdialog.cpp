@@ -36,6 +36,10 @@ FramelessDialog::FramelessDialog(QWidget *parent)
     m_close->setFixedSize(scaled(32), scaled(28));
     m_close->setStyleSheet(QStringLiteral("QPushButton { border: none; background: transparent; padding: 0; min-height: 0; }"
                                           "QPushButton:hover { background-color: rgb(214, 72, 72); }"));
+    // Enter belongs to the dialog's own buttons; the close cross must never
+    // be the one it presses.
+    m_close->setAutoDefault(false);
+    m_close->setFocusPolicy(Qt::NoFocus);
     connect(m_close, &QPushButton::clicked, this, &QDialog::reject);
 
     auto *stripLayout = new QHBoxLayout(strip);
