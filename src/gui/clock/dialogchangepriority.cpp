@@ -40,22 +40,10 @@ DialogChangePriority::DialogChangePriority(const QString &devId, int currentPrio
     contentLayout()->addLayout(field);
     contentLayout()->addWidget(m_refusal);
 
-    m_ok = new QPushButton(this);
-    m_ok->setObjectName(QStringLiteral("pb_ok"));
-    m_ok->setProperty("role", QStringLiteral("primary"));
-    m_ok->setMinimumWidth(scaled(90));
-    m_ok->setDefault(true);
-    m_cancel = new QPushButton(this);
-    m_cancel->setObjectName(QStringLiteral("pb_cancel"));
-    m_cancel->setMinimumWidth(scaled(90));
-    auto *buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(m_cancel);
-    buttons->addWidget(m_ok);
-    contentLayout()->addLayout(buttons);
-
+    const OkCancel buttons = addOkCancelRow();
+    m_ok = buttons.ok;
+    m_cancel = buttons.cancel;
     connect(m_ok, &QPushButton::clicked, this, &DialogChangePriority::on_pb_ok_clicked);
-    connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
     retranslate();
 }
 

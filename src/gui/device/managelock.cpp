@@ -84,21 +84,10 @@ ManageLock::ManageLock(const QString &devId, const LockChoice &current, QWidget 
     passwordRow->addWidget(m_password, 1);
     contentLayout()->addLayout(passwordRow);
 
-    m_cancel = new QPushButton(this);
-    m_cancel->setObjectName(QStringLiteral("pb_cancel"));
-    m_ok = new QPushButton(this);
-    m_ok->setObjectName(QStringLiteral("pb_ok"));
-    m_ok->setProperty("role", QStringLiteral("primary"));
-    m_ok->setDefault(true);
-    for (QPushButton *b : {m_cancel, m_ok})
-        b->setMinimumWidth(scaled(90));
+    const OkCancel buttons = addOkCancelRow();
+    m_ok = buttons.ok;
+    m_cancel = buttons.cancel;
     connect(m_ok, &QPushButton::clicked, this, &ManageLock::onOk);
-    connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
-    auto *buttons = new QHBoxLayout;
-    buttons->addStretch(1);
-    buttons->addWidget(m_cancel);
-    buttons->addWidget(m_ok);
-    contentLayout()->addLayout(buttons);
     retranslate();
 }
 

@@ -19,21 +19,10 @@ PasswordPrompt::PasswordPrompt(QWidget *parent)
     m_password->setObjectName(QStringLiteral("le_password"));
     contentLayout()->addWidget(m_password);
 
-    m_cancel = new QPushButton(this);
-    m_cancel->setObjectName(QStringLiteral("pb_cancel"));
-    m_ok = new QPushButton(this);
-    m_ok->setObjectName(QStringLiteral("pb_ok"));
-    m_ok->setProperty("role", QStringLiteral("primary"));
-    m_ok->setDefault(true);
-    for (QPushButton *b : {m_cancel, m_ok})
-        b->setMinimumWidth(scaled(90));
+    const OkCancel buttons = addOkCancelRow();
+    m_ok = buttons.ok;
+    m_cancel = buttons.cancel;
     connect(m_ok, &QPushButton::clicked, this, &QDialog::accept);
-    connect(m_cancel, &QPushButton::clicked, this, &QDialog::reject);
-    auto *row = new QHBoxLayout;
-    row->addStretch(1);
-    row->addWidget(m_cancel);
-    row->addWidget(m_ok);
-    contentLayout()->addLayout(row);
     retranslate();
     m_password->setFocus();
 }

@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPushButton>
+#include <QVariant>
 #include <QVBoxLayout>
 
 FramelessDialog::FramelessDialog(QWidget *parent)
@@ -76,4 +77,22 @@ void FramelessDialog::paintEvent(QPaintEvent *)
     p.fillRect(rect(), Style::kBackground);
     p.setPen(Style::kBorder);
     p.drawRect(rect().adjusted(0, 0, -1, -1));
+}
+
+FramelessDialog::OkCancel FramelessDialog::addOkCancelRow()
+{
+    OkCancel b{new QPushButton(this), new QPushButton(this)};
+    b.cancel->setObjectName(QStringLiteral("pb_cancel"));
+    b.ok->setObjectName(QStringLiteral("pb_ok"));
+    b.ok->setProperty("role", QStringLiteral("primary"));
+    b.ok->setDefault(true);
+    for (QPushButton *button : {b.cancel, b.ok})
+        button->setMinimumWidth(scaled(90));
+    connect(b.cancel, &QPushButton::clicked, this, &QDialog::reject);
+    auto *row = new QHBoxLayout;
+    row->addStretch(1);
+    row->addWidget(b.cancel);
+    row->addWidget(b.ok);
+    m_content->addLayout(row);
+    return b;
 }

@@ -20,6 +20,15 @@ public:
     QVBoxLayout *contentLayout() const { return m_content; }
     QPushButton *closeButton() const { return m_close; }
 
+    /// The usual bottom row, right-aligned: "pb_cancel", which rejects, and
+    /// "pb_ok", the default button; the caller connects ok and sets texts.
+    struct OkCancel
+    {
+        QPushButton *ok;
+        QPushButton *cancel;
+    };
+    OkCancel addOkCancelRow();
+
 protected:
     void paintEvent(QPaintEvent *event) override;
 
