@@ -4,7 +4,7 @@
 #include "benchpackets.h"
 #include "benchreport.h"
 
-#include "devices/devmanager.h"
+#include "core/devices/devmanager.h"
 
 #include <QElapsedTimer>
 #include <QJsonObject>

@@ -7,8 +7,8 @@
 
 #include "../tests/support/dspdocgen.h"
 
-#include "app/log.h"
-#include "dsp/cdevicedspdata.h"
+#include "core/app/log.h"
+#include "core/dsp/cdevicedspdata.h"
 
 #include <QElapsedTimer>
 

@@ -6,9 +6,9 @@
 
 #include "benchreport.h"
 
-#include "app/log.h"
-#include "dsp/dspframeassembler.h"
-#include "dsp/dsplink.h"
+#include "core/app/log.h"
+#include "core/dsp/dspframeassembler.h"
+#include "core/dsp/dsplink.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

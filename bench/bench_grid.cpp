@@ -5,12 +5,12 @@
 
 #include "benchreport.h"
 
-#include "app/scalefactors.h"
-#include "devices/devmanager.h"
-#include "protocol/ipv4.h"
-#include "routing/cellgraphicsscene.h"
-#include "routing/cellrouteform.h"
-#include "routing/routegrid.h"
+#include "core/app/scalefactors.h"
+#include "core/devices/devmanager.h"
+#include "core/protocol/ipv4.h"
+#include "gui/routing/cellgraphicsscene.h"
+#include "gui/routing/cellrouteform.h"
+#include "core/routing/routegrid.h"
 
 #include <QApplication>
 #include <QElapsedTimer>

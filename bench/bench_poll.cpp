@@ -5,8 +5,8 @@
 #include "benchpackets.h"
 #include "benchreport.h"
 
-#include "devices/devmanager.h"
-#include "protocol/commandsink.h"
+#include "core/devices/devmanager.h"
+#include "core/protocol/commandsink.h"
 
 #include <QElapsedTimer>
 #include <QVector>

@@ -6,7 +6,7 @@
 #include "benchpackets.h"
 #include "benchreport.h"
 
-#include "protocol/devicelink.h"
+#include "core/protocol/devicelink.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>

@@ -1,7 +1,7 @@
 // SAP parsing throughput. Every announcement on the SAP group passes through the parser on the receive thread,
 // so a large network's burst of announcements must not hold that thread up.
 
-#include "protocol/sapparser.h"
+#include "core/protocol/sapparser.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>

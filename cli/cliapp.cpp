@@ -1,10 +1,10 @@
 #include "cliapp.h"
 
 #include "clioutput.h"
-#include "app/netscan.h"
-#include "protocol/devicelink.h"
-#include "protocol/requestrouter.h"
-#include "routing/routelist.h"
+#include "core/app/netscan.h"
+#include "core/protocol/devicelink.h"
+#include "core/protocol/requestrouter.h"
+#include "core/routing/routelist.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

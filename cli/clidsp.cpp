@@ -2,14 +2,14 @@
 // through the same transport, document and command code as the DSP window.
 #include "cliapp.h"
 
-#include "app/texts.h"
-#include "devices/devicemodels.h"
-#include "devices/devmanager.h"
-#include "dsp/cdevicedspdata.h"
-#include "dsp/dspcommands.h"
-#include "dsp/dsplink.h"
-#include "protocol/devicelink.h"
-#include "protocol/ipv4.h"
+#include "core/app/texts.h"
+#include "core/devices/devicemodels.h"
+#include "core/devices/devmanager.h"
+#include "core/dsp/cdevicedspdata.h"
+#include "core/dsp/dspcommands.h"
+#include "core/dsp/dsplink.h"
+#include "core/protocol/devicelink.h"
+#include "core/protocol/ipv4.h"
 
 #include <QEventLoop>
 #include <QJsonDocument>

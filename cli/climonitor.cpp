@@ -4,13 +4,13 @@
 #include "cliapp.h"
 
 #include "clioutput.h"
-#include "clock/clockrow.h"
-#include "devices/devicemodels.h"
-#include "devices/deviceuistore.h"
-#include "devices/devmanager.h"
-#include "monitor/levelstracker.h"
-#include "monitor/netstatstracker.h"
-#include "protocol/devicelink.h"
+#include "core/clock/clockrow.h"
+#include "core/devices/devicemodels.h"
+#include "core/devices/deviceuistore.h"
+#include "core/devices/devmanager.h"
+#include "core/monitor/levelstracker.h"
+#include "core/monitor/netstatstracker.h"
+#include "core/protocol/devicelink.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #include "clioutput.h"
 
-#include "protocol/ipv4.h"
+#include "core/protocol/ipv4.h"
 
 namespace CliOutput {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "devices/devicerecord.h"
-#include "routing/routelist.h"
+#include "core/devices/devicerecord.h"
+#include "core/routing/routelist.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

@@ -2,14 +2,14 @@
 // the stream page follow, with --yes standing in for the user's answers.
 #include "cliapp.h"
 
-#include "app/commandplan.h"
-#include "devices/devmanager.h"
-#include "devices/deviceuistore.h"
-#include "mcast/flowplan.h"
-#include "protocol/devicelink.h"
-#include "protocol/ipv4.h"
-#include "protocol/replyrouter.h"
-#include "routing/routeplan.h"
+#include "core/app/commandplan.h"
+#include "core/devices/devmanager.h"
+#include "core/devices/deviceuistore.h"
+#include "core/mcast/flowplan.h"
+#include "core/protocol/devicelink.h"
+#include "core/protocol/ipv4.h"
+#include "core/protocol/replyrouter.h"
+#include "core/routing/routeplan.h"
 
 #include <QDateTime>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #include "cliapp.h"
 
-#include "app/log.h"
+#include "core/app/log.h"
 
 #include <QCoreApplication>
 #include <QNetworkProxy>

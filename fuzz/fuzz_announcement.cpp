@@ -6,10 +6,10 @@
 // nothing is lost by splitting there); each input starts from an empty registry, so a finding replays from its
 // file alone.
 
-#include "app/log.h"
-#include "devices/devmanager.h"
-#include "protocol/commandsink.h"
-#include "protocol/jsonintake.h"
+#include "core/app/log.h"
+#include "core/devices/devmanager.h"
+#include "core/protocol/commandsink.h"
+#include "core/protocol/jsonintake.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -4,10 +4,10 @@
 // blocks of an accepted document also go through an empty user edit and back through apply(), which must
 // change nothing.
 
-#include "app/log.h"
-#include "dsp/cdevicedspdata.h"
-#include "dsp/dspcommands.h"
-#include "protocol/jsonintake.h"
+#include "core/app/log.h"
+#include "core/dsp/cdevicedspdata.h"
+#include "core/dsp/dspcommands.h"
+#include "core/protocol/jsonintake.h"
 
 #include <QJsonDocument>
 

@@ -4,8 +4,8 @@
 // Input: the first byte picks the chunk sizes (low five bits: the base size, high three: how much it varies
 // from chunk to chunk); the rest is the stream, fed chunk by chunk into one assembler.
 
-#include "app/log.h"
-#include "dsp/dspframeassembler.h"
+#include "core/app/log.h"
+#include "core/dsp/dspframeassembler.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -4,10 +4,10 @@
 // An input holds up to 16 replies separated by zero bytes, sent in turn from the two known devices and from an
 // unknown address. Each input starts from the same two devices, so a finding replays from its file alone.
 
-#include "app/log.h"
-#include "devices/devmanager.h"
-#include "protocol/commandsink.h"
-#include "protocol/replyrouter.h"
+#include "core/app/log.h"
+#include "core/devices/devmanager.h"
+#include "core/protocol/commandsink.h"
+#include "core/protocol/replyrouter.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,6 +1,6 @@
 // SAP datagrams arrive from anyone on the network; the parser must survive every byte pattern.
 
-#include "protocol/sapparser.h"
+#include "core/protocol/sapparser.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #include "simnetwork.h"
 #include "simscenario.h"
 
-#include "app/log.h"
+#include "core/app/log.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -7,7 +7,7 @@
 #include "simrequest.h"
 #include "simsap.h"
 
-#include "app/log.h"
+#include "core/app/log.h"
 
 #include <QJsonDocument>
 #include <QTimer>

@@ -3,7 +3,7 @@
 #include "simfaults.h"
 #include "simnetwork.h"
 
-#include "app/log.h"
+#include "core/app/log.h"
 
 #include <QList>
 #include <QTcpServer>

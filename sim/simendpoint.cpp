@@ -1,6 +1,6 @@
 #include "simendpoint.h"
 
-#include "app/log.h"
+#include "core/app/log.h"
 
 #include <QNetworkInterface>
 #include <QUdpSocket>

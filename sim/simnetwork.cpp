@@ -2,7 +2,7 @@
 
 #include "simdevice.h"
 
-#include "app/log.h"
+#include "core/app/log.h"
 
 #include <QNetworkDatagram>
 #include <QUdpSocket>

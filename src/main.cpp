@@ -1,11 +1,11 @@
-#include "app/appconfig.h"
-#include "app/log.h"
-#include "app/platform.h"
-#include "app/scalefactors.h"
-#include "app/screenmetrics.h"
-#include "routing/hiddenchannels.h"
-#include "app/mainwindow.h"
-#include "widgets/style.h"
+#include "core/app/appconfig.h"
+#include "core/app/log.h"
+#include "core/app/platform.h"
+#include "core/app/scalefactors.h"
+#include "gui/app/screenmetrics.h"
+#include "core/routing/hiddenchannels.h"
+#include "gui/app/mainwindow.h"
+#include "gui/widgets/style.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

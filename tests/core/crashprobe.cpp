@@ -1,6 +1,6 @@
 // A child process for the crash-handler test: installs the handler the
 // program installs, then crashes the way it is told to.
-#include "app/platform.h"
+#include "core/app/platform.h"
 
 #include <QCoreApplication>
 #include <csignal>

@@ -1,7 +1,7 @@
-#include "app/appconfig.h"
-#include "app/log.h"
-#include "app/scalefactors.h"
-#include "app/usersettings.h"
+#include "core/app/appconfig.h"
+#include "core/app/log.h"
+#include "core/app/scalefactors.h"
+#include "core/app/usersettings.h"
 
 #include <QFile>
 #include <QSettings>

@@ -1,11 +1,11 @@
 // The clock page's rules: role and state, the priority cell, the priority
 // dialog's check and command, the row's problems.
-#include "app/language.h"
-#include "clock/clockpriority.h"
-#include "clock/clockrow.h"
-#include "clock/clockstatus.h"
-#include "devices/deviceuistore.h"
-#include "devices/devmanager.h"
+#include "core/app/language.h"
+#include "core/clock/clockpriority.h"
+#include "core/clock/clockrow.h"
+#include "core/clock/clockstatus.h"
+#include "core/devices/deviceuistore.h"
+#include "core/devices/devmanager.h"
 
 #include "../support/packets.h"
 

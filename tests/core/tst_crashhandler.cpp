@@ -1,5 +1,5 @@
-#include "app/appinfo.h"
-#include "app/platform.h"
+#include "core/app/appinfo.h"
+#include "core/app/platform.h"
 
 #include <QDateTime>
 #include <QDir>

@@ -1,5 +1,5 @@
-#include "device/addressplan.h"
-#include "device/lockplan.h"
+#include "core/device/addressplan.h"
+#include "core/device/lockplan.h"
 
 #include <QtTest>
 

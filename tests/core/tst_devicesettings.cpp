@@ -1,13 +1,13 @@
-#include "app/language.h"
-#include "app/texts.h"
-#include "device/addressplan.h"
-#include "device/amplifierinfo.h"
-#include "device/gpiopin.h"
-#include "device/lockchoice.h"
-#include "device/lockplan.h"
-#include "device/settingsdisplay.h"
-#include "device/settingsplan.h"
-#include "devices/deviceuistore.h"
+#include "core/app/language.h"
+#include "core/app/texts.h"
+#include "core/device/addressplan.h"
+#include "core/device/amplifierinfo.h"
+#include "core/device/gpiopin.h"
+#include "core/device/lockchoice.h"
+#include "core/device/lockplan.h"
+#include "core/device/settingsdisplay.h"
+#include "core/device/settingsplan.h"
+#include "core/devices/deviceuistore.h"
 
 #include <QJsonDocument>
 #include <QtTest>

@@ -1,5 +1,5 @@
-#include "devices/devmanager.h"
-#include "protocol/ipv4.h"
+#include "core/devices/devmanager.h"
+#include "core/protocol/ipv4.h"
 
 #include "../support/packets.h"
 #include "../support/recordingsink.h"

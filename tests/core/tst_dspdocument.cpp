@@ -1,9 +1,9 @@
-#include "app/language.h"
-#include "app/log.h"
-#include "dsp/cdevicedspdata.h"
-#include "dsp/dspcommands.h"
-#include "dsp/dspdefaults.h"
-#include "dsp/dspjsonwriter.h"
+#include "core/app/language.h"
+#include "core/app/log.h"
+#include "core/dsp/cdevicedspdata.h"
+#include "core/dsp/dspcommands.h"
+#include "core/dsp/dspdefaults.h"
+#include "core/dsp/dspjsonwriter.h"
 
 #include "../support/dspdocgen.h"
 

@@ -1,13 +1,13 @@
 // The DSP link: framing, the threaded transport and the blocking exchange.
 // Every socket here is on 127.0.0.0/8, and the suite runs inside a private
 // network namespace (tests/netns-run).
-#include "app/language.h"
-#include "app/log.h"
-#include "app/texts.h"
-#include "dsp/devdsptcpsocketthread.h"
-#include "dsp/dspexchange.h"
-#include "dsp/dspframeassembler.h"
-#include "dsp/dsplink.h"
+#include "core/app/language.h"
+#include "core/app/log.h"
+#include "core/app/texts.h"
+#include "core/dsp/devdsptcpsocketthread.h"
+#include "core/dsp/dspexchange.h"
+#include "core/dsp/dspframeassembler.h"
+#include "core/dsp/dsplink.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>

@@ -1,13 +1,13 @@
 // The statistics and levels pages' rules: temperatures and their levels,
 // running time, missed polls, sort orders, derived figures, level cells.
-#include "app/language.h"
-#include "app/texts.h"
-#include "devices/devmanager.h"
-#include "monitor/devicehealth.h"
-#include "monitor/levelcell.h"
-#include "monitor/levelstracker.h"
-#include "monitor/netstatsdisplay.h"
-#include "monitor/netstatstracker.h"
+#include "core/app/language.h"
+#include "core/app/texts.h"
+#include "core/devices/devmanager.h"
+#include "core/monitor/devicehealth.h"
+#include "core/monitor/levelcell.h"
+#include "core/monitor/levelstracker.h"
+#include "core/monitor/netstatsdisplay.h"
+#include "core/monitor/netstatstracker.h"
 
 #include "../support/packets.h"
 

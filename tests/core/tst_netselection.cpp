@@ -1,5 +1,5 @@
-#include "app/netscan.h"
-#include "app/netselection.h"
+#include "core/app/netscan.h"
+#include "core/app/netselection.h"
 
 #include <QtTest>
 

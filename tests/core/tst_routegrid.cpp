@@ -1,10 +1,10 @@
-#include "devices/devmanager.h"
-#include "devices/deviceuistore.h"
-#include "protocol/ipv4.h"
-#include "routing/hiddenchannels.h"
-#include "routing/routeclickcontext.h"
-#include "routing/routegrid.h"
-#include "routing/tileband.h"
+#include "core/devices/devmanager.h"
+#include "core/devices/deviceuistore.h"
+#include "core/protocol/ipv4.h"
+#include "core/routing/hiddenchannels.h"
+#include "core/routing/routeclickcontext.h"
+#include "core/routing/routegrid.h"
+#include "core/routing/tileband.h"
 
 #include "../support/packets.h"
 

@@ -1,9 +1,9 @@
-#include "app/language.h"
-#include "devices/devmanager.h"
-#include "mcast/flowplan.h"
-#include "mcast/flowview.h"
-#include "protocol/ipv4.h"
-#include "routing/routeplan.h"
+#include "core/app/language.h"
+#include "core/devices/devmanager.h"
+#include "core/mcast/flowplan.h"
+#include "core/mcast/flowview.h"
+#include "core/protocol/ipv4.h"
+#include "core/routing/routeplan.h"
 
 #include "../support/packets.h"
 

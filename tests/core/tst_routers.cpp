@@ -1,9 +1,9 @@
-#include "app/language.h"
-#include "devices/devmanager.h"
-#include "protocol/ipv4.h"
-#include "protocol/mcastintake.h"
-#include "protocol/replyrouter.h"
-#include "protocol/requestrouter.h"
+#include "core/app/language.h"
+#include "core/devices/devmanager.h"
+#include "core/protocol/ipv4.h"
+#include "core/protocol/mcastintake.h"
+#include "core/protocol/replyrouter.h"
+#include "core/protocol/requestrouter.h"
 
 #include "../support/packets.h"
 

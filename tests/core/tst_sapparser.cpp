@@ -1,4 +1,4 @@
-#include "protocol/sapparser.h"
+#include "core/protocol/sapparser.h"
 
 #include <QtTest>
 

@@ -1,5 +1,5 @@
-#include "app/language.h"
-#include "app/texts.h"
+#include "core/app/language.h"
+#include "core/app/texts.h"
 
 #include <QSignalSpy>
 #include <QtTest>

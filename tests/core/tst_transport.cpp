@@ -1,7 +1,7 @@
 // Runs inside a private network namespace (see tests/netns-run): real sockets
 // on loopback, multicast included, and nothing reaches the host's networks.
-#include "protocol/devicelink.h"
-#include "protocol/ipv4.h"
+#include "core/protocol/devicelink.h"
+#include "core/protocol/ipv4.h"
 
 #include "../support/packets.h"
 

@@ -3,18 +3,18 @@
 // the page is announced, shows in the page and as a row of the routing grid,
 // opens its details from the grid, and goes again when deleted.
 // With CORVANE_SHOT_DIR set it also leaves pictures of the page there.
-#include "app/mainwindow.h"
-#include "app/scalefactors.h"
-#include "devices/devmanager.h"
-#include "mcast/formmcast.h"
-#include "mcast/mcastwidget.h"
-#include "mcast/streamform.h"
-#include "protocol/devicelink.h"
-#include "protocol/ipv4.h"
-#include "routing/cellrouteform.h"
-#include "widgets/noticebox.h"
-#include "widgets/snackbar.h"
-#include "widgets/style.h"
+#include "gui/app/mainwindow.h"
+#include "core/app/scalefactors.h"
+#include "core/devices/devmanager.h"
+#include "gui/mcast/formmcast.h"
+#include "gui/mcast/mcastwidget.h"
+#include "gui/mcast/streamform.h"
+#include "core/protocol/devicelink.h"
+#include "core/protocol/ipv4.h"
+#include "gui/routing/cellrouteform.h"
+#include "gui/widgets/noticebox.h"
+#include "gui/widgets/snackbar.h"
+#include "gui/widgets/style.h"
 
 #include "../support/noticeanswers.h"
 

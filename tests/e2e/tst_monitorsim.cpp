@@ -1,19 +1,19 @@
 // The clock, statistics and levels pages of the program against corvane-sim,
 // inside a private network namespace (tests/netns-run). The simulator runs
 // "Stage Box 2" warm, "Amp Rack" overheating and "Wall Panel 4" silent.
-#include "app/language.h"
-#include "app/mainwindow.h"
-#include "clock/clockform.h"
-#include "clock/clockitemform.h"
-#include "clock/dialogchangepriority.h"
-#include "clock/formclocktitle.h"
-#include "monitor/devvolumeform.h"
-#include "monitor/devvolumeitemform.h"
-#include "monitor/devvolumetitleform.h"
-#include "monitor/formnettitle.h"
-#include "monitor/netstateform.h"
-#include "monitor/netstateitemform.h"
-#include "widgets/rowtipbutton.h"
+#include "core/app/language.h"
+#include "gui/app/mainwindow.h"
+#include "gui/clock/clockform.h"
+#include "gui/clock/clockitemform.h"
+#include "gui/clock/dialogchangepriority.h"
+#include "gui/clock/formclocktitle.h"
+#include "gui/monitor/devvolumeform.h"
+#include "gui/monitor/devvolumeitemform.h"
+#include "gui/monitor/devvolumetitleform.h"
+#include "gui/monitor/formnettitle.h"
+#include "gui/monitor/netstateform.h"
+#include "gui/monitor/netstateitemform.h"
+#include "gui/widgets/rowtipbutton.h"
 
 #include <QLabel>
 #include <QLineEdit>

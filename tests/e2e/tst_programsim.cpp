@@ -1,15 +1,15 @@
 // The program's own windows against corvane-sim's default network, inside a
 // private network namespace (tests/netns-run).
-#include "app/language.h"
-#include "app/mainwindow.h"
-#include "device/devicelistform.h"
-#include "device/devicetablemodel.h"
-#include "device/lockplan.h"
-#include "devices/devmanager.h"
-#include "factory/devicetestdialog.h"
-#include "factory/factoryprobe.h"
-#include "protocol/devicelink.h"
-#include "widgets/snackbar.h"
+#include "core/app/language.h"
+#include "gui/app/mainwindow.h"
+#include "gui/device/devicelistform.h"
+#include "gui/device/devicetablemodel.h"
+#include "core/device/lockplan.h"
+#include "core/devices/devmanager.h"
+#include "gui/factory/devicetestdialog.h"
+#include "core/factory/factoryprobe.h"
+#include "core/protocol/devicelink.h"
+#include "gui/widgets/snackbar.h"
 
 #include <QJsonDocument>
 #include <QLabel>

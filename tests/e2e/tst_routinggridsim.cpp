@@ -1,15 +1,15 @@
 // The routing grid of the real program against corvane-sim's default network,
 // inside a private network namespace (tests/netns-run). With CORVANE_SHOT_DIR
 // set it also leaves pictures of the page there.
-#include "app/mainwindow.h"
-#include "app/scalefactors.h"
-#include "devices/devmanager.h"
-#include "protocol/devicelink.h"
-#include "routing/cellrouteform.h"
-#include "routing/routecellitem.h"
-#include "widgets/noticebox.h"
-#include "widgets/snackbar.h"
-#include "widgets/style.h"
+#include "gui/app/mainwindow.h"
+#include "core/app/scalefactors.h"
+#include "core/devices/devmanager.h"
+#include "core/protocol/devicelink.h"
+#include "gui/routing/cellrouteform.h"
+#include "gui/routing/routecellitem.h"
+#include "gui/widgets/noticebox.h"
+#include "gui/widgets/snackbar.h"
+#include "gui/widgets/style.h"
 
 #include "../support/noticeanswers.h"
 

@@ -1,8 +1,8 @@
-#include "app/aboutdialog.h"
-#include "app/language.h"
-#include "app/mainwindow.h"
-#include "widgets/noticebox.h"
-#include "widgets/snackbar.h"
+#include "gui/app/aboutdialog.h"
+#include "core/app/language.h"
+#include "gui/app/mainwindow.h"
+#include "gui/widgets/noticebox.h"
+#include "gui/widgets/snackbar.h"
 
 #include <QApplication>
 #include <QLabel>

@@ -1,19 +1,19 @@
 // The device settings window against corvane-sim's default network, inside a
 // private network namespace (tests/netns-run): every request goes through the
 // program's real send path and every answer comes from the virtual devices.
-#include "app/language.h"
-#include "app/mainwindow.h"
-#include "app/scalefactors.h"
-#include "device/devicelistform.h"
-#include "device/devicesettingsdialog.h"
-#include "device/lockoverlay.h"
-#include "device/managelock.h"
-#include "device/passwordprompt.h"
-#include "device/translucentlock.h"
-#include "devices/devmanager.h"
-#include "protocol/devicelink.h"
-#include "widgets/style.h"
-#include "widgets/styledslider.h"
+#include "core/app/language.h"
+#include "gui/app/mainwindow.h"
+#include "core/app/scalefactors.h"
+#include "gui/device/devicelistform.h"
+#include "gui/device/devicesettingsdialog.h"
+#include "gui/device/lockoverlay.h"
+#include "gui/device/managelock.h"
+#include "gui/device/passwordprompt.h"
+#include "gui/device/translucentlock.h"
+#include "core/devices/devmanager.h"
+#include "core/protocol/devicelink.h"
+#include "gui/widgets/style.h"
+#include "gui/widgets/styledslider.h"
 
 #include <QApplication>
 #include <QComboBox>

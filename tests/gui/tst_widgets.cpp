@@ -1,8 +1,8 @@
-#include "widgets/busyoverlay.h"
-#include "widgets/framelessdialog.h"
-#include "widgets/noticebox.h"
-#include "widgets/snackbar.h"
-#include "widgets/styledslider.h"
+#include "gui/widgets/busyoverlay.h"
+#include "gui/widgets/framelessdialog.h"
+#include "gui/widgets/noticebox.h"
+#include "gui/widgets/snackbar.h"
+#include "gui/widgets/styledslider.h"
 
 #include <QApplication>
 #include <QLineEdit>

@@ -2,7 +2,7 @@
 
 // Answers the program's notice and confirm boxes from inside a test, with
 // real clicks on their buttons, while the box runs its own event loop.
-#include "widgets/noticebox.h"
+#include "gui/widgets/noticebox.h"
 
 #include <QApplication>
 #include <QPushButton>

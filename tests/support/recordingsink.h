@@ -1,6 +1,6 @@
 #pragma once
 
-#include "protocol/commandsink.h"
+#include "core/protocol/commandsink.h"
 
 #include <QByteArray>
 #include <QVector>

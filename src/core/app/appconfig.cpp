@@ -1,4 +1,4 @@
-#include "appconfig.h"
+#include "core/app/appconfig.h"
 
 #include <QFile>
 #include <QStringList>

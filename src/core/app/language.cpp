@@ -1,4 +1,4 @@
-#include "language.h"
+#include "core/app/language.h"
 
 #include <atomic>
 

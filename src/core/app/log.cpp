@@ -1,4 +1,4 @@
-#include "log.h"
+#include "core/app/log.h"
 
 #include <QByteArray>
 #include <QtGlobal>

@@ -1,4 +1,4 @@
-#include "netscan.h"
+#include "core/app/netscan.h"
 
 #include <QNetworkInterface>
 

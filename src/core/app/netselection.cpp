@@ -1,4 +1,4 @@
-#include "netselection.h"
+#include "core/app/netselection.h"
 
 bool NetSelection::autoSelect(const QStringList &candidates, QString *chosen)
 {

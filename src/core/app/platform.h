@@ -1,6 +1,6 @@
 #pragma once
 
-#include "scalefactors.h"
+#include "core/app/scalefactors.h"
 
 #include <QDateTime>
 #include <QString>

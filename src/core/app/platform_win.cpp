@@ -1,6 +1,6 @@
-#include "platform.h"
+#include "core/app/platform.h"
 
-#include "appinfo.h"
+#include "core/app/appinfo.h"
 
 #include <QCoreApplication>
 #include <QDateTime>

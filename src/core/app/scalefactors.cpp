@@ -1,4 +1,4 @@
-#include "scalefactors.h"
+#include "core/app/scalefactors.h"
 
 #include <QtMath>
 

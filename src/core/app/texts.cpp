@@ -1,6 +1,6 @@
-#include "texts.h"
+#include "core/app/texts.h"
 
-#include "language.h"
+#include "core/app/language.h"
 
 namespace {
 struct Entry
@@ -11,7 +11,7 @@ struct Entry
 
 constexpr Entry kTexts[] = {
 #define TX(id, en, zh) {en, zh},
-#include "texts.def"
+#include "core/app/texts.def"
 #undef TX
 };
 static_assert(sizeof(kTexts) / sizeof(kTexts[0]) == size_t(Tx::Count), "catalogue out of step");

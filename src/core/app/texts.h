@@ -5,7 +5,7 @@
 /// Every visible text, in English and Chinese; the language flag picks.
 enum class Tx {
 #define TX(id, en, zh) id,
-#include "texts.def"
+#include "core/app/texts.def"
 #undef TX
     Count
 };

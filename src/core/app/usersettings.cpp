@@ -1,4 +1,4 @@
-#include "usersettings.h"
+#include "core/app/usersettings.h"
 
 #include <QSettings>
 

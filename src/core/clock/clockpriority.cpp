@@ -1,6 +1,6 @@
-#include "clockpriority.h"
+#include "core/clock/clockpriority.h"
 
-#include "app/texts.h"
+#include "core/app/texts.h"
 
 #include <algorithm>
 

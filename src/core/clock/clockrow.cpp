@@ -1,12 +1,12 @@
-#include "clockrow.h"
+#include "core/clock/clockrow.h"
 
-#include "clockpriority.h"
-#include "clockstatus.h"
-#include "app/texts.h"
-#include "devices/devicemodels.h"
-#include "devices/devicerecord.h"
-#include "devices/deviceuistore.h"
-#include "protocol/ipv4.h"
+#include "core/clock/clockpriority.h"
+#include "core/clock/clockstatus.h"
+#include "core/app/texts.h"
+#include "core/devices/devicemodels.h"
+#include "core/devices/devicerecord.h"
+#include "core/devices/deviceuistore.h"
+#include "core/protocol/ipv4.h"
 
 namespace {
 

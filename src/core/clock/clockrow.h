@@ -1,6 +1,6 @@
 #pragma once
 
-#include "monitor/rowproblem.h"
+#include "core/monitor/rowproblem.h"
 
 #include <QString>
 

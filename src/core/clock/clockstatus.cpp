@@ -1,8 +1,8 @@
-#include "clockstatus.h"
+#include "core/clock/clockstatus.h"
 
-#include "app/texts.h"
-#include "devices/devicemodels.h"
-#include "devices/devicerecord.h"
+#include "core/app/texts.h"
+#include "core/devices/devicemodels.h"
+#include "core/devices/devicerecord.h"
 
 ClockStatus ClockStatus::of(const DevRecord &rec, int ptpState)
 {

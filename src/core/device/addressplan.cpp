@@ -1,6 +1,6 @@
-#include "addressplan.h"
+#include "core/device/addressplan.h"
 
-#include "app/texts.h"
+#include "core/app/texts.h"
 
 #include <QRegularExpression>
 

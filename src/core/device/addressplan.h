@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/commandplan.h"
+#include "core/app/commandplan.h"
 
 #include <optional>
 

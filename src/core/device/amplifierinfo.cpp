@@ -1,4 +1,4 @@
-#include "amplifierinfo.h"
+#include "core/device/amplifierinfo.h"
 
 #include <QJsonArray>
 

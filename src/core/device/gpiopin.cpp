@@ -1,4 +1,4 @@
-#include "gpiopin.h"
+#include "core/device/gpiopin.h"
 
 #include <QJsonArray>
 

@@ -1,7 +1,7 @@
-#include "lockchoice.h"
+#include "core/device/lockchoice.h"
 
-#include "lockplan.h"
-#include "devices/deviceuistore.h"
+#include "core/device/lockplan.h"
+#include "core/devices/deviceuistore.h"
 
 namespace {
 

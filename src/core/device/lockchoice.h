@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/texts.h"
+#include "core/app/texts.h"
 
 struct DeviceUiData;
 

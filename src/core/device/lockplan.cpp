@@ -1,6 +1,6 @@
-#include "lockplan.h"
+#include "core/device/lockplan.h"
 
-#include "app/texts.h"
+#include "core/app/texts.h"
 
 int LockPlan::dialogLevel(int deviceLevel)
 {

@@ -1,6 +1,6 @@
-#include "settingsdisplay.h"
+#include "core/device/settingsdisplay.h"
 
-#include "app/texts.h"
+#include "core/app/texts.h"
 
 #include <algorithm>
 

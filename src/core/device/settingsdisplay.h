@@ -1,6 +1,6 @@
 #pragma once
 
-#include "addressplan.h"
+#include "core/device/addressplan.h"
 
 #include <QStringList>
 

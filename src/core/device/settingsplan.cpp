@@ -1,7 +1,7 @@
-#include "settingsplan.h"
+#include "core/device/settingsplan.h"
 
-#include "app/texts.h"
-#include "devices/devicemodels.h"
+#include "core/app/texts.h"
+#include "core/devices/devicemodels.h"
 
 #include <climits>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/commandplan.h"
-#include "devices/devicerecord.h"
+#include "core/app/commandplan.h"
+#include "core/devices/devicerecord.h"
 
 /// What the controls of the device settings window send, checked first.
 /// Every number goes out as a decimal string; channel indices count from 0.

@@ -1,4 +1,4 @@
-#include "devicemodels.h"
+#include "core/devices/devicemodels.h"
 
 namespace DeviceModels {
 

@@ -1,4 +1,4 @@
-#include "devicerecord.h"
+#include "core/devices/devicerecord.h"
 
 #include <cstring>
 

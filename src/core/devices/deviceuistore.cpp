@@ -1,4 +1,4 @@
-#include "deviceuistore.h"
+#include "core/devices/deviceuistore.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

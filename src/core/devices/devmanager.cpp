@@ -1,10 +1,10 @@
-#include "devmanager.h"
+#include "core/devices/devmanager.h"
 
-#include "app/log.h"
-#include "protocol/commandsink.h"
-#include "protocol/ipv4.h"
-#include "protocol/jsonintake.h"
-#include "protocol/sapparser.h"
+#include "core/app/log.h"
+#include "core/protocol/commandsink.h"
+#include "core/protocol/ipv4.h"
+#include "core/protocol/jsonintake.h"
+#include "core/protocol/sapparser.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devicerecord.h"
+#include "core/devices/devicerecord.h"
 
 #include <QHash>
 #include <QJsonObject>

@@ -1,9 +1,9 @@
-#include "cdevicedspdata.h"
+#include "core/dsp/cdevicedspdata.h"
 
-#include "app/log.h"
-#include "app/texts.h"
-#include "dspcodec.h"
-#include "dspjsonwriter.h"
+#include "core/app/log.h"
+#include "core/app/texts.h"
+#include "core/dsp/dspcodec.h"
+#include "core/dsp/dspjsonwriter.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

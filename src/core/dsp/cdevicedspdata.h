@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dspnode.h"
+#include "core/dsp/dspnode.h"
 
 #include <QByteArray>
 #include <QJsonObject>

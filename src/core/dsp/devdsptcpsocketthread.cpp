@@ -1,8 +1,8 @@
-#include "devdsptcpsocketthread.h"
+#include "core/dsp/devdsptcpsocketthread.h"
 
-#include "app/log.h"
-#include "app/texts.h"
-#include "protocol/ipv4.h"
+#include "core/app/log.h"
+#include "core/app/texts.h"
+#include "core/protocol/ipv4.h"
 
 #include <QCoreApplication>
 #include <QMutexLocker>

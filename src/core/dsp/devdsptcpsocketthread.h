@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dspframeassembler.h"
+#include "core/dsp/dspframeassembler.h"
 
 #include <QAbstractSocket>
 #include <QObject>

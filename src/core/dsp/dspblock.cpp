@@ -1,7 +1,7 @@
-#include "dspblock.h"
+#include "core/dsp/dspblock.h"
 
-#include "dspcodec.h"
-#include "dspjsonwriter.h"
+#include "core/dsp/dspcodec.h"
+#include "core/dsp/dspjsonwriter.h"
 
 int DspBlock::type() const
 {

@@ -1,9 +1,9 @@
-#include "dspcodec.h"
+#include "core/dsp/dspcodec.h"
 
-#include "app/texts.h"
-#include "cdevicedspdata.h"
-#include "dspjsonwriter.h"
-#include "protocol/jsonintake.h"
+#include "core/app/texts.h"
+#include "core/dsp/cdevicedspdata.h"
+#include "core/dsp/dspjsonwriter.h"
+#include "core/protocol/jsonintake.h"
 
 #include <QVarLengthArray>
 

@@ -1,8 +1,8 @@
-#include "dspcommands.h"
+#include "core/dsp/dspcommands.h"
 
-#include "cdevicedspdata.h"
-#include "dspcodec.h"
-#include "dspjsonwriter.h"
+#include "core/dsp/cdevicedspdata.h"
+#include "core/dsp/dspcodec.h"
+#include "core/dsp/dspjsonwriter.h"
 
 #include <QJsonDocument>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/texts.h"
-#include "dspnode.h"
+#include "core/app/texts.h"
+#include "core/dsp/dspnode.h"
 
 #include <QByteArray>
 #include <QJsonObject>

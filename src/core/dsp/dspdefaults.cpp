@@ -1,6 +1,6 @@
-#include "dspdefaults.h"
+#include "core/dsp/dspdefaults.h"
 
-#include "dspcodec.h"
+#include "core/dsp/dspcodec.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,8 +1,8 @@
-#include "dspexchange.h"
+#include "core/dsp/dspexchange.h"
 
-#include "app/log.h"
-#include "app/texts.h"
-#include "dspframeassembler.h"
+#include "core/app/log.h"
+#include "core/app/texts.h"
+#include "core/dsp/dspframeassembler.h"
 
 #include <QElapsedTimer>
 #include <QTcpSocket>

@@ -1,6 +1,6 @@
-#include "dspframeassembler.h"
+#include "core/dsp/dspframeassembler.h"
 
-#include "app/log.h"
+#include "core/app/log.h"
 
 #include <cstring>
 

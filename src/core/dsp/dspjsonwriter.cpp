@@ -1,4 +1,4 @@
-#include "dspjsonwriter.h"
+#include "core/dsp/dspjsonwriter.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

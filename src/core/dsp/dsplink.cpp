@@ -1,6 +1,6 @@
-#include "dsplink.h"
+#include "core/dsp/dsplink.h"
 
-#include "devdsptcpsocketthread.h"
+#include "core/dsp/devdsptcpsocketthread.h"
 
 #include <QMetaType>
 #include <QThread>

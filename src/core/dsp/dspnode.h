@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dspblock.h"
+#include "core/dsp/dspblock.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

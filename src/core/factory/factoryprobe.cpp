@@ -1,6 +1,6 @@
-#include "factoryprobe.h"
+#include "core/factory/factoryprobe.h"
 
-#include "app/log.h"
+#include "core/app/log.h"
 
 #include <QHostAddress>
 #include <QUdpSocket>

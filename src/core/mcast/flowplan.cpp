@@ -1,7 +1,7 @@
-#include "flowplan.h"
+#include "core/mcast/flowplan.h"
 
-#include "app/texts.h"
-#include "protocol/ipv4.h"
+#include "core/app/texts.h"
+#include "core/protocol/ipv4.h"
 
 #include <QJsonArray>
 

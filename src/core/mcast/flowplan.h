@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/commandplan.h"
-#include "devices/devicerecord.h"
+#include "core/app/commandplan.h"
+#include "core/devices/devicerecord.h"
 
 #include <functional>
 

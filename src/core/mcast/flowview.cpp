@@ -1,7 +1,7 @@
-#include "flowview.h"
+#include "core/mcast/flowview.h"
 
-#include "protocol/ipv4.h"
-#include "routing/hiddenchannels.h"
+#include "core/protocol/ipv4.h"
+#include "core/routing/hiddenchannels.h"
 
 namespace {
 

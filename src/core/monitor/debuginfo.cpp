@@ -1,4 +1,4 @@
-#include "debuginfo.h"
+#include "core/monitor/debuginfo.h"
 
 std::optional<DebugInfo> DebugInfo::fromReply(const QJsonObject &reply)
 {

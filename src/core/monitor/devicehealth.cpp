@@ -1,6 +1,6 @@
-#include "devicehealth.h"
+#include "core/monitor/devicehealth.h"
 
-#include "app/texts.h"
+#include "core/app/texts.h"
 
 RowProblem::Level DeviceHealth::temperatureLevel(int tenths)
 {

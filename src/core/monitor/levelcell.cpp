@@ -1,4 +1,4 @@
-#include "levelcell.h"
+#include "core/monitor/levelcell.h"
 
 #include <cmath>
 

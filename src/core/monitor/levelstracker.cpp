@@ -1,8 +1,8 @@
-#include "levelstracker.h"
+#include "core/monitor/levelstracker.h"
 
-#include "levelcell.h"
-#include "devices/devicerecord.h"
-#include "protocol/requestrouter.h"
+#include "core/monitor/levelcell.h"
+#include "core/devices/devicerecord.h"
+#include "core/protocol/requestrouter.h"
 
 #include <QJsonArray>
 #include <QSet>

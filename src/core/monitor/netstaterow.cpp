@@ -1,10 +1,10 @@
-#include "netstaterow.h"
+#include "core/monitor/netstaterow.h"
 
-#include "debuginfo.h"
-#include "devicehealth.h"
-#include "netstatsdisplay.h"
-#include "tarnampinfo.h"
-#include "devices/devicerecord.h"
+#include "core/monitor/debuginfo.h"
+#include "core/monitor/devicehealth.h"
+#include "core/monitor/netstatsdisplay.h"
+#include "core/monitor/tarnampinfo.h"
+#include "core/devices/devicerecord.h"
 
 #include <algorithm>
 

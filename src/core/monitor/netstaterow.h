@@ -1,6 +1,6 @@
 #pragma once
 
-#include "rowproblem.h"
+#include "core/monitor/rowproblem.h"
 
 #include <QString>
 #include <QVector>

@@ -1,6 +1,6 @@
-#include "netstatsdisplay.h"
+#include "core/monitor/netstatsdisplay.h"
 
-#include "devices/devicerecord.h"
+#include "core/devices/devicerecord.h"
 
 #include <cmath>
 

@@ -1,8 +1,8 @@
-#include "netstatstracker.h"
+#include "core/monitor/netstatstracker.h"
 
-#include "devicehealth.h"
-#include "devices/devicemodels.h"
-#include "devices/devicerecord.h"
+#include "core/monitor/devicehealth.h"
+#include "core/devices/devicemodels.h"
+#include "core/devices/devicerecord.h"
 
 #include <QSet>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "debuginfo.h"
-#include "netstaterow.h"
-#include "tarnampinfo.h"
+#include "core/monitor/debuginfo.h"
+#include "core/monitor/netstaterow.h"
+#include "core/monitor/tarnampinfo.h"
 
 #include <QHash>
 #include <QJsonObject>

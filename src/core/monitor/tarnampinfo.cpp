@@ -1,7 +1,7 @@
-#include "tarnampinfo.h"
+#include "core/monitor/tarnampinfo.h"
 
-#include "netstatsdisplay.h"
-#include "app/texts.h"
+#include "core/monitor/netstatsdisplay.h"
+#include "core/app/texts.h"
 
 #include <QJsonArray>
 

@@ -1,7 +1,7 @@
-#include "devicelink.h"
+#include "core/protocol/devicelink.h"
 
-#include "ipv4.h"
-#include "requestrouter.h"
+#include "core/protocol/ipv4.h"
+#include "core/protocol/requestrouter.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

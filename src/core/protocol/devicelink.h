@@ -1,7 +1,7 @@
 #pragma once
 
-#include "devices/devmanager.h"
-#include "mythread.h"
+#include "core/devices/devmanager.h"
+#include "core/protocol/mythread.h"
 
 #include <QObject>
 #include <cstdint>

@@ -1,4 +1,4 @@
-#include "jsonintake.h"
+#include "core/protocol/jsonintake.h"
 
 #include <cstring>
 

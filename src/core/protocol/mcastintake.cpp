@@ -1,8 +1,8 @@
-#include "mcastintake.h"
+#include "core/protocol/mcastintake.h"
 
-#include "ipv4.h"
-#include "jsonintake.h"
-#include "app/log.h"
+#include "core/protocol/ipv4.h"
+#include "core/protocol/jsonintake.h"
+#include "core/app/log.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,10 +1,10 @@
-#include "mythread.h"
+#include "core/protocol/mythread.h"
 
-#include "ipv4.h"
-#include "mcastintake.h"
-#include "replyrouter.h"
-#include "app/log.h"
-#include "devices/devmanager.h"
+#include "core/protocol/ipv4.h"
+#include "core/protocol/mcastintake.h"
+#include "core/protocol/replyrouter.h"
+#include "core/app/log.h"
+#include "core/devices/devmanager.h"
 
 #include <QDebug>
 #include <QElapsedTimer>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "commandsink.h"
-#include "pendingtimeouts.h"
+#include "core/protocol/commandsink.h"
+#include "core/protocol/pendingtimeouts.h"
 
 #include <QThread>
 #include <atomic>

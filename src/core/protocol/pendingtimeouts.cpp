@@ -1,4 +1,4 @@
-#include "pendingtimeouts.h"
+#include "core/protocol/pendingtimeouts.h"
 
 #include <QMutexLocker>
 

@@ -1,10 +1,10 @@
-#include "replyrouter.h"
+#include "core/protocol/replyrouter.h"
 
-#include "jsonintake.h"
-#include "requestrouter.h"
-#include "app/log.h"
-#include "app/texts.h"
-#include "devices/devmanager.h"
+#include "core/protocol/jsonintake.h"
+#include "core/protocol/requestrouter.h"
+#include "core/app/log.h"
+#include "core/app/texts.h"
+#include "core/devices/devmanager.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

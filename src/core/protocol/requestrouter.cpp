@@ -1,7 +1,7 @@
-#include "requestrouter.h"
+#include "core/protocol/requestrouter.h"
 
-#include "app/log.h"
-#include "devices/devmanager.h"
+#include "core/app/log.h"
+#include "core/devices/devmanager.h"
 
 #include <QJsonDocument>
 #include <QJsonObject>

@@ -1,6 +1,6 @@
-#include "sapparser.h"
+#include "core/protocol/sapparser.h"
 
-#include "ipv4.h"
+#include "core/protocol/ipv4.h"
 
 #include <climits>
 #include <cstring>

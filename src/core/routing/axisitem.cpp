@@ -1,4 +1,4 @@
-#include "axisitem.h"
+#include "core/routing/axisitem.h"
 
 namespace {
 

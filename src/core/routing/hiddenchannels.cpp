@@ -1,4 +1,4 @@
-#include "hiddenchannels.h"
+#include "core/routing/hiddenchannels.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
-#include "routeclickcontext.h"
+#include "core/routing/routeclickcontext.h"
 
-#include "devices/devmanager.h"
-#include "devices/deviceuistore.h"
-#include "routegrid.h"
+#include "core/devices/devmanager.h"
+#include "core/devices/deviceuistore.h"
+#include "core/routing/routegrid.h"
 
 namespace {
 

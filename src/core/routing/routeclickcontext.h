@@ -1,6 +1,6 @@
 #pragma once
 
-#include "routeplan.h"
+#include "core/routing/routeplan.h"
 
 class DevManager;
 class DeviceUiStore;

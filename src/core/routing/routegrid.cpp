@@ -1,7 +1,7 @@
-#include "routegrid.h"
+#include "core/routing/routegrid.h"
 
-#include "hiddenchannels.h"
-#include "protocol/ipv4.h"
+#include "core/routing/hiddenchannels.h"
+#include "core/protocol/ipv4.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "axisitem.h"
-#include "devices/devicerecord.h"
+#include "core/routing/axisitem.h"
+#include "core/devices/devicerecord.h"
 
 #include <QHash>
 #include <QSet>

@@ -1,4 +1,4 @@
-#include "routelist.h"
+#include "core/routing/routelist.h"
 
 QVector<RouteEntry> routesOf(const QVector<Device> &devices)
 {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devices/devicerecord.h"
+#include "core/devices/devicerecord.h"
 
 #include <QVector>
 

@@ -1,8 +1,8 @@
-#include "routeplan.h"
+#include "core/routing/routeplan.h"
 
-#include "app/texts.h"
-#include "devices/devicemodels.h"
-#include "protocol/ipv4.h"
+#include "core/app/texts.h"
+#include "core/devices/devicemodels.h"
+#include "core/protocol/ipv4.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tileband.h"
+#include "core/routing/tileband.h"
 
 #include <QtGlobal>
 

@@ -1,9 +1,9 @@
-#include "aboutdialog.h"
+#include "gui/app/aboutdialog.h"
 
-#include "app/appinfo.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "widgets/style.h"
+#include "core/app/appinfo.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "gui/widgets/style.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

@@ -1,7 +1,7 @@
-#include "interfacechooser.h"
+#include "gui/app/interfacechooser.h"
 
-#include "selectnetdialog.h"
-#include "app/netselection.h"
+#include "gui/app/selectnetdialog.h"
+#include "core/app/netselection.h"
 
 #include <QDebug>
 #include <QTimer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/netscan.h"
+#include "core/app/netscan.h"
 
 #include <QObject>
 #include <functional>

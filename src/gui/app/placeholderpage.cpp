@@ -1,7 +1,7 @@
-#include "placeholderpage.h"
+#include "gui/app/placeholderpage.h"
 
-#include "app/scalefactors.h"
-#include "widgets/style.h"
+#include "core/app/scalefactors.h"
+#include "gui/widgets/style.h"
 
 #include <QEvent>
 #include <QLabel>

@@ -1,4 +1,4 @@
-#include "screenmetrics.h"
+#include "gui/app/screenmetrics.h"
 
 #include <QGuiApplication>
 #include <QScreen>

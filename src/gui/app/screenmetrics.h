@@ -1,6 +1,6 @@
 #pragma once
 
-#include "app/scalefactors.h"
+#include "core/app/scalefactors.h"
 
 /// The primary screen as the windowing system reports it: physical pixels
 /// are the logical size times the device pixel ratio. Needs the application

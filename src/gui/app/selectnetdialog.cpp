@@ -1,8 +1,8 @@
-#include "selectnetdialog.h"
+#include "gui/app/selectnetdialog.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "widgets/style.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "gui/widgets/style.h"
 
 #include <QCheckBox>
 #include <QEvent>

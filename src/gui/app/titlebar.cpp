@@ -1,9 +1,9 @@
-#include "titlebar.h"
+#include "gui/app/titlebar.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "widgets/style.h"
-#include "widgets/windowdragger.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "gui/widgets/style.h"
+#include "gui/widgets/windowdragger.h"
 
 #include <QHBoxLayout>
 #include <QIcon>

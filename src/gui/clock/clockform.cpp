@@ -1,15 +1,15 @@
-#include "clockform.h"
+#include "gui/clock/clockform.h"
 
-#include "clockitemform.h"
-#include "dialogchangepriority.h"
-#include "formclocktitle.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "clock/clockrow.h"
-#include "devices/deviceuistore.h"
-#include "devices/devmanager.h"
-#include "widgets/rowlist.h"
-#include "widgets/style.h"
+#include "gui/clock/clockitemform.h"
+#include "gui/clock/dialogchangepriority.h"
+#include "gui/clock/formclocktitle.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/clock/clockrow.h"
+#include "core/devices/deviceuistore.h"
+#include "core/devices/devmanager.h"
+#include "gui/widgets/rowlist.h"
+#include "gui/widgets/style.h"
 
 #include <QEvent>
 #include <QJsonDocument>

@@ -1,10 +1,10 @@
-#include "clockitemform.h"
+#include "gui/clock/clockitemform.h"
 
-#include "formclocktitle.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "widgets/rowtipbutton.h"
-#include "widgets/style.h"
+#include "gui/clock/formclocktitle.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "gui/widgets/rowtipbutton.h"
+#include "gui/widgets/style.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "clock/clockrow.h"
-#include "widgets/columnrow.h"
+#include "core/clock/clockrow.h"
+#include "gui/widgets/columnrow.h"
 
 class QPushButton;
 class RowTipButton;

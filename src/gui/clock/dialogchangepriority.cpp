@@ -1,9 +1,9 @@
-#include "dialogchangepriority.h"
+#include "gui/clock/dialogchangepriority.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "clock/clockpriority.h"
-#include "widgets/style.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/clock/clockpriority.h"
+#include "gui/widgets/style.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

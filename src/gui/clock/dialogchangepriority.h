@@ -1,6 +1,6 @@
 #pragma once
 
-#include "widgets/framelessdialog.h"
+#include "gui/widgets/framelessdialog.h"
 
 #include <QJsonObject>
 

@@ -1,7 +1,7 @@
-#include "formclocktitle.h"
+#include "gui/clock/formclocktitle.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
 
 #include <QColor>
 #include <QEvent>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "widgets/columnrow.h"
+#include "gui/widgets/columnrow.h"
 
 /// The clock page's header: the column captions.
 class FormClockTitle : public ColumnRow

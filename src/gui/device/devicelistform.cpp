@@ -1,12 +1,12 @@
-#include "devicelistform.h"
+#include "gui/device/devicelistform.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "devices/devicemodels.h"
-#include "devicetablemodel.h"
-#include "devices/devmanager.h"
-#include "widgets/noticebox.h"
-#include "widgets/style.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/devices/devicemodels.h"
+#include "gui/device/devicetablemodel.h"
+#include "core/devices/devmanager.h"
+#include "gui/widgets/noticebox.h"
+#include "gui/widgets/style.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

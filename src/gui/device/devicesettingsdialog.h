@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/commandplan.h"
-#include "devices/devicerecord.h"
-#include "widgets/framelessdialog.h"
+#include "core/app/commandplan.h"
+#include "core/devices/devicerecord.h"
+#include "gui/widgets/framelessdialog.h"
 
 #include <QPointer>
 #include <optional>

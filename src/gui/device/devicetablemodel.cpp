@@ -1,8 +1,8 @@
-#include "devicetablemodel.h"
+#include "gui/device/devicetablemodel.h"
 
-#include "app/texts.h"
-#include "clock/clockstatus.h"
-#include "protocol/ipv4.h"
+#include "core/app/texts.h"
+#include "core/clock/clockstatus.h"
+#include "core/protocol/ipv4.h"
 
 #include <QColor>
 #include <QHash>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "devices/devicerecord.h"
-#include "devices/deviceuistore.h"
+#include "core/devices/devicerecord.h"
+#include "core/devices/deviceuistore.h"
 
 #include <QAbstractTableModel>
 #include <QSet>

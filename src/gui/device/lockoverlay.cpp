@@ -1,8 +1,8 @@
-#include "lockoverlay.h"
+#include "gui/device/lockoverlay.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "widgets/style.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "gui/widgets/style.h"
 
 #include <QEvent>
 #include <QKeyEvent>

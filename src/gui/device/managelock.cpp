@@ -1,11 +1,11 @@
-#include "managelock.h"
+#include "gui/device/managelock.h"
 
-#include "passwordedit.h"
-#include "settingsstyle.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "device/lockplan.h"
-#include "widgets/style.h"
+#include "gui/device/passwordedit.h"
+#include "gui/device/settingsstyle.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/device/lockplan.h"
+#include "gui/widgets/style.h"
 
 #include <QButtonGroup>
 #include <QEvent>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "device/lockchoice.h"
-#include "widgets/framelessdialog.h"
+#include "core/device/lockchoice.h"
+#include "gui/widgets/framelessdialog.h"
 
 class PasswordEdit;
 class QButtonGroup;

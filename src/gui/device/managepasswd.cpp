@@ -1,11 +1,11 @@
-#include "managepasswd.h"
+#include "gui/device/managepasswd.h"
 
-#include "passwordedit.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "device/lockplan.h"
-#include "widgets/noticebox.h"
-#include "widgets/style.h"
+#include "gui/device/passwordedit.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/device/lockplan.h"
+#include "gui/widgets/noticebox.h"
+#include "gui/widgets/style.h"
 
 #include <QEvent>
 #include <QGridLayout>

@@ -1,7 +1,7 @@
-#include "passwordedit.h"
+#include "gui/device/passwordedit.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
 
 #include <QAction>
 #include <QEvent>

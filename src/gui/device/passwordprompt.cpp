@@ -1,8 +1,8 @@
-#include "passwordprompt.h"
+#include "gui/device/passwordprompt.h"
 
-#include "passwordedit.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
+#include "gui/device/passwordedit.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

@@ -1,10 +1,10 @@
-#include "settingsaddresspage.h"
+#include "gui/device/settingsaddresspage.h"
 
-#include "settingsstyle.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "device/settingsdisplay.h"
-#include "widgets/style.h"
+#include "gui/device/settingsstyle.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/device/settingsdisplay.h"
+#include "gui/widgets/style.h"
 
 #include <QCheckBox>
 #include <QEvent>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/commandplan.h"
-#include "device/addressplan.h"
-#include "devices/deviceuistore.h"
+#include "core/app/commandplan.h"
+#include "core/device/addressplan.h"
+#include "core/devices/deviceuistore.h"
 
 #include <QWidget>
 

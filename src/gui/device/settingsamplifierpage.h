@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/commandplan.h"
-#include "device/amplifierinfo.h"
+#include "core/app/commandplan.h"
+#include "core/device/amplifierinfo.h"
 
 #include <QWidget>
 

@@ -1,9 +1,9 @@
-#include "settingschannelspage.h"
+#include "gui/device/settingschannelspage.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "device/settingsplan.h"
-#include "widgets/style.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/device/settingsplan.h"
+#include "gui/widgets/style.h"
 
 #include <QAbstractButton>
 #include <QApplication>

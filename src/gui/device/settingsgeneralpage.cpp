@@ -1,11 +1,11 @@
-#include "settingsgeneralpage.h"
+#include "gui/device/settingsgeneralpage.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "device/settingsdisplay.h"
-#include "device/settingsplan.h"
-#include "widgets/style.h"
-#include "widgets/styledslider.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/device/settingsdisplay.h"
+#include "core/device/settingsplan.h"
+#include "gui/widgets/style.h"
+#include "gui/widgets/styledslider.h"
 
 #include <QComboBox>
 #include <QEvent>

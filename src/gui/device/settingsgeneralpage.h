@@ -1,8 +1,8 @@
 #pragma once
 
-#include "app/commandplan.h"
-#include "devices/devicerecord.h"
-#include "devices/deviceuistore.h"
+#include "core/app/commandplan.h"
+#include "core/devices/devicerecord.h"
+#include "core/devices/deviceuistore.h"
 
 #include <QWidget>
 

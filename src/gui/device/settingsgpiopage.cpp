@@ -1,8 +1,8 @@
-#include "settingsgpiopage.h"
+#include "gui/device/settingsgpiopage.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "device/settingsplan.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/device/settingsplan.h"
 
 #include <QComboBox>
 #include <QEvent>

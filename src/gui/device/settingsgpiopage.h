@@ -1,7 +1,7 @@
 #pragma once
 
-#include "app/commandplan.h"
-#include "device/gpiopin.h"
+#include "core/app/commandplan.h"
+#include "core/device/gpiopin.h"
 
 #include <QWidget>
 

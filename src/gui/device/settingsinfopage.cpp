@@ -1,10 +1,10 @@
-#include "settingsinfopage.h"
+#include "gui/device/settingsinfopage.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "device/settingsdisplay.h"
-#include "protocol/ipv4.h"
-#include "widgets/style.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/device/settingsdisplay.h"
+#include "core/protocol/ipv4.h"
+#include "gui/widgets/style.h"
 
 #include <QEvent>
 #include <QGridLayout>

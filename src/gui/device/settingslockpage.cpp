@@ -1,9 +1,9 @@
-#include "settingslockpage.h"
+#include "gui/device/settingslockpage.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "device/lockchoice.h"
-#include "widgets/style.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/device/lockchoice.h"
+#include "gui/widgets/style.h"
 
 #include <QEvent>
 #include <QGridLayout>

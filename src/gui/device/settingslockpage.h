@@ -1,6 +1,6 @@
 #pragma once
 
-#include "devices/deviceuistore.h"
+#include "core/devices/deviceuistore.h"
 
 #include <QWidget>
 

@@ -1,7 +1,7 @@
-#include "settingsstyle.h"
+#include "gui/device/settingsstyle.h"
 
-#include "app/scalefactors.h"
-#include "widgets/style.h"
+#include "core/app/scalefactors.h"
+#include "gui/widgets/style.h"
 
 namespace SettingsStyle {
 

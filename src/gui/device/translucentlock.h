@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lockoverlay.h"
+#include "gui/device/lockoverlay.h"
 
 /// The cover of a read-only area: the values below stay visible.
 class TranslucentLock : public LockOverlay

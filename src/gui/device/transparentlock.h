@@ -1,6 +1,6 @@
 #pragma once
 
-#include "lockoverlay.h"
+#include "gui/device/lockoverlay.h"
 
 /// The cover of a hidden area: nothing below shows through.
 class TransparentLock : public LockOverlay

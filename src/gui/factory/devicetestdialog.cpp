@@ -1,10 +1,10 @@
-#include "devicetestdialog.h"
+#include "gui/factory/devicetestdialog.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "devices/devmanager.h"
-#include "factory/factoryprobe.h"
-#include "protocol/ipv4.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/devices/devmanager.h"
+#include "core/factory/factoryprobe.h"
+#include "core/protocol/ipv4.h"
 
 #include <QCheckBox>
 #include <QComboBox>

@@ -1,7 +1,7 @@
-#include "formmcast.h"
+#include "gui/mcast/formmcast.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
 
 #include <QEvent>
 #include <QGridLayout>

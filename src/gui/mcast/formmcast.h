@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mcast/flowview.h"
+#include "core/mcast/flowview.h"
 
 #include <QWidget>
 

@@ -1,7 +1,7 @@
-#include "mcastwidget.h"
+#include "gui/mcast/mcastwidget.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
 
 #include <QEvent>
 #include <QGridLayout>

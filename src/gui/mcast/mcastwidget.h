@@ -1,7 +1,7 @@
 #pragma once
 
-#include "mcast/flowview.h"
-#include "widgets/framelessdialog.h"
+#include "core/mcast/flowview.h"
+#include "gui/widgets/framelessdialog.h"
 
 class QLabel;
 class QPlainTextEdit;

@@ -1,14 +1,14 @@
-#include "streamform.h"
+#include "gui/mcast/streamform.h"
 
-#include "formmcast.h"
-#include "mcastwidget.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "devices/devmanager.h"
-#include "mcast/flowview.h"
-#include "protocol/ipv4.h"
-#include "widgets/noticebox.h"
-#include "widgets/style.h"
+#include "gui/mcast/formmcast.h"
+#include "gui/mcast/mcastwidget.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/devices/devmanager.h"
+#include "core/mcast/flowview.h"
+#include "core/protocol/ipv4.h"
+#include "gui/widgets/noticebox.h"
+#include "gui/widgets/style.h"
 
 #include <QButtonGroup>
 #include <QDateTime>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mcast/flowplan.h"
+#include "core/mcast/flowplan.h"
 
 #include <QPointer>
 #include <QWidget>

@@ -1,11 +1,11 @@
-#include "devvolumeform.h"
+#include "gui/monitor/devvolumeform.h"
 
-#include "devvolumeitemform.h"
-#include "devvolumetitleform.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "devices/devmanager.h"
-#include "widgets/rowlist.h"
+#include "gui/monitor/devvolumeitemform.h"
+#include "gui/monitor/devvolumetitleform.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/devices/devmanager.h"
+#include "gui/widgets/rowlist.h"
 
 #include <QEvent>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "monitor/levelstracker.h"
+#include "core/monitor/levelstracker.h"
 
 #include <QHash>
 #include <QWidget>

@@ -1,9 +1,9 @@
-#include "devvolumeitemform.h"
+#include "gui/monitor/devvolumeitemform.h"
 
-#include "devvolumetitleform.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "widgets/style.h"
+#include "gui/monitor/devvolumetitleform.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "gui/widgets/style.h"
 
 #include <QFontDatabase>
 #include <QLayout>

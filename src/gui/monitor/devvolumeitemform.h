@@ -1,7 +1,7 @@
 #pragma once
 
-#include "monitor/levelstracker.h"
-#include "widgets/columnrow.h"
+#include "core/monitor/levelstracker.h"
+#include "gui/widgets/columnrow.h"
 
 /// One device's line on the levels page: its name and four level cells of
 /// up to four lines each.

@@ -1,7 +1,7 @@
-#include "devvolumetitleform.h"
+#include "gui/monitor/devvolumetitleform.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
 
 #include <QEvent>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "widgets/columnrow.h"
+#include "gui/widgets/columnrow.h"
 
 /// The levels page's header: the device name and the four level groups.
 class DevVolumeTitleForm : public ColumnRow

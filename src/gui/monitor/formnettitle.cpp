@@ -1,7 +1,7 @@
-#include "formnettitle.h"
+#include "gui/monitor/formnettitle.h"
 
-#include "app/scalefactors.h"
-#include "app/texts.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
 
 #include <QComboBox>
 #include <QEvent>

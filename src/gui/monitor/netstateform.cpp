@@ -1,11 +1,11 @@
-#include "netstateform.h"
+#include "gui/monitor/netstateform.h"
 
-#include "formnettitle.h"
-#include "netstateitemform.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "devices/devmanager.h"
-#include "widgets/rowlist.h"
+#include "gui/monitor/formnettitle.h"
+#include "gui/monitor/netstateitemform.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/devices/devmanager.h"
+#include "gui/widgets/rowlist.h"
 
 #include <QEvent>
 #include <QJsonDocument>

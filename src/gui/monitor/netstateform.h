@@ -1,6 +1,6 @@
 #pragma once
 
-#include "monitor/netstatstracker.h"
+#include "core/monitor/netstatstracker.h"
 
 #include <QHash>
 #include <QWidget>

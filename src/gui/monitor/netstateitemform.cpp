@@ -1,9 +1,9 @@
-#include "netstateitemform.h"
+#include "gui/monitor/netstateitemform.h"
 
-#include "formnettitle.h"
-#include "app/scalefactors.h"
-#include "widgets/rowtipbutton.h"
-#include "widgets/style.h"
+#include "gui/monitor/formnettitle.h"
+#include "core/app/scalefactors.h"
+#include "gui/widgets/rowtipbutton.h"
+#include "gui/widgets/style.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "monitor/netstaterow.h"
-#include "widgets/columnrow.h"
+#include "core/monitor/netstaterow.h"
+#include "gui/widgets/columnrow.h"
 
 class RowTipButton;
 

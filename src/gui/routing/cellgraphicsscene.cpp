@@ -1,4 +1,4 @@
-#include "cellgraphicsscene.h"
+#include "gui/routing/cellgraphicsscene.h"
 
 #include <QGraphicsSceneMouseEvent>
 #include <QtMath>

@@ -1,16 +1,16 @@
-#include "cellrouteform.h"
+#include "gui/routing/cellrouteform.h"
 
-#include "cellgraphicsscene.h"
-#include "routecellitem.h"
-#include "routeheaderview.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
-#include "devices/devmanager.h"
-#include "devices/deviceuistore.h"
-#include "routing/routeclickcontext.h"
-#include "routing/routeplan.h"
-#include "widgets/noticebox.h"
-#include "widgets/style.h"
+#include "gui/routing/cellgraphicsscene.h"
+#include "gui/routing/routecellitem.h"
+#include "gui/routing/routeheaderview.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
+#include "core/devices/devmanager.h"
+#include "core/devices/deviceuistore.h"
+#include "core/routing/routeclickcontext.h"
+#include "core/routing/routeplan.h"
+#include "gui/widgets/noticebox.h"
+#include "gui/widgets/style.h"
 
 #include <QCompleter>
 #include <QEvent>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "routing/routegrid.h"
-#include "routing/tileband.h"
+#include "core/routing/routegrid.h"
+#include "core/routing/tileband.h"
 
 #include <QIcon>
 #include <QPixmap>

@@ -1,4 +1,4 @@
-#include "routecellitem.h"
+#include "gui/routing/routecellitem.h"
 
 #include <QPainter>
 

@@ -1,4 +1,4 @@
-#include "routeheaderview.h"
+#include "gui/routing/routeheaderview.h"
 
 #include <QGraphicsProxyWidget>
 #include <QGraphicsScene>

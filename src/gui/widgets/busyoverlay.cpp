@@ -1,7 +1,7 @@
-#include "busyoverlay.h"
+#include "gui/widgets/busyoverlay.h"
 
-#include "style.h"
-#include "app/scalefactors.h"
+#include "gui/widgets/style.h"
+#include "core/app/scalefactors.h"
 
 #include <QEvent>
 #include <QPainter>

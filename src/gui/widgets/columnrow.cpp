@@ -1,7 +1,7 @@
-#include "columnrow.h"
+#include "gui/widgets/columnrow.h"
 
-#include "style.h"
-#include "app/scalefactors.h"
+#include "gui/widgets/style.h"
+#include "core/app/scalefactors.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

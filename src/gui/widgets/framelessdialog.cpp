@@ -1,8 +1,8 @@
-#include "framelessdialog.h"
+#include "gui/widgets/framelessdialog.h"
 
-#include "style.h"
-#include "windowdragger.h"
-#include "app/scalefactors.h"
+#include "gui/widgets/style.h"
+#include "gui/widgets/windowdragger.h"
+#include "core/app/scalefactors.h"
 
 #include <QHBoxLayout>
 #include <QIcon>

@@ -1,8 +1,8 @@
-#include "noticebox.h"
+#include "gui/widgets/noticebox.h"
 
-#include "style.h"
-#include "app/scalefactors.h"
-#include "app/texts.h"
+#include "gui/widgets/style.h"
+#include "core/app/scalefactors.h"
+#include "core/app/texts.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "framelessdialog.h"
-#include "app/commandplan.h"
+#include "gui/widgets/framelessdialog.h"
+#include "core/app/commandplan.h"
 
 class QLabel;
 

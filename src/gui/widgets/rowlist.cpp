@@ -1,8 +1,8 @@
-#include "rowlist.h"
+#include "gui/widgets/rowlist.h"
 
-#include "columnrow.h"
-#include "style.h"
-#include "app/scalefactors.h"
+#include "gui/widgets/columnrow.h"
+#include "gui/widgets/style.h"
+#include "core/app/scalefactors.h"
 
 #include <QEvent>
 #include <QLabel>

@@ -1,6 +1,6 @@
-#include "rowtipbutton.h"
+#include "gui/widgets/rowtipbutton.h"
 
-#include "app/scalefactors.h"
+#include "core/app/scalefactors.h"
 
 #include <QToolTip>
 

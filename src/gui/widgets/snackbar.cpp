@@ -1,7 +1,7 @@
-#include "snackbar.h"
+#include "gui/widgets/snackbar.h"
 
-#include "style.h"
-#include "app/scalefactors.h"
+#include "gui/widgets/style.h"
+#include "core/app/scalefactors.h"
 
 #include <QEvent>
 #include <QHBoxLayout>

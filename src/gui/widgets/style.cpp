@@ -1,6 +1,6 @@
-#include "style.h"
+#include "gui/widgets/style.h"
 
-#include "app/scalefactors.h"
+#include "core/app/scalefactors.h"
 
 #include <QCoreApplication>
 #include <QFile>

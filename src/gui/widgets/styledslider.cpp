@@ -1,6 +1,6 @@
-#include "styledslider.h"
+#include "gui/widgets/styledslider.h"
 
-#include "app/scalefactors.h"
+#include "core/app/scalefactors.h"
 
 #include <QWheelEvent>
 

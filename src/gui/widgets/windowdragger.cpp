@@ -1,4 +1,4 @@
-#include "windowdragger.h"
+#include "gui/widgets/windowdragger.h"
 
 #include <QMouseEvent>
 #include <QWidget>
