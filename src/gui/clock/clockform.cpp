@@ -8,6 +8,7 @@
 #include "core/clock/clockrow.h"
 #include "core/devices/deviceuistore.h"
 #include "core/devices/devmanager.h"
+#include "gui/widgets/planrunner.h"
 #include "gui/widgets/rowlist.h"
 #include "gui/widgets/style.h"
 
@@ -23,6 +24,8 @@ ClockForm::ClockForm(const DevManager &registry, DeviceUiStore *uiStore, QWidget
     , m_uiStore(uiStore)
 {
     setObjectName(QStringLiteral("ClockForm"));
+    m_runner = new PlanRunner(this, QStringLiteral("ClockForm"));
+    connect(m_runner, &PlanRunner::signal_sendUdp, this, &ClockForm::signal_sendUdp);
     m_list = new RowList(new FormClockTitle, this);
     m_count = new QLabel(this);
     m_count->setObjectName(QStringLiteral("lb_count"));
@@ -85,8 +88,8 @@ void ClockForm::slot_message(const QString &json)
         o.value(QLatin1String("result")).toString() != QLatin1String("succ"))
         return;
     // The reply does not carry the new value: ask the device what it holds now.
-    send({{QStringLiteral("ops"), QStringLiteral("getVersion")},
-          {QStringLiteral("devId"), o.value(QLatin1String("devId")).toString()}});
+    m_runner->send({{QStringLiteral("ops"), QStringLiteral("getVersion")},
+                    {QStringLiteral("devId"), o.value(QLatin1String("devId")).toString()}});
 }
 
 void ClockForm::slot_editPriority(const QString &devId)
@@ -94,14 +97,9 @@ void ClockForm::slot_editPriority(const QString &devId)
     const int current = m_uiStore ? m_uiStore->get(devId).ptpPriority : -1;
     auto *dialog = new DialogChangePriority(devId, current, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    connect(dialog, &DialogChangePriority::signal_confirmed, this, &ClockForm::send);
+    connect(dialog, &DialogChangePriority::signal_confirmed, m_runner,
+            [this](const QJsonObject &command) { m_runner->send(command); });
     dialog->open();
-}
-
-void ClockForm::send(const QJsonObject &command)
-{
-    emit signal_sendUdp(QString::fromUtf8(QJsonDocument(command).toJson(QJsonDocument::Compact)),
-                        QStringLiteral("ClockForm"));
 }
 
 void ClockForm::changeEvent(QEvent *event)

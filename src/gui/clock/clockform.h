@@ -7,6 +7,7 @@ class ClockItemForm;
 class DevManager;
 class DeviceUiStore;
 class FormClockTitle;
+class PlanRunner;
 class RowList;
 class QLabel;
 
@@ -40,9 +41,8 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
-    void send(const QJsonObject &command);
-
     const DevManager &m_registry;
+    PlanRunner *m_runner = nullptr;
     DeviceUiStore *m_uiStore;
     RowList *m_list;
     QLabel *m_count;

@@ -7,6 +7,7 @@
 #include "core/devices/devmanager.h"
 #include "gui/widgets/noticebox.h"
 #include "gui/widgets/style.h"
+#include "gui/widgets/planrunner.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -28,6 +29,8 @@ DeviceListForm::DeviceListForm(const DevManager &registry, DeviceUiStore *uiStor
     , m_proxy(new QSortFilterProxyModel(this))
 {
     setObjectName(QStringLiteral("DeviceListForm"));
+    m_runner = new PlanRunner(this, QStringLiteral("DeviceListForm"));
+    connect(m_runner, &PlanRunner::signal_sendUdp, this, &DeviceListForm::signal_sendUdp);
     m_proxy->setSourceModel(m_model);
     m_proxy->setSortRole(DeviceTableModel::SortRole);
     m_proxy->setFilterCaseSensitivity(Qt::CaseInsensitive);
@@ -194,8 +197,7 @@ void DeviceListForm::send(const QString &op, const QString &devId, const QJsonOb
     QJsonObject cmd = extra;
     cmd.insert(QStringLiteral("ops"), op);
     cmd.insert(QStringLiteral("devId"), devId);
-    emit signal_sendUdp(QString::fromUtf8(QJsonDocument(cmd).toJson(QJsonDocument::Compact)),
-                        QStringLiteral("DeviceListForm"));
+    m_runner->send(cmd);
 }
 
 void DeviceListForm::updateButtons()

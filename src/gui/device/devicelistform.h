@@ -3,6 +3,7 @@
 #include <QJsonObject>
 #include <QWidget>
 
+class PlanRunner;
 class DevManager;
 class DeviceTableModel;
 class DeviceUiStore;
@@ -61,4 +62,5 @@ private:
     QPushButton *m_dsp;
     QPushButton *m_identify;
     QPushButton *m_reboot;
+    PlanRunner *m_runner = nullptr;
 };

@@ -25,6 +25,7 @@
 #include "core/protocol/replyrouter.h"
 #include "gui/widgets/noticebox.h"
 #include "gui/widgets/style.h"
+#include "gui/widgets/planrunner.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -67,6 +68,9 @@ DeviceSettingsDialog::DeviceSettingsDialog(const QString &devId, const DevManage
     , m_ipRecheck(new QTimer(this))
 {
     setObjectName(QStringLiteral("dlg_deviceSettings"));
+    m_runner = new PlanRunner(this, kTag);
+    connect(m_runner, &PlanRunner::signal_sendUdp, this, &DeviceSettingsDialog::signal_sendUdp);
+    connect(m_runner, &PlanRunner::signal_sendUdpToPort, this, &DeviceSettingsDialog::signal_sendUdpToPort);
     setModal(false);
     setMinimumSize(scaled(860), scaled(600));
     resize(scaled(920), scaled(660));
@@ -215,14 +219,7 @@ void DeviceSettingsDialog::ask(const QString &op)
 
 bool DeviceSettingsDialog::run(const CommandPlan &plan)
 {
-    if (!NoticeBox::passSteps(this, plan.steps) || plan.command.isEmpty())
-        return false;
-    const QString json = QString::fromUtf8(QJsonDocument(plan.command).toJson(QJsonDocument::Compact));
-    if (plan.port)
-        emit signal_sendUdpToPort(json, plan.port);
-    else
-        emit signal_sendUdp(json, kTag);
-    return true;
+    return m_runner->run(plan) && !plan.command.isEmpty();
 }
 
 void DeviceSettingsDialog::slot_refreshDevice(const QString &devId)

@@ -7,6 +7,7 @@
 #include <QPointer>
 #include <optional>
 
+class PlanRunner;
 class DevManager;
 class DeviceUiStore;
 class LockOverlay;
@@ -106,4 +107,5 @@ private:
         bool ok = false;
     };
     std::optional<Result> m_result;
+    PlanRunner *m_runner = nullptr;
 };

@@ -6,6 +6,7 @@
 #include "core/app/texts.h"
 #include "core/device/lockplan.h"
 #include "gui/widgets/style.h"
+#include "gui/widgets/planrunner.h"
 
 #include <QButtonGroup>
 #include <QEvent>
@@ -40,6 +41,8 @@ ManageLock::ManageLock(const QString &devId, const LockChoice &current, QWidget 
     , m_devId(devId)
 {
     setObjectName(QStringLiteral("dlg_manageLock"));
+    m_runner = new PlanRunner(this, QStringLiteral("ManageLock"));
+    connect(m_runner, &PlanRunner::signal_sendUdpToPort, this, &ManageLock::signal_sendUdpToPort);
     setMinimumWidth(scaled(520));
 
     m_detailsBox = new QGroupBox(this);
@@ -126,7 +129,7 @@ void ManageLock::onOk()
     const QVector<CommandPlan> plans =
         LockPlan::setLock(m_devId, m_password->text(), c.detailsLevel(), c.routingLevel(), c.dspLevel());
     for (const CommandPlan &p : plans)
-        emit signal_sendUdpToPort(QString::fromUtf8(QJsonDocument(p.command).toJson(QJsonDocument::Compact)), p.port);
+        m_runner->run(p);
     accept();
 }
 

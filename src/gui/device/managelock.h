@@ -3,6 +3,7 @@
 #include "core/device/lockchoice.h"
 #include "gui/widgets/framelessdialog.h"
 
+class PlanRunner;
 class PasswordEdit;
 class QButtonGroup;
 class QGroupBox;
@@ -44,4 +45,5 @@ private:
     PasswordEdit *m_password;
     QPushButton *m_ok;
     QPushButton *m_cancel;
+    PlanRunner *m_runner = nullptr;
 };

@@ -6,6 +6,7 @@
 #include "core/device/lockplan.h"
 #include "gui/widgets/noticebox.h"
 #include "gui/widgets/style.h"
+#include "gui/widgets/planrunner.h"
 
 #include <QEvent>
 #include <QGridLayout>
@@ -21,6 +22,8 @@ ManagePasswd::ManagePasswd(const QString &devId, QWidget *parent)
     , m_devId(devId)
 {
     setObjectName(QStringLiteral("dlg_managePasswd"));
+    m_runner = new PlanRunner(this, QStringLiteral("ManagePasswd"));
+    connect(m_runner, &PlanRunner::signal_sendUdp, this, &ManagePasswd::signal_sendUdp);
     setMinimumWidth(scaled(480));
 
     auto *grid = new QGridLayout;
@@ -54,13 +57,8 @@ ManagePasswd::ManagePasswd(const QString &devId, QWidget *parent)
 void ManagePasswd::onOk()
 {
     const CommandPlan plan = LockPlan::changePassword(m_devId, m_old->text(), m_new->text(), m_confirm->text());
-    if (plan.refused()) {
-        NoticeBox::notice(this, plan.steps.last().text);
-        return;
-    }
-    emit signal_sendUdp(QString::fromUtf8(QJsonDocument(plan.command).toJson(QJsonDocument::Compact)),
-                        QStringLiteral("ManagePasswd"));
-    accept();
+    if (m_runner->run(plan))
+        accept();
 }
 
 void ManagePasswd::retranslate()

@@ -2,6 +2,7 @@
 
 #include "gui/widgets/framelessdialog.h"
 
+class PlanRunner;
 class PasswordEdit;
 class QLabel;
 
@@ -33,4 +34,5 @@ private:
     QLabel *m_tips;
     QPushButton *m_ok;
     QPushButton *m_cancel;
+    PlanRunner *m_runner = nullptr;
 };

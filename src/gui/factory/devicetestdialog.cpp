@@ -5,6 +5,7 @@
 #include "core/devices/devmanager.h"
 #include "core/factory/factoryprobe.h"
 #include "core/protocol/ipv4.h"
+#include "gui/widgets/planrunner.h"
 
 #include <QCheckBox>
 #include <QComboBox>
@@ -29,6 +30,8 @@ DeviceTestDialog::DeviceTestDialog(const DevManager &registry, AddressSource loc
     , m_probe(new FactoryProbe(this))
 {
     setObjectName(QStringLiteral("dlg_deviceTest"));
+    m_runner = new PlanRunner(this, QStringLiteral("DeviceTestDialog"));
+    connect(m_runner, &PlanRunner::signal_sendUdp, this, &DeviceTestDialog::signal_sendUdp);
     setModal(false);
     setMinimumSize(scaled(620), scaled(560));
 
@@ -143,8 +146,7 @@ void DeviceTestDialog::sendToDevice(const QJsonObject &command)
         return;
     QJsonObject cmd = command;
     cmd.insert(QStringLiteral("devId"), devId);
-    emit signal_sendUdp(QString::fromUtf8(QJsonDocument(cmd).toJson(QJsonDocument::Compact)),
-                        QStringLiteral("DeviceTestDialog"));
+    m_runner->send(cmd);
 }
 
 void DeviceTestDialog::slot_message(const QString &json)

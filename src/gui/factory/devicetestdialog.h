@@ -4,6 +4,7 @@
 
 #include <functional>
 
+class PlanRunner;
 class DevManager;
 class FactoryProbe;
 class QCheckBox;
@@ -65,4 +66,5 @@ private:
     QLineEdit *m_uartText;
     QPushButton *m_uartSend;
     QPlainTextEdit *m_uartLog;
+    PlanRunner *m_runner = nullptr;
 };

@@ -9,6 +9,7 @@
 #include "core/protocol/ipv4.h"
 #include "gui/widgets/noticebox.h"
 #include "gui/widgets/style.h"
+#include "gui/widgets/planrunner.h"
 
 #include <QButtonGroup>
 #include <QDateTime>
@@ -66,6 +67,8 @@ StreamForm::StreamForm(const DevManager &registry, QWidget *parent)
     , m_registry(registry)
 {
     setObjectName(QStringLiteral("StreamForm"));
+    m_runner = new PlanRunner(this, QLatin1String(kTag));
+    connect(m_runner, &PlanRunner::signal_sendUdp, this, &StreamForm::signal_sendUdp);
     // Seeded once with the current time in seconds, as the automatic address asks.
     auto generator = std::make_shared<QRandomGenerator>(quint32(QDateTime::currentSecsSinceEpoch()));
     m_random = [generator] { return int(generator->bounded(1 << 30)); };
@@ -394,7 +397,7 @@ void StreamForm::on_pb_create_clicked()
     const auto dev = m_registry.findByDevId(m_devId);
     if (!dev)
         return;
-    send(FlowPlan::create(*dev, createInput(), m_registry.flows(), m_random));
+    m_runner->run(FlowPlan::create(*dev, createInput(), m_registry.flows(), m_random));
 }
 
 void StreamForm::on_pb_delete_clicked()
@@ -406,7 +409,7 @@ void StreamForm::on_pb_delete_clicked()
     for (FormMcast *row : flowRows())
         if (row->isSelected())
             selected = row->flow().address;
-    send(FlowPlan::remove(*dev, selected));
+    m_runner->run(FlowPlan::remove(*dev, selected));
 }
 
 void StreamForm::on_pb_details_clicked()
@@ -431,14 +434,6 @@ void StreamForm::openDetails(int row)
     m_details->setDetails(flow ? FlowView::details(*flow, m_registry.devices()) : FlowView::txDetails(*dev, dstIp));
     m_details->show();
     m_details->raise();
-}
-
-void StreamForm::send(const CommandPlan &plan)
-{
-    if (!NoticeBox::passSteps(this, plan.steps) || plan.command.isEmpty())
-        return;
-    emit signal_sendUdp(QString::fromUtf8(QJsonDocument(plan.command).toJson(QJsonDocument::Compact)),
-                        QLatin1String(kTag));
 }
 
 void StreamForm::retranslate()

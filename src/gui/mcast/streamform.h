@@ -10,6 +10,7 @@ class DevManager;
 class FormMcast;
 class McastWidget;
 class QButtonGroup;
+class PlanRunner;
 class QLabel;
 class QLineEdit;
 class QListWidget;
@@ -59,7 +60,6 @@ private:
     void followAddressMode();
     void followFlowSelection();
     void openDetails(int row);
-    void send(const CommandPlan &plan);
     void retranslate();
 
     const DevManager &m_registry;
@@ -88,4 +88,5 @@ private:
     QLabel *m_portCaption;
     QLineEdit *m_port;
     QPushButton *m_create;
+    PlanRunner *m_runner = nullptr;
 };

@@ -6,6 +6,7 @@
 #include "core/app/texts.h"
 #include "core/devices/devmanager.h"
 #include "gui/widgets/rowlist.h"
+#include "gui/widgets/planrunner.h"
 
 #include <QEvent>
 #include <QJsonDocument>
@@ -18,6 +19,8 @@ DevVolumeForm::DevVolumeForm(const DevManager &registry, QWidget *parent)
     , m_registry(registry)
 {
     setObjectName(QStringLiteral("DevVolumeForm"));
+    m_runner = new PlanRunner(this, QStringLiteral("DevVolumeForm"));
+    connect(m_runner, &PlanRunner::signal_sendUdp, this, &DevVolumeForm::signal_sendUdp);
     m_list = new RowList(new DevVolumeTitleForm, this);
     m_count = new QLabel(this);
     m_count->setObjectName(QStringLiteral("lb_count"));
@@ -51,8 +54,7 @@ void DevVolumeForm::slot_poll()
 {
     const QVector<Device> devices = m_registry.devices();
     for (const QJsonObject &c : m_tracker.pollRound(devices))
-        emit signal_sendUdp(QString::fromUtf8(QJsonDocument(c).toJson(QJsonDocument::Compact)),
-                            QStringLiteral("DevVolumeForm"));
+        m_runner->send(c);
     // Groups that went unanswered too long are emptied on the poll, not on a reply.
     for (const Device &d : devices)
         if (DevVolumeItemForm *item = m_items.value(d.devId()))

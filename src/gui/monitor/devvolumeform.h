@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QWidget>
 
+class PlanRunner;
 class DevManager;
 class DevVolumeItemForm;
 class QLabel;
@@ -46,4 +47,5 @@ private:
     QLabel *m_count;
     QTimer *m_timer;
     QHash<QString, DevVolumeItemForm *> m_items;
+    PlanRunner *m_runner = nullptr;
 };

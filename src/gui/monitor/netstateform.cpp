@@ -6,6 +6,7 @@
 #include "core/app/texts.h"
 #include "core/devices/devmanager.h"
 #include "gui/widgets/rowlist.h"
+#include "gui/widgets/planrunner.h"
 
 #include <QEvent>
 #include <QJsonDocument>
@@ -18,6 +19,8 @@ NetStateForm::NetStateForm(const DevManager &registry, QWidget *parent)
     , m_registry(registry)
 {
     setObjectName(QStringLiteral("NetStateForm"));
+    m_runner = new PlanRunner(this, QStringLiteral("NetStateForm"));
+    connect(m_runner, &PlanRunner::signal_sendUdp, this, &NetStateForm::signal_sendUdp);
     m_title = new FormNetTitle;
     m_list = new RowList(m_title, this);
     m_count = new QLabel(this);
@@ -111,8 +114,7 @@ void NetStateForm::showRows(const QVector<Device> &devices)
 void NetStateForm::send(const QVector<QJsonObject> &commands)
 {
     for (const QJsonObject &c : commands)
-        emit signal_sendUdp(QString::fromUtf8(QJsonDocument(c).toJson(QJsonDocument::Compact)),
-                            QStringLiteral("NetStateForm"));
+        m_runner->send(c);
 }
 
 void NetStateForm::changeEvent(QEvent *event)

@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QWidget>
 
+class PlanRunner;
 class DevManager;
 class FormNetTitle;
 class NetStateItemForm;
@@ -58,4 +59,5 @@ private:
     QLabel *m_count;
     QTimer *m_timer;
     QHash<QString, NetStateItemForm *> m_items;
+    PlanRunner *m_runner = nullptr;
 };

@@ -11,6 +11,7 @@
 #include "core/routing/routeplan.h"
 #include "gui/widgets/noticebox.h"
 #include "gui/widgets/style.h"
+#include "gui/widgets/planrunner.h"
 
 #include <QCompleter>
 #include <QEvent>
@@ -84,6 +85,8 @@ CellRouteForm::CellRouteForm(const DevManager &registry, DeviceUiStore *uiStore,
     , m_arrowZone(qMax(6, int(newAdjScale * 18)))
 {
     setObjectName(QStringLiteral("CellRouteForm"));
+    m_runner = new PlanRunner(this, QStringLiteral("CellRouteForm"));
+    connect(m_runner, &PlanRunner::signal_sendUdp, this, &CellRouteForm::signal_sendUdp);
     // The pictures are a pixel short of the cell, so the grid lines stay visible around them.
     m_checkedPicture = cellPicture(":/pic/checked.png", m_cellSize - 2);
     m_checkingPicture = cellPicture(":/pic/checking1.png", m_cellSize - 2);
@@ -535,12 +538,9 @@ void CellRouteForm::onCellPressed(int x, int y)
 
     const RoutePlan plan = planRouteClick(routeClickContext(m_grid, row, column, m_registry, m_uiStore));
     m_inClick = true;
-    const bool passed = NoticeBox::passSteps(this, plan.steps);
+    const bool passed = m_runner->run(plan);
     m_inClick = false;
     if (passed) {
-        if (!plan.command.isEmpty())
-            emit signal_sendUdp(QString::fromUtf8(QJsonDocument(plan.command).toJson(QJsonDocument::Compact)),
-                                QStringLiteral("CellRouteForm"));
         if (plan.markChecking) {
             m_checking.insert(cellKey(row, column));
             if (RouteCellItem *item = cellItem(row, column)) {

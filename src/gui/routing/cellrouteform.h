@@ -9,6 +9,7 @@
 #include <QSet>
 #include <QWidget>
 
+class PlanRunner;
 class CellGraphicsScene;
 class DevManager;
 class DeviceUiStore;
@@ -144,4 +145,5 @@ private:
     QIcon m_decreaseColumnIcon;
     QPoint m_pointer;            // in the viewport, while the pointer is over it
     bool m_pointerInside = false;
+    PlanRunner *m_runner = nullptr;
 };
