@@ -5,6 +5,7 @@
 #include "core/app/texts.h"
 #include "core/devices/devicemodels.h"
 #include "core/devices/devmanager.h"
+#include "core/protocol/deviceports.h"
 #include "core/dsp/cdevicedspdata.h"
 #include "core/dsp/dspcommands.h"
 #include "core/dsp/dsplink.h"
@@ -85,7 +86,7 @@ int CliApp::cmdDsp()
     if (!waitFor(&link, &DspLink::signal_connected, [](const QString &, bool up) { return up; }, kConnectMs))
         return fail(4, QStringLiteral("cannot connect to the DSP of %1 at %2:%3")
                            .arg(devText, Ipv4::toText(dev->rec.ip))
-                           .arg(DspLink::kDspPort));
+                           .arg(DevicePorts::kDsp));
 
     QString reply;
     if (!dspRequest(&link, DspCommands::getConfig(), &reply))

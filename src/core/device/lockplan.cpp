@@ -1,5 +1,6 @@
 #include "core/device/lockplan.h"
 
+#include "core/protocol/deviceports.h"
 #include "core/app/texts.h"
 
 int LockPlan::dialogLevel(int deviceLevel)
@@ -44,14 +45,14 @@ QVector<CommandPlan> LockPlan::setLock(const QString &devId, const QString &pass
                                    {QStringLiteral("devId"), devId},
                                    {QStringLiteral("password"), password},
                                    {QStringLiteral("val"), maskText(settingsMask(detailsLevel, routingLevel))}};
-    settings.port = kSettingsLockPort;
+    settings.port = DevicePorts::kLock;
     CommandPlan dsp;
     dsp.command = QJsonObject{{QStringLiteral("ops"), QStringLiteral("setLock")},
                               {QStringLiteral("devId"), devId},
                               {QStringLiteral("uiTag"), QStringLiteral("dspUiTag")},
                               {QStringLiteral("password"), password},
                               {QStringLiteral("val"), maskText(dspMask(dspLevel))}};
-    dsp.port = kDspPort;
+    dsp.port = DevicePorts::kDsp;
     return {settings, dsp};
 }
 

@@ -6,9 +6,6 @@
 class LockPlan
 {
 public:
-    static constexpr quint16 kSettingsLockPort = 9995;
-    static constexpr quint16 kDspPort = 8999;
-
     /// A level as the device reports it (0-3) to the dialog's level number.
     static int dialogLevel(int deviceLevel);
     /// The settings-and-routing mask for the dialog's two levels.

@@ -14,10 +14,8 @@ class CDeviceDspData;
 
 /// The requests of the DSP window and their replies. Every request is compact JSON with "ops" and
 /// "uiTag":"dspUiTag", members in name order, every number a decimal string (docs/protocol.md, "The DSP link").
-/// They go over the DSP link, or by datagram to the device's port kPort.
+/// They go over the DSP link, or by datagram to the device's DSP port.
 namespace DspCommands {
-
-constexpr quint16 kPort = 8999;
 
 /// "bf_in_ch_<channel>_<procIndex>" or "bf_out_ch_<channel>_<procIndex>", counted from 0.
 QString blockFlag(bool outputSide, int channel, int procIndex);

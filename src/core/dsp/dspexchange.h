@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/protocol/deviceports.h"
+
 #include <QString>
 #include <QtGlobal>
 
@@ -14,7 +16,6 @@
 class DspExchange
 {
 public:
-    static constexpr quint16 kPort = 8999;
     static constexpr int kConnectWaitMs = 1000;
     static constexpr int kReadWaitMs = 1000;
     static constexpr int kLimitMs = 5000;
@@ -32,6 +33,6 @@ public:
 
     /// Sends request to address:port and waits for one whole reply, each
     /// wait at most readWaitMs, all waits together about limitMs.
-    static Result run(const QString &address, const QString &request, quint16 port = kPort,
+    static Result run(const QString &address, const QString &request, quint16 port = DevicePorts::kDsp,
                       int readWaitMs = kReadWaitMs, int limitMs = kLimitMs);
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/protocol/deviceports.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -22,8 +24,6 @@ class DspLink : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr uint32_t kDspPort = 8999;
-
     explicit DspLink(QObject *parent = nullptr);
     /// Stops the link (see stop()).
     ~DspLink() override;
@@ -31,7 +31,7 @@ public:
     /// Builds a worker thread and a transport aimed at ip:port, wires them and
     /// starts the thread; the transport then opens the connection. A link
     /// already running is stopped first.
-    void start(uint32_t ip, uint32_t port = kDspPort);
+    void start(uint32_t ip, uint32_t port = DevicePorts::kDsp);
     /// Quits the worker thread and waits for it. The transport's destructor
     /// closes the socket on the worker before this returns.
     void stop();

@@ -1,5 +1,6 @@
 #include "core/factory/factoryprobe.h"
 
+#include "core/protocol/deviceports.h"
 #include "core/app/log.h"
 
 #include <QHostAddress>
@@ -28,7 +29,7 @@ int FactoryProbe::ask(const QStringList &targets)
 {
     int sent = 0;
     for (const QString &t : targets)
-        if (m_socket->writeDatagram(QByteArrayLiteral("AreYouCorvaneLink?"), QHostAddress(t), kPort) > 0)
+        if (m_socket->writeDatagram(QByteArrayLiteral("AreYouCorvaneLink?"), QHostAddress(t), DevicePorts::kSettings) > 0)
             ++sent;
     return sent;
 }

@@ -13,8 +13,6 @@ class FactoryProbe : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr quint16 kPort = 9994;
-
     explicit FactoryProbe(QObject *parent = nullptr);
 
     /// Binds to the interface address (dotted) on a free port; false on failure.

@@ -1,5 +1,6 @@
 #include "core/protocol/mythread.h"
 
+#include "core/protocol/deviceports.h"
 #include "core/protocol/ipv4.h"
 #include "core/protocol/mcastintake.h"
 #include "core/protocol/replyrouter.h"
@@ -161,13 +162,13 @@ void MyThread::run()
     QUdpSocket announce;
     QUdpSocket sap;
     QUdpSocket unicast;
-    if (!bindShared(&announce, kAnnouncePort))
+    if (!bindShared(&announce, DevicePorts::kAnnounce))
         Log::failure(__FILE__, "MyThread::run", __LINE__);
     if (!announce.joinMulticastGroup(QHostAddress(QStringLiteral("239.0.0.188")), chosen))
         Log::failure(__FILE__, "MyThread::run", __LINE__);
     if (!announce.joinMulticastGroup(QHostAddress(QStringLiteral("239.0.0.189")), chosen))
         Log::failure(__FILE__, "MyThread::run", __LINE__);
-    if (!bindShared(&sap, kSapPort))
+    if (!bindShared(&sap, DevicePorts::kSap))
         Log::failure(__FILE__, "MyThread::run", __LINE__);
     if (!sap.joinMulticastGroup(QHostAddress(QStringLiteral("239.255.255.255")), chosen))
         Log::failure(__FILE__, "MyThread::run", __LINE__);

@@ -18,8 +18,6 @@ class MyThread : public QThread, public CommandSink
 {
     Q_OBJECT
 public:
-    static constexpr quint16 kAnnouncePort = 9996;
-    static constexpr quint16 kSapPort = 9875;
     static constexpr int kTickMs = 20;
     static constexpr int kBufferSize = 1500;
 

@@ -1,5 +1,6 @@
 #include "core/protocol/requestrouter.h"
 
+#include "core/protocol/deviceports.h"
 #include "core/app/log.h"
 #include "core/devices/devmanager.h"
 
@@ -40,11 +41,11 @@ struct FixedPort
 };
 
 const FixedPort kFixedPorts[] = {
-    {9994, {"setSampleRate", "setPacketTimeDiv", "setPtpPriority", "setPtpDomain", "setPtpDscp", "setIp", "getIp",
+    {DevicePorts::kSettings, {"setSampleRate", "setPacketTimeDiv", "setPtpPriority", "setPtpDomain", "setPtpDscp", "setIp", "getIp",
             "getDebugInfo", "getVersion", "reboot"}},
-    {9992, {"getInfo", "setGain", "setPower", "getGpioInfo", "setGpioInfo", "testGpio"}},
-    {9993, {"getCfg", "setCfg"}},
-    {7999, {"sendUdpToUart"}},
+    {DevicePorts::kInfo, {"getInfo", "setGain", "setPower", "getGpioInfo", "setGpioInfo", "testGpio"}},
+    {DevicePorts::kConfig, {"getCfg", "setCfg"}},
+    {DevicePorts::kUart, {"sendUdpToUart"}},
 };
 
 QByteArray compact(const QJsonObject &obj)
@@ -151,15 +152,15 @@ QVector<RequestRouter::Datagram> RequestRouter::build(const QString &json, int f
     Datagram d;
     if (isSetIp) {
         d.ip = kBroadcast;
-        d.port = kSettingsPort;
+        d.port = DevicePorts::kSettings;
     } else {
         d.ip = dev->rec.ip;
         quint16 port = portFor(op, quint16(dev->rec.port));
         // The DSP's commands and the settings lock have ports of their own.
         if (req.value(QLatin1String("uiTag")).toString() == QLatin1String("dspUiTag"))
-            port = kDspPort;
+            port = DevicePorts::kDsp;
         else if (op == QLatin1String("setLock"))
-            port = kSettingsLockPort;
+            port = DevicePorts::kLock;
         d.port = fixedPort >= 0 ? quint16(fixedPort) : port;
     }
     d.data = compact(req);

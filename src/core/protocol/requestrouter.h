@@ -20,9 +20,6 @@ public:
     };
 
     static constexpr quint32 kBroadcast = 0xFFFFFFFFu;
-    static constexpr quint16 kSettingsPort = 9994;
-    static constexpr quint16 kSettingsLockPort = 9995;
-    static constexpr quint16 kDspPort = 8999;
 
     /// The datagrams for one request (none when it is dropped; two for the
     /// statistics operations, which go in pairs).
