@@ -49,6 +49,7 @@ class TestDevicesPage : public QObject
 private slots:
     void init() { Language::setChinese(false); }
     void rowsFollowTheRegistry();
+    void clockColumnFollowsANewLeader();
     void sortAndFilter();
     void actionsSendTheirCommands();
     void blinkHighlightsTheRow();
@@ -76,6 +77,27 @@ void TestDevicesPage::rowsFollowTheRegistry()
         registry.clock(20);
     form.slot_refresh();
     QCOMPARE(form.model()->rowCount(), 0);
+}
+
+void TestDevicesPage::clockColumnFollowsANewLeader()
+{
+    const QString first = "00-1D-C1-FF-FE-00-00-01";
+    const QString second = "00-1D-C1-FF-FE-00-00-02";
+    DevManager registry;
+    DeviceUiStore store;
+    announce(registry, "A", "10.0.0.2", {{"myClkId", first}, {"gmClkId", first}});
+    announce(registry, "B", "10.0.0.3", {{"myClkId", second}, {"gmClkId", first}});
+    DeviceListForm form(registry, &store);
+    store.slot_message(R"({"ops":"clockEvent","event":"masterOffset","devId":"B","state":"2"})");
+    QCOMPARE(column(form, DeviceTableModel::Clock), (QStringList{"Master · locked", "Slave · locked"}));
+    // A priority change made B the leader; the devices say so in their next announcements.
+    announce(registry, "A", "10.0.0.2", {{"myClkId", first}, {"gmClkId", second}});
+    announce(registry, "B", "10.0.0.3", {{"myClkId", second}, {"gmClkId", second}});
+    QVERIFY(registry.takeDirty()); // the page's next periodic refresh will come
+    // Before it does, clock events arrive: a row never shows them against the old description.
+    store.slot_message(R"({"ops":"clockEvent","event":"masterOffset","devId":"A","state":"1"})");
+    store.slot_message(R"({"ops":"clockEvent","event":"masterOffset","devId":"B","state":"6"})");
+    QCOMPARE(column(form, DeviceTableModel::Clock), (QStringList{"Slave · unlock", "Master · locked"}));
 }
 
 void TestDevicesPage::sortAndFilter()
