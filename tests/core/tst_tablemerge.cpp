@@ -40,8 +40,6 @@ void TestTableMerge::targetOfAnOperation()
     QCOMPARE(TableMerge::targetOf("getAllChNameTx").table, -1);
     QVERIFY(!TableMerge::targetOf("getAllRxChX").isValid());
     QVERIFY(!TableMerge::targetOf("getVersion").isValid());
-    QVERIFY(TableMerge::isRouteTable(DeviceTables::McastTx));
-    QVERIFY(!TableMerge::isRouteTable(DeviceTables::ActiveUcastId));
 }
 
 void TestTableMerge::pagesMoveTheFetchedCount_data()

