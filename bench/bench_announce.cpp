@@ -47,7 +47,7 @@ int main()
 
     DevManager registry;
     int notices = 0;
-    registry.setNotifier([&notices](const QJsonObject &) { ++notices; });
+    registry.setNotifier([&notices](const RegistryNotice &) { ++notices; });
     for (const Datagram &d : qAsConst(known[0]))
         registry.intakeAnnouncement(d.bytes.constData(), d.bytes.size(), d.ip, 9996);
     if (registry.deviceCount() != kKnown) {

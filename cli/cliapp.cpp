@@ -2,6 +2,7 @@
 
 #include "clioutput.h"
 #include "core/app/netscan.h"
+#include "core/devices/commandtargets.h"
 #include "core/protocol/devicelink.h"
 #include "core/protocol/requestrouter.h"
 #include "core/routing/routelist.h"
@@ -16,7 +17,6 @@
 #include <cstdio>
 
 namespace {
-constexpr int kSettleMs = 1000;
 constexpr int kReplyMs = 3000;
 } // namespace
 
@@ -152,7 +152,12 @@ CliApp::CliApp(const Options &options, QObject *parent)
 {
     m_out->setCodec("UTF-8");
     m_sinceChange.start();
-    connect(m_link, &DeviceLink::signal_notification, this, [this] { m_sinceChange.restart(); });
+    // The tables settle when the devices and their pages stop changing; flows come and go on their own.
+    auto changed = [this] { m_sinceChange.restart(); };
+    connect(m_link, &DeviceLink::signal_send_addDev, this, changed);
+    connect(m_link, &DeviceLink::signal_send_updateDev, this, changed);
+    connect(m_link, &DeviceLink::signal_send_delDev, this, changed);
+    connect(m_link, &DeviceLink::signal_refresh_route, this, changed);
 }
 
 CliApp::~CliApp()
@@ -185,29 +190,19 @@ bool CliApp::waitUntil(const std::function<bool()> &done, int timeoutMs)
     return done();
 }
 
-bool CliApp::waitForSettledTables()
+bool CliApp::waitForSettledTables(const CommandTargets &targets)
 {
     return waitUntil(
-        [this] {
-            const QVector<Device> devices = m_link->registry().devices();
-            if (devices.isEmpty() || m_sinceChange.elapsed() < kSettleMs)
-                return false;
-            for (const Device &d : devices)
-                if (!d.tablesComplete())
-                    return false;
-            return true;
+        [&] {
+            const DevManager &registry = m_link->registry();
+            return targets.ready(registry.devices(), registry.flows(), m_sinceChange.elapsed());
         },
         m_options.waitMs);
 }
 
 QString CliApp::resolveDevice(const QString &idOrName) const
 {
-    if (m_link->registry().findByDevId(idOrName))
-        return idOrName;
-    for (const Device &d : m_link->registry().devices())
-        if (d.rec.name.str() == idOrName)
-            return d.devId();
-    return QString();
+    return CommandTargets::resolveDevice(m_link->registry().devices(), idOrName);
 }
 
 int CliApp::run()
@@ -273,7 +268,7 @@ int CliApp::run()
 
 int CliApp::cmdDevices()
 {
-    waitForSettledTables();
+    waitForSettledTables({});
     const QVector<Device> devices = m_link->registry().devices();
     if (m_options.json) {
         QJsonArray arr;
@@ -305,7 +300,7 @@ int CliApp::cmdFlows()
 
 int CliApp::cmdRoutes()
 {
-    waitForSettledTables();
+    waitForSettledTables({});
     const QVector<RouteEntry> routes = routesOf(m_link->registry().devices());
     if (m_options.json) {
         QJsonArray arr;

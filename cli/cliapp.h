@@ -9,6 +9,7 @@
 class DeviceLink;
 class DspLink;
 class QTextStream;
+struct CommandTargets;
 
 /// corvane-cli: the program's core without widgets, for scripts and tests.
 class CliApp : public QObject
@@ -43,7 +44,9 @@ public:
 private:
     int fail(int code, const QString &message);
     bool waitUntil(const std::function<bool()> &done, int timeoutMs);
-    bool waitForSettledTables();
+    /// Waits, within --wait, until the device tables have settled and every
+    /// device and flow the command names is known.
+    bool waitForSettledTables(const CommandTargets &targets);
     QString resolveDevice(const QString &idOrName) const;
 
     int cmdDevices();

@@ -3,6 +3,7 @@
 #include "cliapp.h"
 
 #include "core/app/commandplan.h"
+#include "core/devices/commandtargets.h"
 #include "core/devices/devmanager.h"
 #include "core/devices/deviceuistore.h"
 #include "core/mcast/flowplan.h"
@@ -69,15 +70,28 @@ int CliApp::report(const QJsonObject &sent, const QString &reply)
 
 int CliApp::cmdRoute()
 {
-    waitForSettledTables();
     DevManager &registry = m_link->registry();
     const bool adding = m_options.args.at(0) == QLatin1String("add");
     const QString dstText = m_options.args.at(adding ? 2 : 1);
+    const QString srcText = adding ? m_options.args.at(1) : QString();
 
     RouteContext ctx;
     QString rxName;
+    QString owner;
+    int channel = 0;
     if (!splitChannel(dstText, &rxName, &ctx.rxChannel))
         return fail(2, QStringLiteral("a receive channel is DEVICE:CH, not \"%1\"").arg(dstText));
+    if (adding && !splitChannel(srcText, &owner, &channel))
+        return fail(2, QStringLiteral("a source is DEVICE:CH or flow:NAME:CH, not \"%1\"").arg(srcText));
+    const bool fromFlow = owner.startsWith(QLatin1String("flow:"));
+    CommandTargets targets;
+    targets.devices.append(rxName);
+    if (fromFlow)
+        targets.flows.append(owner.mid(5));
+    else if (adding)
+        targets.devices.append(owner);
+    waitForSettledTables(targets);
+
     ctx.rxDevId = resolveDevice(rxName);
     ctx.rx = registry.findByDevId(ctx.rxDevId);
     if (!ctx.rx)
@@ -92,13 +106,8 @@ int CliApp::cmdRoute()
 
     const RtpChItem *current = ctx.rx->routeOf(ctx.rxChannel - 1);
     if (adding) {
-        const QString srcText = m_options.args.at(1);
-        QString owner;
-        int channel = 0;
-        if (!splitChannel(srcText, &owner, &channel))
-            return fail(2, QStringLiteral("a source is DEVICE:CH or flow:NAME:CH, not \"%1\"").arg(srcText));
         ctx.rowChannel = channel;
-        if (owner.startsWith(QLatin1String("flow:"))) {
+        if (fromFlow) {
             ctx.rowIsFlow = true;
             ctx.rowOwnerId = owner.mid(5);
             ctx.flow = registry.findFlowByName(ctx.rowOwnerId);
@@ -167,16 +176,21 @@ int CliApp::cmdRoute()
 
 int CliApp::cmdFlow()
 {
-    waitForSettledTables();
     DevManager &registry = m_link->registry();
     const QString devText = m_options.args.at(1);
+    const bool creating = m_options.args.at(0) == QLatin1String("create");
+    CommandTargets targets;
+    targets.devices.append(devText);
+    if (!creating)
+        targets.sentFlows.append({devText, m_options.args.at(2)});
+    waitForSettledTables(targets);
     const QString devId = resolveDevice(devText);
     const auto dev = registry.findByDevId(devId);
     if (!dev)
         return fail(3, QStringLiteral("no such device: %1").arg(devText));
 
     CommandPlan plan;
-    if (m_options.args.at(0) == QLatin1String("create")) {
+    if (creating) {
         FlowPlan::CreateInput in;
         in.name = m_options.values.value(QStringLiteral("name"));
         in.offsetMs = m_options.values.value(QStringLiteral("offset"), QStringLiteral("0"));

@@ -5,7 +5,7 @@
 #include "core/clock/clockrow.h"
 #include "core/clock/clockstatus.h"
 #include "core/devices/deviceuistore.h"
-#include "core/devices/devmanager.h"
+#include "core/devices/announcementparser.h"
 
 #include "../support/packets.h"
 
@@ -25,7 +25,7 @@ DevRecord record(const char *myClk, const char *gmClk, const char *model = "RK08
             Packets::announcement("D1", "127.0.0.20",
                                   {{"myClkId", myClk}, {"gmClkId", gmClk}, {"model", model}, {"name", "Box"}}))
             .object();
-    DevManager::parseAnnouncement(o, &rec);
+    AnnouncementParser::readDevice(o, &rec);
     return rec;
 }
 

@@ -2,7 +2,7 @@
 // running time, missed polls, sort orders, derived figures, level cells.
 #include "core/app/language.h"
 #include "core/app/texts.h"
-#include "core/devices/devmanager.h"
+#include "core/devices/announcementparser.h"
 #include "core/monitor/devicehealth.h"
 #include "core/monitor/levelcell.h"
 #include "core/monitor/levelstracker.h"
@@ -21,8 +21,8 @@ Device device(const QString &devId, const QString &name, const QJsonObject &over
     QJsonObject o = overrides;
     o.insert("name", name);
     Device d;
-    DevManager::parseAnnouncement(QJsonDocument::fromJson(Packets::announcement(devId, "127.0.0.20", o)).object(),
-                                  &d.rec);
+    AnnouncementParser::readDevice(QJsonDocument::fromJson(Packets::announcement(devId, "127.0.0.20", o)).object(),
+                                   &d.rec);
     return d;
 }
 

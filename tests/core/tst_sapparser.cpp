@@ -2,7 +2,6 @@
 
 #include <QtTest>
 
-#include <climits>
 #include <cstring>
 
 namespace {
@@ -103,44 +102,38 @@ class TestSapParser : public QObject
     Q_OBJECT
 private slots:
     void aes67Announcement();
-    void headerFieldsKeptInHostOrder();
-    void addressesFromOriginAndConnection_data();
-    void addressesFromOriginAndConnection();
-    void sourceFilterWins();
-    void badAddressRejected_data();
-    void badAddressRejected();
+    void addresses_data();
+    void addresses();
     void sampleFormat_data();
     void sampleFormat();
     void framesPerPacket_data();
     void framesPerPacket();
-    void port_data();
-    void port();
-    void rtpOffset_data();
-    void rtpOffset();
-    void cNumber_data();
-    void cNumber();
+    void portAndOffset_data();
+    void portAndOffset();
     void sessionName_data();
     void sessionName();
     void clockIdentity_data();
     void clockIdentity();
-    void rejectedHeader_data();
-    void rejectedHeader();
-    void missingLineRejected_data();
-    void missingLineRejected();
+    void rejected_data();
+    void rejected();
     void readsOnlyTheGivenLength();
-    void datagramSizeLimit();
     void failureLeavesOutputUntouched();
 };
 
 void TestSapParser::aes67Announcement()
 {
+    SapHeader h;
+    h.flags = 0x24; // deletion bit set: kept for the caller to judge
+    h.msgIdHash = 0xBEEF;
+    h.origin = ip(10, 20, 30, 40);
     FlowDescription f;
-    QVERIFY(parse(sapPacket(aes67Sdp()), &f));
-    QCOMPARE(f.versionFlags, quint8(0x20));
+    QVERIFY(parse(sapPacket(aes67Sdp(), h), &f));
+    QCOMPARE(f.versionFlags, quint8(0x24));
     QCOMPARE(f.authLength, quint8(0));
-    QCOMPARE(f.msgIdHash, quint16(0x1234));
-    QCOMPARE(f.originSource, ip(192, 168, 1, 10));
+    QCOMPARE(f.msgIdHash, quint16(0xBEEF));
+    QCOMPARE(f.originSource, ip(10, 20, 30, 40));
     QCOMPARE(f.sessionName, QStringLiteral("Stage Box 1 : 32\r"));
+    // The origin field of the header is not the flow's source: that comes from the SDP text.
     QCOMPARE(f.srcIp, ip(192, 168, 1, 10));
     QCOMPARE(f.dstIp, ip(239, 69, 1, 2));
     QCOMPARE(f.dstPort, quint16(5004));
@@ -152,98 +145,32 @@ void TestSapParser::aes67Announcement()
     QCOMPARE(f.rtpTsOffset, quint32(12345));
 }
 
-void TestSapParser::headerFieldsKeptInHostOrder()
-{
-    SapHeader h;
-    h.flags = 0x24; // deletion bit set: kept for the caller to judge
-    h.authLength = 0;
-    h.msgIdHash = 0xBEEF;
-    h.origin = ip(10, 20, 30, 40);
-    FlowDescription f;
-    QVERIFY(parse(sapPacket(aes67Sdp(), h), &f));
-    QCOMPARE(f.versionFlags, quint8(0x24));
-    QCOMPARE(f.msgIdHash, quint16(0xBEEF));
-    QCOMPARE(f.originSource, ip(10, 20, 30, 40));
-    // The origin field of the header is not the flow's source: that comes from the SDP text.
-    QCOMPARE(f.srcIp, ip(192, 168, 1, 10));
-}
-
-void TestSapParser::addressesFromOriginAndConnection_data()
-{
-    QTest::addColumn<QByteArray>("origin");
-    QTest::addColumn<QByteArray>("connection");
-    QTest::addColumn<quint32>("src");
-    QTest::addColumn<quint32>("dst");
-
-    QTest::newRow("ttl") << QByteArray("o=- 1 1 IN IP4 192.168.1.10") << QByteArray("c=IN IP4 239.69.1.2/32")
-                         << ip(192, 168, 1, 10) << ip(239, 69, 1, 2);
-    QTest::newRow("no ttl") << QByteArray("o=- 1 1 IN IP4 10.0.0.7") << QByteArray("c=IN IP4 239.255.0.1")
-                            << ip(10, 0, 0, 7) << ip(239, 255, 0, 1);
-    QTest::newRow("ttl and count") << QByteArray("o=tx 7 9 IN IP4 172.16.5.200")
-                                   << QByteArray("c=IN IP4 224.2.36.42/127/3") << ip(172, 16, 5, 200)
-                                   << ip(224, 2, 36, 42);
-    QTest::newRow("three digit octets") << QByteArray("o=- 1 1 IN IP4 255.254.253.252")
-                                        << QByteArray("c=IN IP4 239.100.200.255/15") << ip(255, 254, 253, 252)
-                                        << ip(239, 100, 200, 255);
-}
-
-void TestSapParser::addressesFromOriginAndConnection()
-{
-    QFETCH(QByteArray, origin);
-    QFETCH(QByteArray, connection);
-    QFETCH(quint32, src);
-    QFETCH(quint32, dst);
-    FlowDescription f;
-    QVERIFY(parse(sapPacket(sdpWithoutFilter({{"o=", origin}, {"c=", connection}})), &f));
-    QCOMPARE(f.srcIp, src);
-    QCOMPARE(f.dstIp, dst);
-}
-
-void TestSapParser::sourceFilterWins()
-{
-    const QByteArray sdp = aes67Sdp({{"o=", "o=- 1 1 IN IP4 10.9.9.9"},
-                                     {"c=", "c=IN IP4 239.9.9.9/32"},
-                                     {"a=source-filter", "a=source-filter: incl IN IP4 239.1.2.3 192.168.1.10"}});
-    FlowDescription f;
-    QVERIFY(parse(sapPacket(sdp), &f));
-    QCOMPARE(f.dstIp, ip(239, 1, 2, 3));
-    QCOMPARE(f.srcIp, ip(192, 168, 1, 10));
-
-    // With the filter present, the origin and c= lines are not needed at all.
-    const QByteArray bare = aes67Sdp({{"o=", ""}, {"c=", ""}});
-    QVERIFY(parse(sapPacket(bare), &f));
-    QCOMPARE(f.dstIp, ip(239, 69, 1, 2));
-    QCOMPARE(f.srcIp, ip(192, 168, 1, 10));
-}
-
-void TestSapParser::badAddressRejected_data()
+void TestSapParser::addresses_data()
 {
     QTest::addColumn<QByteArray>("sdp");
-
-    QTest::newRow("octet 256") << sdpWithoutFilter({{"c=", "c=IN IP4 239.1.2.256/32"}});
-    QTest::newRow("three octets") << sdpWithoutFilter({{"c=", "c=IN IP4 239.1.2/32"}});
-    QTest::newRow("five octets") << sdpWithoutFilter({{"c=", "c=IN IP4 239.1.2.3.4/32"}});
-    QTest::newRow("four digit octet") << sdpWithoutFilter({{"c=", "c=IN IP4 239.1.2.0003"}});
-    QTest::newRow("trailing letter") << sdpWithoutFilter({{"c=", "c=IN IP4 239.1.2.3x"}});
-    QTest::newRow("hostname") << sdpWithoutFilter({{"c=", "c=IN IP4 stream.local"}});
-    QTest::newRow("IPv6 group") << sdpWithoutFilter({{"c=", "c=IN IP6 ff0e::1:2"}});
-    QTest::newRow("IPv6 origin") << sdpWithoutFilter({{"o=", "o=- 1 1 IN IP6 fe80::1"}});
-    QTest::newRow("zero group") << sdpWithoutFilter({{"c=", "c=IN IP4 0.0.0.0/32"}});
-    QTest::newRow("zero source") << sdpWithoutFilter({{"o=", "o=- 1 1 IN IP4 0.0.0.0"}});
-    QTest::newRow("filter zero source")
-        << sdpWith("a=source-filter", "a=source-filter: incl IN IP4 239.1.2.3 0.0.0.0");
-    QTest::newRow("filter zero group")
-        << sdpWith("a=source-filter", "a=source-filter: incl IN IP4 0.0.0.0 192.168.1.10");
-    QTest::newRow("filter bad group") << sdpWith("a=source-filter", "a=source-filter: incl IN IP4 239.1.2 1.2.3.4");
-    // Nothing after the group on the filter line (and no space further on in this text): no source.
-    QTest::newRow("filter without source") << sdpWith("a=source-filter", "a=source-filter: incl IN IP4 239.1.2.3");
+    QTest::addColumn<quint32>("src");
+    QTest::addColumn<quint32>("dst");
+    QTest::newRow("ttl") << sdpWithoutFilter() << ip(192, 168, 1, 10) << ip(239, 69, 1, 2);
+    QTest::newRow("no ttl") << sdpWithoutFilter({{"o=", "o=- 1 1 IN IP4 10.0.0.7"}, {"c=", "c=IN IP4 239.255.0.1"}})
+                            << ip(10, 0, 0, 7) << ip(239, 255, 0, 1);
+    QTest::newRow("ttl and count")
+        << sdpWithoutFilter({{"o=", "o=tx 7 9 IN IP4 172.16.5.200"}, {"c=", "c=IN IP4 224.2.36.42/127/3"}})
+        << ip(172, 16, 5, 200) << ip(224, 2, 36, 42);
+    QTest::newRow("source filter wins") << aes67Sdp({{"o=", "o=- 1 1 IN IP4 10.9.9.9"},
+                                                     {"c=", "c=IN IP4 239.9.9.9/32"},
+                                                     {"a=source-filter", "a=source-filter: incl IN IP4 239.1.2.3 192.168.1.10"}})
+                                        << ip(192, 168, 1, 10) << ip(239, 1, 2, 3);
+    // With the filter present, the origin and c= lines are not needed at all.
+    QTest::newRow("filter alone") << aes67Sdp({{"o=", ""}, {"c=", ""}}) << ip(192, 168, 1, 10) << ip(239, 69, 1, 2);
 }
 
-void TestSapParser::badAddressRejected()
+void TestSapParser::addresses()
 {
     QFETCH(QByteArray, sdp);
     FlowDescription f;
-    QVERIFY(!parse(sapPacket(sdp), &f));
+    QVERIFY(parse(sapPacket(sdp), &f));
+    QTEST(f.srcIp, "src");
+    QTEST(f.dstIp, "dst");
 }
 
 void TestSapParser::sampleFormat_data()
@@ -257,7 +184,6 @@ void TestSapParser::sampleFormat_data()
     QTest::newRow("L24 stereo") << QByteArray("a=rtpmap:98 L24/48000/2") << true << 3 << 48000u << 2;
     QTest::newRow("L16 8ch 44.1k") << QByteArray("a=rtpmap:96 L16/44100/8") << true << 2 << 44100u << 8;
     QTest::newRow("L8 mono") << QByteArray("a=rtpmap:97 L8/48000/1") << true << 1 << 48000u << 1;
-    QTest::newRow("L32 96k") << QByteArray("a=rtpmap:98 L32/96000/4") << true << 4 << 96000u << 4;
     QTest::newRow("hex and octal") << QByteArray("a=rtpmap:98 L0x18/0xBB80/010") << true << 3 << 48000u << 8;
     QTest::newRow("L40") << QByteArray("a=rtpmap:98 L40/48000/2") << false << 0 << 0u << 0;
     QTest::newRow("L4") << QByteArray("a=rtpmap:98 L4/48000/2") << false << 0 << 0u << 0;
@@ -267,7 +193,6 @@ void TestSapParser::sampleFormat_data()
     QTest::newRow("no channel count") << QByteArray("a=rtpmap:98 L24/48000") << false << 0 << 0u << 0;
     QTest::newRow("rate too wide") << QByteArray("a=rtpmap:98 L24/4294967296/2") << false << 0 << 0u << 0;
     QTest::newRow("not linear PCM") << QByteArray("a=rtpmap:98 AM824/48000/2") << false << 0 << 0u << 0;
-    QTest::newRow("no bit depth") << QByteArray("a=rtpmap:98 L/48000/2") << false << 0 << 0u << 0;
 }
 
 void TestSapParser::sampleFormat()
@@ -278,12 +203,9 @@ void TestSapParser::sampleFormat()
     QCOMPARE(parse(sapPacket(sdpWith("a=rtpmap", rtpmap)), &f), ok);
     if (!ok)
         return;
-    QFETCH(int, bytes);
-    QFETCH(quint32, rate);
-    QFETCH(int, channels);
-    QCOMPARE(int(f.sampleByteNum), bytes);
-    QCOMPARE(f.sampleRate, rate);
-    QCOMPARE(int(f.chNum), channels);
+    QTEST(int(f.sampleByteNum), "bytes");
+    QTEST(f.sampleRate, "rate");
+    QTEST(int(f.chNum), "channels");
 }
 
 void TestSapParser::framesPerPacket_data()
@@ -294,14 +216,10 @@ void TestSapParser::framesPerPacket_data()
 
     QTest::newRow("0.125 ms @ 48k") << QByteArray("0.125") << 48000u << 6u;
     QTest::newRow("1 ms @ 44.1k") << QByteArray("1") << 44100u << 44u;
-    QTest::newRow("0.25 ms @ 96k") << QByteArray("0.25") << 96000u << 24u;
-    QTest::newRow("1 ms @ 48k") << QByteArray("1") << 48000u << 48u;
-    QTest::newRow("4 ms @ 48k") << QByteArray("4") << 48000u << 192u;
     QTest::newRow("1.5 ms @ 48k") << QByteArray("1.5") << 48000u << 72u;
     // Whole kHz before the multiplication: 10 ms at 44.1 kHz is 440, not 441.
     QTest::newRow("10 ms @ 44.1k") << QByteArray("10") << 44100u << 440u;
     // Truncated, not rounded.
-    QTest::newRow("0.125 ms @ 44.1k") << QByteArray("0.125") << 44100u << 5u;
     QTest::newRow("0.333 ms @ 48k") << QByteArray("0.333") << 48000u << 15u;
     // 0.7 * 90 is 62.99999... in binary; the count is still 63.
     QTest::newRow("0.7 ms @ 90k") << QByteArray("0.7") << 90000u << 63u;
@@ -311,107 +229,44 @@ void TestSapParser::framesPerPacket()
 {
     QFETCH(QByteArray, ptime);
     QFETCH(quint32, rate);
-    QFETCH(quint32, frames);
     const QByteArray sdp = aes67Sdp({{"a=rtpmap", "a=rtpmap:98 L24/" + QByteArray::number(rate) + "/2"},
                                      {"a=ptime", "a=ptime:" + ptime}});
     FlowDescription f;
     QVERIFY(parse(sapPacket(sdp), &f));
-    QCOMPARE(f.sampleRate, rate);
-    QCOMPARE(f.framesPerPacket, frames);
+    QTEST(f.framesPerPacket, "frames");
 }
 
-void TestSapParser::port_data()
+void TestSapParser::portAndOffset_data()
 {
-    QTest::addColumn<QByteArray>("text");
+    // Both read as C numbers, whose base follows the text; what else is checked is each field's range.
+    QTest::addColumn<QByteArray>("prefix");
+    QTest::addColumn<QByteArray>("line");
     QTest::addColumn<bool>("ok");
-    QTest::addColumn<int>("port");
-
-    QTest::newRow("decimal") << QByteArray("5004") << true << 5004;
-    QTest::newRow("hex") << QByteArray("0x138c") << true << 5004;
-    QTest::newRow("hex upper") << QByteArray("0X138C") << true << 5004;
-    QTest::newRow("octal") << QByteArray("011614") << true << 5004;
-    QTest::newRow("highest") << QByteArray("65535") << true << 65535;
-    QTest::newRow("zero") << QByteArray("0") << false << 0;
-    QTest::newRow("65536") << QByteArray("65536") << false << 0;
-    QTest::newRow("wraps to 5004") << QByteArray("70540") << false << 0;
-    QTest::newRow("octal stops at 9") << QByteArray("09") << false << 0;
-    QTest::newRow("negative") << QByteArray("-5004") << false << 0;
-    QTest::newRow("no number") << QByteArray("RTP/AVP 98") << false << 0;
+    QTest::addColumn<quint32>("value");
+    const QByteArray m = "m=audio", c = "a=mediaclk";
+    QTest::newRow("port hex") << m << QByteArray("m=audio 0x138c RTP/AVP 98") << true << 5004u;
+    QTest::newRow("port highest") << m << QByteArray("m=audio 65535 RTP/AVP 98") << true << 65535u;
+    QTest::newRow("port zero") << m << QByteArray("m=audio 0 RTP/AVP 98") << false << 0u;
+    QTest::newRow("port 65536") << m << QByteArray("m=audio 65536 RTP/AVP 98") << false << 0u;
+    QTest::newRow("port wraps to 5004") << m << QByteArray("m=audio 70540 RTP/AVP 98") << false << 0u;
+    QTest::newRow("port negative") << m << QByteArray("m=audio -5004 RTP/AVP 98") << false << 0u;
+    QTest::newRow("offset with rate") << c << QByteArray("a=mediaclk:direct=963214424 rate=48000") << true << 963214424u;
+    QTest::newRow("offset highest") << c << QByteArray("a=mediaclk:direct=0xffffffff") << true << 4294967295u;
+    QTest::newRow("offset wraps to 0") << c << QByteArray("a=mediaclk:direct=4294967296") << false << 0u;
+    QTest::newRow("offset huge") << c << QByteArray("a=mediaclk:direct=99999999999999999999999") << false << 0u;
+    QTest::newRow("offset negative") << c << QByteArray("a=mediaclk:direct=-1") << false << 0u;
+    QTest::newRow("offset empty") << c << QByteArray("a=mediaclk:direct=") << false << 0u;
 }
 
-void TestSapParser::port()
+void TestSapParser::portAndOffset()
 {
-    QFETCH(QByteArray, text);
+    QFETCH(QByteArray, prefix);
+    QFETCH(QByteArray, line);
     QFETCH(bool, ok);
-    QFETCH(int, port);
-    const QByteArray line = "m=audio " + text + (text.startsWith("RTP") ? "" : " RTP/AVP 98");
     FlowDescription f;
-    QCOMPARE(parse(sapPacket(sdpWith("m=audio", line)), &f), ok);
+    QCOMPARE(parse(sapPacket(sdpWith(prefix, line)), &f), ok);
     if (ok)
-        QCOMPARE(int(f.dstPort), port);
-}
-
-void TestSapParser::rtpOffset_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<bool>("ok");
-    QTest::addColumn<quint32>("offset");
-
-    QTest::newRow("decimal") << QByteArray("12345") << true << 12345u;
-    QTest::newRow("octal") << QByteArray("010") << true << 8u;
-    QTest::newRow("hex") << QByteArray("0x10") << true << 16u;
-    QTest::newRow("zero") << QByteArray("0") << true << 0u;
-    QTest::newRow("highest") << QByteArray("4294967295") << true << 4294967295u;
-    QTest::newRow("highest hex") << QByteArray("0xffffffff") << true << 4294967295u;
-    QTest::newRow("with rate") << QByteArray("963214424 rate=48000") << true << 963214424u;
-    QTest::newRow("wraps to 0") << QByteArray("4294967296") << false << 0u;
-    QTest::newRow("huge") << QByteArray("99999999999999999999999") << false << 0u;
-    QTest::newRow("negative") << QByteArray("-1") << false << 0u;
-    QTest::newRow("empty") << QByteArray() << false << 0u;
-}
-
-void TestSapParser::rtpOffset()
-{
-    QFETCH(QByteArray, text);
-    QFETCH(bool, ok);
-    QFETCH(quint32, offset);
-    FlowDescription f;
-    QCOMPARE(parse(sapPacket(sdpWith("a=mediaclk", "a=mediaclk:direct=" + text)), &f), ok);
-    if (ok)
-        QCOMPARE(f.rtpTsOffset, offset);
-}
-
-void TestSapParser::cNumber_data()
-{
-    QTest::addColumn<QByteArray>("text");
-    QTest::addColumn<qulonglong>("value");
-    QTest::addColumn<int>("consumed");
-
-    QTest::newRow("decimal") << QByteArray("5004 RTP") << 5004ull << 4;
-    QTest::newRow("hex") << QByteArray("0x1F/") << 31ull << 4;
-    QTest::newRow("hex upper") << QByteArray("0XAbC") << 0xabcull << 5;
-    QTest::newRow("octal") << QByteArray("017") << 15ull << 3;
-    QTest::newRow("zero") << QByteArray("0") << 0ull << 1;
-    QTest::newRow("octal stops at 8") << QByteArray("08") << 0ull << 1;
-    QTest::newRow("0x without digits") << QByteArray("0xg") << 0ull << 1;
-    QTest::newRow("leading blanks") << QByteArray("  42z") << 42ull << 4;
-    QTest::newRow("plus") << QByteArray("+7") << 7ull << 2;
-    QTest::newRow("no digits") << QByteArray("abc") << 0ull << 0;
-    QTest::newRow("empty") << QByteArray("") << 0ull << 0;
-    QTest::newRow("sign only") << QByteArray("-") << 0ull << 0;
-    QTest::newRow("saturates") << QByteArray("999999999999999999999999") << qulonglong(ULONG_MAX) << 24;
-    QTest::newRow("negative wraps") << QByteArray("-1") << qulonglong(ULONG_MAX) << 2;
-}
-
-void TestSapParser::cNumber()
-{
-    QFETCH(QByteArray, text);
-    QFETCH(qulonglong, value);
-    QFETCH(int, consumed);
-    const char *end = nullptr;
-    QCOMPARE(qulonglong(SapParser::cNumber(text.constData(), &end)), value);
-    QCOMPARE(int(end - text.constData()), consumed);
-    QCOMPARE(qulonglong(SapParser::cNumber(text.constData())), value);
+        QTEST(prefix == "m=audio" ? quint32(f.dstPort) : f.rtpTsOffset, "value");
 }
 
 void TestSapParser::sessionName_data()
@@ -419,11 +274,8 @@ void TestSapParser::sessionName_data()
     QTest::addColumn<QByteArray>("sdp");
     QTest::addColumn<QString>("name");
 
-    QTest::newRow("CRLF keeps CR") << sdpWith("s=", "s=Stage Box 1 : 32") << QStringLiteral("Stage Box 1 : 32\r");
     QTest::newRow("LF") << aes67Sdp({}, "\n") << QStringLiteral("Stage Box 1 : 32");
-    QTest::newRow("empty") << sdpWith("s=", "s=") << QStringLiteral("\r");
     QTest::newRow("UTF-8") << sdpWith("s=", "s=B\xC3\xBChne links") << QStringLiteral("B\u00FChne links\r");
-    QTest::newRow("inner spaces and tabs") << sdpWith("s=", "s= a\tb ") << QStringLiteral(" a\tb \r");
     // The first "s=" decides, even when a later line holds another.
     QTest::newRow("first wins") << sdpWith("i=", "s=Second") << QStringLiteral("Stage Box 1 : 32\r");
     // Last in the text without a line break: the name runs to the end.
@@ -433,115 +285,95 @@ void TestSapParser::sessionName_data()
 void TestSapParser::sessionName()
 {
     QFETCH(QByteArray, sdp);
-    QFETCH(QString, name);
     FlowDescription f;
     QVERIFY(parse(sapPacket(sdp), &f));
-    QCOMPARE(f.sessionName, name);
+    QTEST(f.sessionName, "name");
 }
 
 void TestSapParser::clockIdentity_data()
 {
     QTest::addColumn<QByteArray>("sdp");
-    QTest::addColumn<bool>("ok");
-    QTest::addColumn<QByteArray>("clock");
+    QTest::addColumn<QByteArray>("clock"); // empty: rejected
 
-    QTest::newRow("with domain") << aes67Sdp() << true << QByteArray("00-1D-C1-FF-FE-12-34-56");
     QTest::newRow("other domain") << sdpWith("a=ts-refclk", "a=ts-refclk:ptp=IEEE1588-2008:AC-44-F2-FF-FE-00-01-02:127")
-                                  << true << QByteArray("AC-44-F2-FF-FE-00-01-02");
+                                  << QByteArray("AC-44-F2-FF-FE-00-01-02");
     // Exactly 23 characters left in the datagram.
     QTest::newRow("ends the text")
-        << QByteArray(sdpWith("a=ts-refclk", "") + "a=ts-refclk:ptp=IEEE1588-2008:39-A7-94-FF-FE-07-CB-D0") << true
+        << QByteArray(sdpWith("a=ts-refclk", "") + "a=ts-refclk:ptp=IEEE1588-2008:39-A7-94-FF-FE-07-CB-D0")
         << QByteArray("39-A7-94-FF-FE-07-CB-D0");
     QTest::newRow("one short at the end")
-        << QByteArray(sdpWith("a=ts-refclk", "") + "a=ts-refclk:ptp=IEEE1588-2008:39-A7-94-FF-FE-07-CB-D") << false
-        << QByteArray();
+        << QByteArray(sdpWith("a=ts-refclk", "") + "a=ts-refclk:ptp=IEEE1588-2008:39-A7-94-FF-FE-07-CB-D") << QByteArray();
     QTest::newRow("other clock standard")
-        << sdpWith("a=ts-refclk", "a=ts-refclk:ptp=IEEE1588-2019:00-1D-C1-FF-FE-12-34-56:0") << false << QByteArray();
-    QTest::newRow("local clock") << sdpWith("a=ts-refclk", "a=ts-refclk:local") << false << QByteArray();
+        << sdpWith("a=ts-refclk", "a=ts-refclk:ptp=IEEE1588-2019:00-1D-C1-FF-FE-12-34-56:0") << QByteArray();
+    QTest::newRow("local clock") << sdpWith("a=ts-refclk", "a=ts-refclk:local") << QByteArray();
 }
 
 void TestSapParser::clockIdentity()
 {
     QFETCH(QByteArray, sdp);
-    QFETCH(bool, ok);
     QFETCH(QByteArray, clock);
     FlowDescription f;
     std::memset(f.gmClkId, 'x', sizeof(f.gmClkId));
-    QCOMPARE(parse(sapPacket(sdp), &f), ok);
-    if (!ok)
-        return;
-    QCOMPARE(f.gmClkId[23], '\0');
-    QCOMPARE(QByteArray(f.gmClkId), clock);
+    QCOMPARE(parse(sapPacket(sdp), &f), !clock.isEmpty());
+    if (!clock.isEmpty()) {
+        QCOMPARE(f.gmClkId[23], '\0');
+        QCOMPARE(QByteArray(f.gmClkId), clock);
+    }
 }
 
-void TestSapParser::rejectedHeader_data()
+void TestSapParser::rejected_data()
 {
     QTest::addColumn<QByteArray>("packet");
-
     const QByteArray sdp = aes67Sdp();
     const QByteArray good = sapPacket(sdp);
 
-    QTest::newRow("empty") << QByteArray();
+    // The header: at least 24 bytes with "application/sdp" and its zero at offset 8.
     QTest::newRow("23 bytes") << good.left(23);
     QTest::newRow("header only") << good.left(24);
-
-    // Four bytes of authentication data push the payload type past offset 8.
     SapHeader withAuth;
-    withAuth.authLength = 1;
-    QByteArray auth = sapPrefix(withAuth);
-    auth.insert(8, QByteArray("\xde\xad\xbe\xef", 4));
-    QTest::newRow("authentication data") << auth + sdp;
-
-    // An IPv6 origin is 16 bytes long, so the payload type starts at offset 20.
+    withAuth.authLength = 1; // four bytes of authentication data push the payload type past offset 8
+    QTest::newRow("authentication data") << sapPrefix(withAuth).insert(8, QByteArray("\xde\xad\xbe\xef", 4)) + sdp;
     SapHeader v6;
-    v6.flags = 0x30;
-    QByteArray ipv6 = sapPrefix(v6);
-    ipv6.insert(8, QByteArray(12, '\x01'));
-    QTest::newRow("IPv6 origin") << ipv6 + sdp;
-
-    QByteArray sdx = good;
-    sdx[8 + 14] = 'x';
-    QTest::newRow("application/sdx") << sdx;
-
-    QByteArray noZero = good;
-    noZero[23] = 'x';
-    QTest::newRow("payload type not terminated") << noZero;
-
-    QByteArray upper = good;
-    upper.replace(8, 15, "APPLICATION/SDP");
-    QTest::newRow("upper case payload type") << upper;
-
-    // The payload type is optional in SAP; without it the SDP text starts at offset 8.
+    v6.flags = 0x30; // an IPv6 origin is 16 bytes long
+    QTest::newRow("IPv6 origin") << sapPrefix(v6).insert(8, QByteArray(12, '\x01')) + sdp;
+    QTest::newRow("application/sdx") << QByteArray(good).replace(8 + 14, 1, "x");
+    QTest::newRow("payload type not terminated") << QByteArray(good).replace(23, 1, "x");
     QTest::newRow("payload type omitted") << QByteArray(good.left(8) + sdp);
+
+    // Addresses.
+    QTest::newRow("octet 256") << sapPacket(sdpWithoutFilter({{"c=", "c=IN IP4 239.1.2.256/32"}}));
+    QTest::newRow("three octets") << sapPacket(sdpWithoutFilter({{"c=", "c=IN IP4 239.1.2/32"}}));
+    QTest::newRow("trailing letter") << sapPacket(sdpWithoutFilter({{"c=", "c=IN IP4 239.1.2.3x"}}));
+    QTest::newRow("IPv6 group") << sapPacket(sdpWithoutFilter({{"c=", "c=IN IP6 ff0e::1:2"}}));
+    QTest::newRow("zero group") << sapPacket(sdpWithoutFilter({{"c=", "c=IN IP4 0.0.0.0/32"}}));
+    QTest::newRow("zero source") << sapPacket(sdpWithoutFilter({{"o=", "o=- 1 1 IN IP4 0.0.0.0"}}));
+    QTest::newRow("filter zero source")
+        << sapPacket(sdpWith("a=source-filter", "a=source-filter: incl IN IP4 239.1.2.3 0.0.0.0"));
+    // Nothing after the group on the filter line (and no space further on in this text): no source.
+    QTest::newRow("filter without source")
+        << sapPacket(sdpWith("a=source-filter", "a=source-filter: incl IN IP4 239.1.2.3"));
+
+    // Lines that must be there, in the form read.
+    for (const char *prefix : {"s=", "m=audio", "a=rtpmap", "a=ptime", "a=ts-refclk", "a=mediaclk"})
+        QTest::newRow(prefix) << sapPacket(sdpWith(prefix, ""));
+    QTest::newRow("o= without filter") << sapPacket(sdpWithoutFilter({{"o=", ""}}));
+    QTest::newRow("c= without filter") << sapPacket(sdpWithoutFilter({{"c=", ""}}));
+    QTest::newRow("ptime not a number") << sapPacket(sdpWith("a=ptime", "a=ptime:abc"));
+    QTest::newRow("media not audio") << sapPacket(sdpWith("m=audio", "m=video 5004 RTP/AVP 98"));
+    QTest::newRow("mediaclk not direct") << sapPacket(sdpWith("a=mediaclk", "a=mediaclk:sender"));
+    // The largest datagram the receive thread hands over is 1500 bytes.
+    QByteArray largest = good + "a=x-pad:";
+    largest += QByteArray(SapParser::MaxDatagram - largest.size(), 'p');
+    QTest::newRow("1501 bytes") << largest + 'p';
 }
 
-void TestSapParser::rejectedHeader()
+void TestSapParser::rejected()
 {
     QFETCH(QByteArray, packet);
     FlowDescription f;
     QVERIFY(!parse(packet, &f));
-}
-
-void TestSapParser::missingLineRejected_data()
-{
-    QTest::addColumn<QByteArray>("sdp");
-
-    for (const char *prefix : {"s=", "m=audio", "a=rtpmap", "a=ptime", "a=ts-refclk", "a=mediaclk"})
-        QTest::newRow(prefix) << sdpWith(prefix, "");
-    QTest::newRow("o= without filter") << sdpWithoutFilter({{"o=", ""}});
-    QTest::newRow("c= without filter") << sdpWithoutFilter({{"c=", ""}});
-    QTest::newRow("ptime without digits") << sdpWith("a=ptime", "a=ptime:");
-    QTest::newRow("ptime not a number") << sdpWith("a=ptime", "a=ptime:abc");
-    QTest::newRow("media not audio") << sdpWith("m=audio", "m=video 5004 RTP/AVP 98");
-    QTest::newRow("mediaclk not direct") << sdpWith("a=mediaclk", "a=mediaclk:sender");
-    QTest::newRow("nothing at all") << QByteArray();
-}
-
-void TestSapParser::missingLineRejected()
-{
-    QFETCH(QByteArray, sdp);
-    FlowDescription f;
-    QVERIFY(!parse(sapPacket(sdp), &f));
+    if (packet.size() == SapParser::MaxDatagram + 1)
+        QVERIFY(parse(packet.left(SapParser::MaxDatagram), &f));
 }
 
 void TestSapParser::readsOnlyTheGivenLength()
@@ -549,32 +381,14 @@ void TestSapParser::readsOnlyTheGivenLength()
     // The buffer goes on past the length the caller gives; what lies there must not be read.
     const QByteArray full = sapPacket(aes67Sdp());
     const int cut = full.indexOf("a=mediaclk");
-    QVERIFY(cut > 0);
     FlowDescription f;
     QVERIFY(SapParser::parse(full.constData(), full.size(), &f));
     QVERIFY(!SapParser::parse(full.constData(), cut + 12, &f));
-
     // A zero byte inside the text ends it just the same.
-    QByteArray withZero = full;
-    withZero[cut - 1] = '\0';
-    QVERIFY(!parse(withZero, &f));
-
+    QVERIFY(!parse(QByteArray(full).replace(cut - 1, 1, QByteArray(1, '\0')), &f));
     QVERIFY(!SapParser::parse(nullptr, 100, &f));
     QVERIFY(!SapParser::parse(full.constData(), -1, &f));
     QVERIFY(!SapParser::parse(full.constData(), full.size(), nullptr));
-}
-
-void TestSapParser::datagramSizeLimit()
-{
-    // Padding lines that carry no meaning, so only the size changes.
-    const QByteArray base = sapPacket(aes67Sdp());
-    QByteArray largest = base + "a=x-pad:";
-    largest += QByteArray(SapParser::MaxDatagram - largest.size(), 'p');
-    QCOMPARE(largest.size(), 1500);
-    FlowDescription f;
-    QVERIFY(parse(largest, &f));
-    QCOMPARE(f.rtpTsOffset, quint32(12345));
-    QVERIFY(!parse(largest + 'p', &f));
 }
 
 void TestSapParser::failureLeavesOutputUntouched()
@@ -589,7 +403,6 @@ void TestSapParser::failureLeavesOutputUntouched()
     QVERIFY(!parse(sapPacket(bad), &f));
     QCOMPARE(f.sessionName, QStringLiteral("Stage Box 1 : 32\r"));
     QCOMPARE(f.dstPort, quint16(5004));
-    QCOMPARE(f.sampleByteNum, quint8(3));
     QCOMPARE(f.sampleRate, quint32(48000));
     QCOMPARE(f.chNum, quint8(2));
     QCOMPARE(f.rtpTsOffset, quint32(12345));

@@ -68,9 +68,7 @@ class TestTransport : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void sendBeforeStartFails();
     void noInterfaceWithThatAddress();
-    void announcementsArePolled();
     void replySizeLimitAndDispatch();
     void eventsBlinksAndSap();
     void tickSignals();
@@ -83,16 +81,11 @@ void TestTransport::initTestCase()
         QSKIP("needs the private network namespace of tests/netns-run");
 }
 
-void TestTransport::sendBeforeStartFails()
-{
-    DeviceLink link;
-    QCOMPARE(link.thread().sendDatagram("x", Ipv4::fromText("127.0.0.1"), 9), -1);
-    QVERIFY(!link.startOn("not an address"));
-}
-
 void TestTransport::noInterfaceWithThatAddress()
 {
     DeviceLink link;
+    QCOMPARE(link.thread().sendDatagram("x", Ipv4::fromText("127.0.0.1"), 9), -1); // before any start
+    QVERIFY(!link.startOn("not an address"));
     QSignalSpy gone(&link.thread(), &MyThread::signal_noInterface);
     QVERIFY(link.startOn("10.123.45.67"));
     QVERIFY(gone.wait(3000) || gone.count() == 1);
@@ -100,40 +93,6 @@ void TestTransport::noInterfaceWithThatAddress()
     QCOMPARE(link.thread().currentAddress(), 0u);
     QVERIFY(link.thread().stopFlag());
     QCOMPARE(link.thread().sendDatagram("x", Ipv4::fromText("127.0.0.1"), 9), -1);
-}
-
-void TestTransport::announcementsArePolled()
-{
-    DeviceLink link;
-    QSignalSpy added(&link, &DeviceLink::signal_send_addDev);
-    QVERIFY(link.startOn("127.0.0.1"));
-    QVERIFY(waitFor([&] { return link.thread().unicastPort() != 0; }));
-
-    Peer dev("127.0.0.5");
-    dev.toGroup(Packets::announcement("P5", "127.0.0.5", {{"chNumRx", "2"}, {"chNumTx", "0"}, {"ucastNumRx", "0"},
-                                                            {"ucastNumTx", "0"}, {"mcastNumRx", "0"}, {"mcastNumTx", "0"}}),
-                "239.0.0.188", 9996);
-    QVERIFY(added.wait(3000));
-    QCOMPARE(added.first().first().toString(), QStringLiteral("P5"));
-
-    // The poller asks at the announced port, from the unicast socket.
-    QHostAddress from;
-    quint16 fromPort = 0;
-    const QByteArray first = dev.next(3000, &from, &fromPort);
-    QVERIFY(first == "{\"ops\":\"getAllRxCh\",\"idStart\":\"0\"}" || first == "{\"ops\":\"getAllRtpCh\",\"idStart\":\"0\"}");
-    QCOMPARE(from.toIPv4Address(), Ipv4::fromText("127.0.0.1"));
-    QCOMPARE(fromPort, link.thread().unicastPort());
-
-    // Answer both tables; the requests stop.
-    const QByteArray rx = "{\"ops\":\"getAllRxCh\",\"result\":\"succ\",\"idStart\":\"0\",\"idNext\":2,\"arr\":[]}";
-    const QByteArray rtp = "{\"ops\":\"getAllRtpCh\",\"result\":\"succ\",\"idStart\":\"0\",\"idNext\":2,\"arr\":[]}";
-    dev.control.writeDatagram(rx, from, fromPort);
-    dev.control.writeDatagram(rtp, from, fromPort);
-    QVERIFY(waitFor([&] { return link.registry().findByDevId("P5")->tablesComplete(); }));
-    QTest::qWait(100);
-    while (dev.control.hasPendingDatagrams())
-        dev.next();
-    QVERIFY(dev.next(200).isEmpty());
 }
 
 void TestTransport::replySizeLimitAndDispatch()

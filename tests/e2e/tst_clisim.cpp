@@ -245,6 +245,7 @@ private slots:
     void discoveryOfTheDefaultScenario();
     void unicastRoutesMadeAndCleared();
     void flowCreatedSeenSubscribedRemoved();
+    void routeToAFlowJustCreated();
     void lockedDeviceRefusesRoutes();
     void silencedDeviceAgesOut();
     void dspDocumentFollowsChanges();
@@ -382,6 +383,27 @@ void TestCliSim::flowCreatedSeenSubscribedRemoved()
     const QJsonArray left = flows();
     QVERIFY2(findBy(left, "name", "Test Flow").isEmpty(), shown(left).constData());
     QVERIFY2(!findBy(left, "name", "Stage L-R").isEmpty(), shown(left).constData());
+}
+
+void TestCliSim::routeToAFlowJustCreated()
+{
+    Sim sim;
+    QString why;
+    QVERIFY2(sim.start({}, &why), qPrintable(why));
+    // The route names a flow SAP may announce only seconds after the client
+    // starts listening: the command waits for it instead of failing. The SAP
+    // phase is the simulator's, so a few rounds give a late one its chance.
+    for (int round = 1; round <= 3; ++round) {
+        const QString name = QStringLiteral("Fresh %1").arg(round);
+        Run r = cli({"--yes", "flow", "create", "SIM-0006", "--name", name, "--channels", "1,2"});
+        QVERIFY2(r.code == 0, r.err.constData());
+        r = cli({"--yes", "route", "add", "flow:" + name + ":1", QStringLiteral("SIM-0008:%1").arg(round)});
+        QVERIFY2(r.code == 0, qPrintable(QStringLiteral("round %1: %2").arg(round).arg(QString::fromUtf8(r.err))));
+        QVERIFY2(r.out.contains("\"result\":\"succ\""), r.out.constData());
+    }
+    const Run missing = cli({"--wait", "2", "--yes", "route", "add", "flow:Never:1", "SIM-0008:4"});
+    QCOMPARE(missing.code, 3);
+    QVERIFY2(missing.err.contains("no such flow: Never"), missing.err.constData());
 }
 
 void TestCliSim::lockedDeviceRefusesRoutes()

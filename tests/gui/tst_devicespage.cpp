@@ -49,6 +49,7 @@ class TestDevicesPage : public QObject
 private slots:
     void init() { Language::setChinese(false); }
     void rowsFollowTheRegistry();
+    void clockColumnFollowsANewLeader();
     void sortAndFilter();
     void actionsSendTheirCommands();
     void blinkHighlightsTheRow();
@@ -76,6 +77,27 @@ void TestDevicesPage::rowsFollowTheRegistry()
         registry.clock(20);
     form.slot_refresh();
     QCOMPARE(form.model()->rowCount(), 0);
+}
+
+void TestDevicesPage::clockColumnFollowsANewLeader()
+{
+    const QString first = "00-1D-C1-FF-FE-00-00-01";
+    const QString second = "00-1D-C1-FF-FE-00-00-02";
+    DevManager registry;
+    DeviceUiStore store;
+    announce(registry, "A", "10.0.0.2", {{"myClkId", first}, {"gmClkId", first}});
+    announce(registry, "B", "10.0.0.3", {{"myClkId", second}, {"gmClkId", first}});
+    DeviceListForm form(registry, &store);
+    store.slot_message(R"({"ops":"clockEvent","event":"masterOffset","devId":"B","state":"2"})");
+    QCOMPARE(column(form, DeviceTableModel::Clock), (QStringList{"Master · locked", "Slave · locked"}));
+    // A priority change made B the leader; the devices say so in their next announcements.
+    announce(registry, "A", "10.0.0.2", {{"myClkId", first}, {"gmClkId", second}});
+    announce(registry, "B", "10.0.0.3", {{"myClkId", second}, {"gmClkId", second}});
+    QVERIFY(registry.takeDirty()); // the page's next periodic refresh will come
+    // Before it does, clock events arrive: a row never shows them against the old description.
+    store.slot_message(R"({"ops":"clockEvent","event":"masterOffset","devId":"A","state":"1"})");
+    store.slot_message(R"({"ops":"clockEvent","event":"masterOffset","devId":"B","state":"6"})");
+    QCOMPARE(column(form, DeviceTableModel::Clock), (QStringList{"Slave · unlock", "Master · locked"}));
 }
 
 void TestDevicesPage::sortAndFilter()
@@ -154,35 +176,23 @@ void TestDevicesPage::blinkHighlightsTheRow()
     DeviceListForm form(registry, nullptr);
     form.slot_blinking("A");
     const QModelIndex cell = form.view()->model()->index(0, 0);
-    QVERIFY(cell.data(DeviceTableModel::BlinkRole).toBool());
-    QVERIFY(cell.data(Qt::BackgroundRole).isValid());
+    QVERIFY(cell.data(DeviceTableModel::BlinkRole).toBool() && cell.data(Qt::BackgroundRole).isValid());
     form.slot_unBlinking("A");
-    QVERIFY(!cell.data(DeviceTableModel::BlinkRole).toBool());
     form.slot_blinking("nobody"); // a device not listed changes nothing
     QVERIFY(!cell.data(DeviceTableModel::BlinkRole).toBool());
 }
 
 void TestDevicesPage::interfaceDialogChoosesAndWatches()
 {
+    // When to ask is NetSelection's rule; this is the dialog the rule opens, clicked for real.
     QVector<NetScan::Entry> host{{"eth0", "192.168.1.10"}, {"VMware VMnet1", "192.168.56.1"}};
     QWidget parent;
     auto *chooser = new InterfaceChooser(&parent, [&] { return host; });
     QSignalSpy chosen(chooser, &InterfaceChooser::updateNetInterafceSignal);
     chooser->start();
-    // One physical adapter and one virtual one: chosen without the dialog.
     chooser->startupTick();
-    QCOMPARE(chosen.count(), 1);
     QCOMPARE(chooser->currentIp(), QStringLiteral("192.168.1.10"));
     QVERIFY(!chooser->dialog()->isVisible());
-    QVERIFY(!chooser->startupPending());
-
-    // The cable is pulled: nothing happens.
-    host.clear();
-    chooser->watchTick();
-    QCOMPARE(chosen.count(), 1);
-    QVERIFY(!chooser->dialog()->isVisible());
-
-    // Two adapters: the dialog asks; traffic stays until the user confirms.
     host = {{"eth0", "192.168.1.10"}, {"eth1", "10.1.1.1"}};
     chooser->watchTick();
     QVERIFY(chooser->dialog()->isVisible());
@@ -190,7 +200,6 @@ void TestDevicesPage::interfaceDialogChoosesAndWatches()
     auto items = chooser->dialog()->findChildren<QCheckBox *>("cb_net");
     QCOMPARE(items.size(), 2);
     QTest::mouseClick(items.at(1), Qt::LeftButton);
-    QCOMPARE(chooser->dialog()->selectedAddress(), QStringLiteral("10.1.1.1"));
     QTest::mouseClick(items.at(0), Qt::LeftButton);
     QVERIFY(!items.at(1)->isChecked()); // one ticked item at a time
     QTest::mouseClick(items.at(1), Qt::LeftButton);

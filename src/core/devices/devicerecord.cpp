@@ -40,6 +40,17 @@ bool DevRecord::hasClockIdentity() const
     return false;
 }
 
+bool DevRecord::sameDescription(const DevRecord &o) const
+{
+    return devId == o.devId.data && name == o.name.data && ip == o.ip && port == o.port && chNumRx == o.chNumRx
+           && chNumTx == o.chNumTx && ucastNumRx == o.ucastNumRx && ucastNumTx == o.ucastNumTx
+           && mcastNumRx == o.mcastNumRx && mcastNumTx == o.mcastNumTx && sampleRate == o.sampleRate
+           && sampleByteNum == o.sampleByteNum && pFrameNum == o.pFrameNum && dscp == o.dscp
+           && delayUs == o.delayUs && myClkId == o.myClkId.data && gmClkId == o.gmClkId.data
+           && model == o.model.data && phyChNumRx == o.phyChNumRx && phyChNumTx == o.phyChNumTx
+           && canWork == o.canWork;
+}
+
 const char *DeviceTables::operation(Table t)
 {
     static const char *const ops[TableCount] = {"getAllRxCh",    "getAllRtpCh",   "getAllUcastRx",

@@ -45,6 +45,9 @@ struct DevRecord
     /// A clock identity counts as set when any of its first 23 characters is
     /// neither '0' nor '-'.
     bool hasClockIdentity() const;
+    /// Every member the device announced is the same (the countdown is not
+    /// compared): false means some page shows something else now.
+    bool sameDescription(const DevRecord &other) const;
 };
 
 /// One route entry of a receiver: where one receive channel takes its audio.

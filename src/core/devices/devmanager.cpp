@@ -1,94 +1,12 @@
 #include "core/devices/devmanager.h"
 
 #include "core/app/log.h"
+#include "core/devices/announcementparser.h"
+#include "core/devices/tablemerge.h"
 #include "core/protocol/commandsink.h"
-#include "core/protocol/ipv4.h"
-#include "core/protocol/jsonintake.h"
-#include "core/protocol/sapparser.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <QMutexLocker>
-#include <cstdlib>
-#include <cstring>
-
-namespace {
-
-// Announcement numbers are decimal text; anything else (a JSON number
-// included) reads as 0, as the devices have always been understood.
-qint32 decimal(const QJsonValue &v)
-{
-    if (!v.isString())
-        return 0;
-    const QByteArray text = v.toString().toLatin1();
-    return qint32(std::strtol(text.constData(), nullptr, 10));
-}
-
-QByteArray utf8(const QJsonValue &v)
-{
-    return v.isString() ? v.toString().toUtf8() : QByteArray();
-}
-
-qint32 jsonInt(const QJsonValue &v, qint32 fallback)
-{
-    if (v.isDouble())
-        return v.toInt(fallback);
-    if (v.isString()) {
-        bool ok = false;
-        const int n = v.toString().toInt(&ok, 10);
-        return ok ? n : fallback;
-    }
-    return fallback;
-}
-
-quint32 address(const QJsonValue &v)
-{
-    return Ipv4::fromText(v.toString());
-}
-
-template<typename T>
-void ensureSize(QVector<T> &table, int size)
-{
-    if (table.size() < size)
-        table.resize(size);
-}
-
-QVector<qint32> intArray(const QJsonValue &v)
-{
-    QVector<qint32> out;
-    const QJsonArray arr = v.toArray();
-    out.reserve(arr.size());
-    for (const QJsonValue &x : arr)
-        out.append(jsonInt(x, -1));
-    return out;
-}
-
-QVector<quint32> placeArray(const QJsonValue &v)
-{
-    QVector<quint32> out;
-    const QJsonArray arr = v.toArray();
-    out.reserve(arr.size());
-    for (const QJsonValue &x : arr)
-        out.append(quint32(x.toString().toULongLong()));
-    return out;
-}
-
-// An item without its own "id" sits at idStart plus its place in "arr"; a page may claim any idStart up to
-// INT_MAX, so the sum is taken in 64 bits and anything past the table reads as no place at all.
-qint32 placeInPage(qint32 idStart, int place, qint32 count)
-{
-    const qint64 id = qint64(idStart) + place;
-    return id < count ? qint32(id) : -1;
-}
-
-constexpr quint8 kSapDeletionFlag = 0x04;
-
-bool isRouteTable(DeviceTables::Table t)
-{
-    return t != DeviceTables::ActiveUcastId && t != DeviceTables::ActiveMcastId;
-}
-
-} // namespace
+#include <cstdio>
 
 DevManager::DevManager(CommandSink *sink)
     : m_devices(kSlots)
@@ -101,171 +19,106 @@ DevManager::DevManager(CommandSink *sink)
     m_flowIndex.reserve(kSlots);
 }
 
-bool DevManager::parseAnnouncement(const QJsonObject &obj, DevRecord *out)
-{
-    DevRecord &r = *out;
-    r.devId.set(utf8(obj.value(QLatin1String("devId"))));
-    r.name.set(utf8(obj.value(QLatin1String("name"))));
-    const QString ipText = obj.value(QLatin1String("ip")).toString();
-    r.ip = Ipv4::fromText(ipText);
-    r.port = decimal(obj.value(QLatin1String("port")));
-    r.chNumRx = decimal(obj.value(QLatin1String("chNumRx")));
-    r.chNumTx = decimal(obj.value(QLatin1String("chNumTx")));
-    r.ucastNumRx = decimal(obj.value(QLatin1String("ucastNumRx")));
-    r.ucastNumTx = decimal(obj.value(QLatin1String("ucastNumTx")));
-    r.mcastNumRx = decimal(obj.value(QLatin1String("mcastNumRx")));
-    r.mcastNumTx = decimal(obj.value(QLatin1String("mcastNumTx")));
-    r.sampleRate = decimal(obj.value(QLatin1String("sampleRate")));
-    r.sampleByteNum = decimal(obj.value(QLatin1String("sampleByteNum")));
-    r.pFrameNum = decimal(obj.value(QLatin1String("pFrameNum")));
-    r.dscp = decimal(obj.value(QLatin1String("dscp")));
-    r.delayUs = decimal(obj.value(QLatin1String("delayUs")));
-    r.myClkId.set(utf8(obj.value(QLatin1String("myClkId"))));
-    r.gmClkId.set(utf8(obj.value(QLatin1String("gmClkId"))));
-    r.model.set(utf8(obj.value(QLatin1String("model"))));
-    r.phyChNumRx = decimal(obj.value(QLatin1String("phyChNumRx")));
-    r.phyChNumTx = decimal(obj.value(QLatin1String("phyChNumTx")));
-    r.canWork = decimal(obj.value(QLatin1String("canWork")));
-    // A device without an address cannot be asked anything; one without an
-    // identifier cannot be told apart from a free slot.
-    return r.ip != 0 && !r.devId.isEmpty();
-}
-
 bool DevManager::intakeAnnouncement(const char *data, int length, quint32 senderIp, quint16)
 {
-    QJsonObject obj;
-    if (!JsonIntake::parseObject(data, length, &obj)) {
+    Announcement a = AnnouncementParser::parse(data, length);
+    switch (a.kind) {
+    case Announcement::Malformed:
         Log::failure(__FILE__, "mcast", __LINE__);
         return false;
-    }
-    const QString op = obj.value(QLatin1String("ops")).toString();
-
-    if (op == QLatin1String("updateRoute") || op == QLatin1String("updateActive")) {
-        const bool route = op == QLatin1String("updateRoute");
+    case Announcement::RoutesChanged:
+    case Announcement::ActiveChanged: {
         QMutexLocker lock(&m_mutex);
         const int slot = findDeviceSlotByIpLocked(senderIp);
         if (slot < 0)
             return false;
         DeviceTables &t = m_devices[size_t(slot)].tables;
-        if (route) {
-            // The route tables are fetched again from the start.
-            for (auto table : {DeviceTables::RxCh, DeviceTables::RtpCh, DeviceTables::UcastRx,
-                               DeviceTables::UcastTx, DeviceTables::McastRx, DeviceTables::McastTx})
-                t.fetched[table] = 0;
-        } else {
-            t.fetched[DeviceTables::ActiveUcastId] = 0;
-            t.fetched[DeviceTables::ActiveMcastId] = 0;
-        }
+        if (a.kind == Announcement::RoutesChanged)
+            TableMerge::refetchRoutes(t);
+        else
+            TableMerge::refetchActive(t);
         return false;
     }
-    if (op != QLatin1String("iAmCorvane"))
+    case Announcement::Device:
+        break;
+    default:
         return false;
-
-    DevRecord rec;
-    if (!parseAnnouncement(obj, &rec))
-        return false;
-    rec.countdown = kLifetimeMs;
-
-    QVector<QJsonObject> notices;
-    {
-        QMutexLocker lock(&m_mutex);
-        const QByteArray key(rec.devId.data);
-        const auto found = m_deviceIndex.constFind(key);
-        if (found != m_deviceIndex.constEnd()) {
-            DevRecord &slot = m_devices[size_t(*found)].rec;
-            const bool changed = slot.canWork != rec.canWork || slot.hasClockIdentity() != rec.hasClockIdentity();
-            const bool visible = changed || slot.ip != rec.ip || std::strcmp(slot.name.data, rec.name.data) != 0;
-            slot = rec;
-            if (changed)
-                notices.append(deviceNotice("updateDev", rec));
-            if (visible)
-                m_dirty = true;
-        } else {
-            int free = -1;
-            for (int i = 0; i < kSlots; ++i) {
-                const DevRecord &r = m_devices[size_t(i)].rec;
-                if (r.devId.isEmpty() || r.countdown < 1) {
-                    free = i;
-                    break;
-                }
-            }
-            if (free < 0)
-                return false;
-            Device &dev = m_devices[size_t(free)];
-            dev = Device();
-            dev.rec = rec;
-            m_activeDevices.append(free);
-            m_deviceIndex.insert(key, free);
-            notices.append(deviceNotice("addDev", rec));
-            m_dirty = true;
-        }
     }
+    a.device.countdown = kLifetimeMs;
+    Notices notices;
+    const bool stored = storeDevice(a.device, &notices);
     notifyAll(notices);
+    return stored;
+}
+
+bool DevManager::storeDevice(const DevRecord &rec, Notices *notices)
+{
+    QMutexLocker lock(&m_mutex);
+    const QByteArray key(rec.devId.data);
+    const auto found = m_deviceIndex.constFind(key);
+    if (found != m_deviceIndex.constEnd()) {
+        DevRecord &slot = m_devices[size_t(*found)].rec;
+        // Only a change of canWork or of the clock-identity state is a notice; every other change (a new
+        // leader, a name, a count) shows on the next refresh, which only comes when something changed.
+        if (slot.canWork != rec.canWork || slot.hasClockIdentity() != rec.hasClockIdentity())
+            notices->append(deviceNotice(RegistryNotice::DevUpdated, rec));
+        if (!slot.sameDescription(rec))
+            m_dirty = true;
+        slot = rec;
+        return true;
+    }
+    int free = -1;
+    for (int i = 0; i < kSlots && free < 0; ++i) {
+        const DevRecord &r = m_devices[size_t(i)].rec;
+        if (r.devId.isEmpty() || r.countdown < 1)
+            free = i;
+    }
+    if (free < 0)
+        return false;
+    Device &dev = m_devices[size_t(free)];
+    dev = Device();
+    dev.rec = rec;
+    m_activeDevices.append(free);
+    m_deviceIndex.insert(key, free);
+    notices->append(deviceNotice(RegistryNotice::DevAdded, rec));
+    m_dirty = true;
     return true;
 }
 
 void DevManager::intakeSap(const char *data, int length, quint32, quint16)
 {
-    FlowDescription d;
-    if (!SapParser::parse(data, length, &d))
+    FlowAnnouncement a = AnnouncementParser::parseSap(data, length);
+    if (!a.valid)
         return;
-    // A sender that stops says so with a deletion packet: the flow goes at
-    // once instead of lingering for two minutes.
-    if (d.versionFlags & kSapDeletionFlag) {
-        QVector<QJsonObject> notices;
-        {
-            QMutexLocker lock(&m_mutex);
-            const auto found = m_flowIndex.constFind(d.dstIp);
-            if (found == m_flowIndex.constEnd())
-                return;
-            FlowRecord &f = m_flows[size_t(*found)];
-            f.countdown = 0;
-            notices.append(flowNotice("delMcast", f));
-            m_activeFlows.removeOne(*found);
-            m_flowIndex.erase(found);
-            m_dirty = true;
-        }
-        notifyAll(notices);
-        return;
-    }
-    FlowRecord flow;
-    flow.name = d.sessionName;
-    // SDP lines end in CRLF and the session name keeps the CR; a name shown
-    // to the operator does not.
-    if (flow.name.endsWith(QLatin1Char('\r')))
-        flow.name.chop(1);
-    flow.srcIp = d.srcIp;
-    flow.dstIp = d.dstIp;
-    flow.dstPort = d.dstPort;
-    flow.chNum = d.chNum;
-    flow.sampleByteNum = d.sampleByteNum;
-    flow.sampleRate = d.sampleRate;
-    flow.pFrameNum = d.framesPerPacket;
-    std::memcpy(flow.gmClkId, d.gmClkId, sizeof flow.gmClkId);
-    flow.rtpTsOffset = d.rtpTsOffset;
-    flow.countdown = kLifetimeMs;
-
-    QVector<QJsonObject> notices;
+    Notices notices;
     {
         QMutexLocker lock(&m_mutex);
-        const auto found = m_flowIndex.constFind(flow.dstIp);
-        if (found != m_flowIndex.constEnd()) {
-            m_flows[size_t(*found)] = flow;
-            return;
-        }
-        int free = -1;
-        for (int i = 0; i < kSlots; ++i) {
-            if (m_flows[size_t(i)].countdown < 1) {
-                free = i;
-                break;
+        const auto found = m_flowIndex.constFind(a.flow.dstIp);
+        if (a.deletion) {
+            // A sender that stops says so: the flow goes at once instead of lingering for two minutes.
+            if (found == m_flowIndex.constEnd())
+                return;
+            m_flows[size_t(*found)].countdown = 0;
+            notices.append(flowNotice(RegistryNotice::FlowRemoved, m_flows[size_t(*found)]));
+            m_activeFlows.removeOne(*found);
+            m_flowIndex.erase(found);
+        } else {
+            a.flow.countdown = kLifetimeMs;
+            if (found != m_flowIndex.constEnd()) {
+                m_flows[size_t(*found)] = a.flow;
+                return;
             }
+            int free = -1;
+            for (int i = 0; i < kSlots && free < 0; ++i)
+                if (m_flows[size_t(i)].countdown < 1)
+                    free = i;
+            if (free < 0)
+                return;
+            m_flows[size_t(free)] = a.flow;
+            m_activeFlows.append(free);
+            m_flowIndex.insert(a.flow.dstIp, free);
+            notices.append(flowNotice(RegistryNotice::FlowAdded, a.flow));
         }
-        if (free < 0)
-            return;
-        m_flows[size_t(free)] = flow;
-        m_activeFlows.append(free);
-        m_flowIndex.insert(flow.dstIp, free);
-        notices.append(flowNotice("addMcast", flow));
         m_dirty = true;
     }
     notifyAll(notices);
@@ -273,23 +126,14 @@ void DevManager::intakeSap(const char *data, int length, quint32, quint16)
 
 bool DevManager::intakeReply(const QJsonObject &reply, quint32 senderIp)
 {
-    const QByteArray op = reply.value(QLatin1String("ops")).toString().toLatin1();
-    int table = -1;
-    int nameTable = -1;
-    for (int t = 0; t < DeviceTables::TableCount && table < 0; ++t)
-        if (op == DeviceTables::operation(DeviceTables::Table(t)))
-            table = t;
-    for (int t = 0; t < DeviceTables::NameTableCount && table < 0 && nameTable < 0; ++t)
-        if (op == DeviceTables::nameOperation(DeviceTables::NameTable(t)))
-            nameTable = t;
-    if (table < 0 && nameTable < 0)
+    const TableMerge::Target target = TableMerge::targetOf(reply.value(QLatin1String("ops")).toString());
+    if (!target.isValid())
         return false;
     if (reply.value(QLatin1String("result")).toString() != QLatin1String("succ"))
         return true;
 
-    QVector<QJsonObject> notices;
-    bool askNextNames = false;
-    bool askNextTable = false;
+    Notices notices;
+    const char *askOp = nullptr;
     quint32 ip = 0;
     quint16 port = 0;
     qint32 next = 0;
@@ -303,159 +147,48 @@ bool DevManager::intakeReply(const QJsonObject &reply, quint32 senderIp)
         if (slot < 0)
             return true;
         Device &dev = m_devices[size_t(slot)];
-        if (table >= 0) {
-            if (storeTablePage(dev, DeviceTables::Table(table), reply)) {
-                // The next page is asked for at once; the round only repeats
-                // what got lost.
-                next = dev.tables.fetched[table];
-                if (next < DeviceTables::announcedCount(dev.rec, DeviceTables::Table(table))) {
-                    askNextTable = true;
-                    ip = dev.rec.ip;
-                    port = quint16(dev.rec.port);
-                }
-                notices.append(deviceNotice(isRouteTable(DeviceTables::Table(table)) ? "updateRoute" : "updateActive",
-                                            dev.rec));
-                m_dirty = true;
-            }
-        } else if (storeNamePage(dev, DeviceTables::NameTable(nameTable), reply)) {
-            m_dirty = true;
-            next = dev.tables.namesFetched[nameTable];
-            if (next < DeviceTables::announcedNameCount(dev.rec, DeviceTables::NameTable(nameTable))) {
-                askNextNames = true;
-                ip = dev.rec.ip;
-                port = quint16(dev.rec.port);
-            }
+        qint32 count = 0;
+        if (target.table >= 0) {
+            const auto t = DeviceTables::Table(target.table);
+            count = DeviceTables::announcedCount(dev.rec, t);
+            if (!TableMerge::mergePage(dev.tables, t, count, reply))
+                return true;
+            next = dev.tables.fetched[t];
+            askOp = DeviceTables::operation(t);
+            notices.append(deviceNotice(
+                TableMerge::isRouteTable(t) ? RegistryNotice::RoutesChanged : RegistryNotice::ActiveChanged, dev.rec));
+        } else {
+            const auto t = DeviceTables::NameTable(target.nameTable);
+            count = DeviceTables::announcedNameCount(dev.rec, t);
+            if (!TableMerge::mergeNamePage(dev.tables, t, count, reply))
+                return true;
+            next = dev.tables.namesFetched[t];
+            askOp = DeviceTables::nameOperation(t);
         }
+        m_dirty = true;
+        ip = dev.rec.ip;
+        port = quint16(dev.rec.port);
+        // The next page is asked for at once; the poll round only repeats what got lost.
+        if (next >= count)
+            askOp = nullptr;
     }
-    if (askNextNames)
-        sendRequest(DeviceTables::nameOperation(DeviceTables::NameTable(nameTable)), next, ip, port);
-    if (askNextTable)
-        sendRequest(DeviceTables::operation(DeviceTables::Table(table)), next, ip, port);
+    if (askOp)
+        sendRequest(askOp, next, ip, port);
     notifyAll(notices);
-    return true;
-}
-
-bool DevManager::storeTablePage(Device &dev, DeviceTables::Table t, const QJsonObject &reply)
-{
-    DeviceTables &tables = dev.tables;
-    const qint32 idStart = jsonInt(reply.value(QLatin1String("idStart")), tables.fetched[t]);
-    const qint32 idNext = jsonInt(reply.value(QLatin1String("idNext")), -1);
-    // A repeat of a page already stored, or one past what was asked for,
-    // moves nothing: the poller asks for the right page again.
-    if (idStart > tables.fetched[t] || idNext <= tables.fetched[t])
-        return false;
-    const qint32 count = DeviceTables::announcedCount(dev.rec, t);
-    const QJsonArray arr = reply.value(QLatin1String("arr")).toArray();
-    for (int i = 0; i < arr.size(); ++i) {
-        const QJsonObject item = arr.at(i).toObject();
-        const qint32 id = jsonInt(item.value(QLatin1String("id")), placeInPage(idStart, i, count));
-        if (id < 0 || id >= count)
-            continue;
-        switch (t) {
-        case DeviceTables::RxCh:
-            ensureSize(tables.rxCh, count);
-            tables.rxCh[id] = jsonInt(item.value(QLatin1String("rtpChId")), -1);
-            break;
-        case DeviceTables::RtpCh: {
-            ensureSize(tables.rtpCh, count);
-            RtpChItem &e = tables.rtpCh[id];
-            e.active = item.value(QLatin1String("active")).toString() == QLatin1String("1");
-            e.srcDevId = item.value(QLatin1String("srcDevId")).toString().left(64);
-            e.name = item.value(QLatin1String("name")).toString().left(64);
-            e.srcChId = jsonInt(item.value(QLatin1String("srcChId")), -1);
-            e.srcIp = address(item.value(QLatin1String("srcIp")));
-            e.dstIp = address(item.value(QLatin1String("dstIp")));
-            e.dstPort = quint16(jsonInt(item.value(QLatin1String("dstPort")), 0));
-            break;
-        }
-        case DeviceTables::UcastRx: {
-            ensureSize(tables.ucastRx, count);
-            UcastRxItem &e = tables.ucastRx[id];
-            e.srcDevId = item.value(QLatin1String("srcDevId")).toString().left(64);
-            e.srcIp = address(item.value(QLatin1String("srcIp")));
-            e.chNum = jsonInt(item.value(QLatin1String("chNum")), 0);
-            e.rtpChIds = intArray(item.value(QLatin1String("rtpChIdArr")));
-            break;
-        }
-        case DeviceTables::UcastTx: {
-            ensureSize(tables.ucastTx, count);
-            UcastTxItem &e = tables.ucastTx[id];
-            e.dstDevId = item.value(QLatin1String("dstDevId")).toString().left(64);
-            e.dstIp = address(item.value(QLatin1String("dstIp")));
-            e.chNum = jsonInt(item.value(QLatin1String("chNum")), 0);
-            e.srcChIds = placeArray(item.value(QLatin1String("srcChIdArr")));
-            break;
-        }
-        case DeviceTables::McastRx: {
-            ensureSize(tables.mcastRx, count);
-            McastRxItem &e = tables.mcastRx[id];
-            e.name = item.value(QLatin1String("name")).toString().left(64);
-            e.srcIp = address(item.value(QLatin1String("srcIp")));
-            e.dstIp = address(item.value(QLatin1String("dstIp")));
-            e.dstPort = quint16(jsonInt(item.value(QLatin1String("dstPort")), 0));
-            e.chNum = jsonInt(item.value(QLatin1String("chNum")), 0);
-            e.rtpChIds = intArray(item.value(QLatin1String("rtpChIdArr")));
-            break;
-        }
-        case DeviceTables::McastTx: {
-            ensureSize(tables.mcastTx, count);
-            McastTxItem &e = tables.mcastTx[id];
-            e.sdpId = item.value(QLatin1String("sdpId")).toString().left(16);
-            e.name = item.value(QLatin1String("name")).toString().left(64);
-            e.dstIp = address(item.value(QLatin1String("dstIp")));
-            e.dstPort = quint16(jsonInt(item.value(QLatin1String("dstPort")), 0));
-            e.chNum = jsonInt(item.value(QLatin1String("chNum")), 0);
-            e.srcChIds = intArray(item.value(QLatin1String("srcChIdArr")));
-            break;
-        }
-        case DeviceTables::ActiveUcastId:
-            ensureSize(tables.activeUcast, count);
-            tables.activeUcast[id] = item.value(QLatin1String("active")).toString() == QLatin1String("1");
-            break;
-        case DeviceTables::ActiveMcastId:
-            ensureSize(tables.activeMcast, count);
-            tables.activeMcast[id] = item.value(QLatin1String("active")).toString() == QLatin1String("1");
-            break;
-        default:
-            break;
-        }
-    }
-    tables.fetched[t] = idNext;
-    return true;
-}
-
-bool DevManager::storeNamePage(Device &dev, DeviceTables::NameTable t, const QJsonObject &reply)
-{
-    DeviceTables &tables = dev.tables;
-    const qint32 idStart = jsonInt(reply.value(QLatin1String("idStart")), tables.namesFetched[t]);
-    const qint32 idNext = jsonInt(reply.value(QLatin1String("idNext")), -1);
-    if (idStart > tables.namesFetched[t] || idNext <= tables.namesFetched[t])
-        return false;
-    const qint32 count = DeviceTables::announcedNameCount(dev.rec, t);
-    QVector<QString> &names = tables.names[t];
-    ensureSize(names, count);
-    const QJsonArray arr = reply.value(QLatin1String("arr")).toArray();
-    for (int i = 0; i < arr.size(); ++i) {
-        const QJsonObject item = arr.at(i).toObject();
-        const qint32 id = jsonInt(item.value(QLatin1String("id")), placeInPage(idStart, i, count));
-        if (id >= 0 && id < count)
-            names[id] = item.value(QLatin1String("name")).toString().left(64);
-    }
-    tables.namesFetched[t] = idNext;
     return true;
 }
 
 void DevManager::clock(int elapsedMs)
 {
     m_elapsed += elapsedMs;
-    QVector<QJsonObject> notices;
+    Notices notices;
     {
         QMutexLocker lock(&m_mutex);
         for (int i = 0; i < m_activeDevices.size();) {
             DevRecord &r = m_devices[size_t(m_activeDevices.at(i))].rec;
             r.countdown -= elapsedMs;
             if (r.countdown < 1) {
-                notices.append(deviceNotice("delDev", r));
+                notices.append(deviceNotice(RegistryNotice::DevRemoved, r));
                 m_deviceIndex.remove(QByteArray(r.devId.data));
                 m_activeDevices.removeAt(i);
                 m_dirty = true;
@@ -467,7 +200,7 @@ void DevManager::clock(int elapsedMs)
             FlowRecord &f = m_flows[size_t(m_activeFlows.at(i))];
             f.countdown -= elapsedMs;
             if (f.countdown < 1) {
-                notices.append(flowNotice("delMcast", f));
+                notices.append(flowNotice(RegistryNotice::FlowRemoved, f));
                 m_flowIndex.remove(f.dstIp);
                 m_activeFlows.removeAt(i);
                 m_dirty = true;
@@ -665,34 +398,28 @@ int DevManager::flowCount() const
     return m_activeFlows.size();
 }
 
-QJsonObject DevManager::deviceNotice(const char *op, const DevRecord &rec)
+RegistryNotice DevManager::deviceNotice(RegistryNotice::Kind kind, const DevRecord &rec)
 {
-    return QJsonObject{{QStringLiteral("ops"), QLatin1String(op)},
-                       {QStringLiteral("name"), rec.name.str()},
-                       {QStringLiteral("devId"), rec.devId.str()}};
+    RegistryNotice n;
+    n.kind = kind;
+    n.devId = rec.devId.str();
+    n.name = rec.name.str();
+    return n;
 }
 
-QJsonObject DevManager::flowNotice(const char *op, const FlowRecord &flow)
+RegistryNotice DevManager::flowNotice(RegistryNotice::Kind kind, const FlowRecord &flow)
 {
-    QJsonObject notice{{QStringLiteral("ops"), QLatin1String(op)},
-                       {QStringLiteral("name"), flow.name},
-                       {QStringLiteral("dstIp"), Ipv4::toText(flow.dstIp)}};
-    if (std::strcmp(op, "addMcast") == 0) {
-        notice.insert(QStringLiteral("sdp"),
-                      QJsonObject{{QStringLiteral("srcIp"), Ipv4::toText(flow.srcIp)},
-                                  {QStringLiteral("dstIp"), Ipv4::toText(flow.dstIp)},
-                                  {QStringLiteral("dstPort"), QString::number(flow.dstPort)},
-                                  {QStringLiteral("chNum"), QString::number(flow.chNum)},
-                                  {QStringLiteral("sampleByteNum"), QString::number(flow.sampleByteNum)},
-                                  {QStringLiteral("rtpTsOffset"), QString::number(flow.rtpTsOffset)}});
-    }
-    return notice;
+    RegistryNotice n;
+    n.kind = kind;
+    n.name = flow.name;
+    n.flowAddress = flow.dstIp;
+    return n;
 }
 
-void DevManager::notifyAll(const QVector<QJsonObject> &notices)
+void DevManager::notifyAll(const Notices &notices)
 {
     if (!m_notifier)
         return;
-    for (const QJsonObject &n : notices)
+    for (const RegistryNotice &n : notices)
         m_notifier(n);
 }

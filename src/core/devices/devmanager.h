@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/devices/devicerecord.h"
+#include "core/devices/registrynotice.h"
 
 #include <QHash>
 #include <QJsonObject>
@@ -12,15 +13,16 @@
 #include <vector>
 
 class CommandSink;
-struct FlowDescription;
 
 /// The program's memory of the network: devices from their announcements,
 /// multicast flows from SAP, and each device's tables fetched page by page.
 ///
 /// Thread affinity: the intake functions and clock() run on the receive
 /// thread; the queries run anywhere. One mutex guards both tables; queries
-/// return copies, never pointers into the tables. Notifications are made
-/// after the mutex is released, on the calling thread.
+/// return copies, never pointers into the tables. Notices are made after the
+/// mutex is released, on the calling thread. Reading the datagrams is
+/// AnnouncementParser's and merging table pages TableMerge's; the registry
+/// keeps the tables, ages them and polls.
 class DevManager
 {
 public:
@@ -29,9 +31,7 @@ public:
     /// Pages one poll round asks for at most.
     static constexpr int kMaxRequestsPerRound = 128;
 
-    /// Receives {"ops":"addDev"|"updateDev"|"delDev"|"addMcast"|"delMcast"|
-    /// "updateRoute"|"updateActive", ...}.
-    using Notifier = std::function<void(const QJsonObject &)>;
+    using Notifier = std::function<void(const RegistryNotice &)>;
 
     explicit DevManager(CommandSink *sink = nullptr);
 
@@ -66,21 +66,19 @@ public:
     int flowCount() const;
 
     qint64 elapsedMs() const { return m_elapsed; }
-    /// True once since the last call if anything the pages show has changed.
+    /// True once since the last call if anything the pages show has changed:
+    /// any member of a description, a device or flow come or gone, a page of
+    /// a table stored. The periodic page refresh waits on it.
     bool takeDirty() { return m_dirty.exchange(false); }
 
-    /// Reads an announcement into a record; false when it is not a usable
-    /// "iAmCorvane" (ip missing or 0.0.0.0, no devId).
-    static bool parseAnnouncement(const QJsonObject &obj, DevRecord *out);
-
 private:
-    void notifyAll(const QVector<QJsonObject> &notices);
+    using Notices = QVector<RegistryNotice>;
+    void notifyAll(const Notices &notices);
     void sendRequest(const char *op, qint32 idStart, quint32 ip, quint16 port);
     int findDeviceSlotByIpLocked(quint32 ip) const;
-    bool storeTablePage(Device &dev, DeviceTables::Table t, const QJsonObject &reply);
-    bool storeNamePage(Device &dev, DeviceTables::NameTable t, const QJsonObject &reply);
-    static QJsonObject deviceNotice(const char *op, const DevRecord &rec);
-    static QJsonObject flowNotice(const char *op, const FlowRecord &flow);
+    bool storeDevice(const DevRecord &rec, Notices *notices);
+    static RegistryNotice deviceNotice(RegistryNotice::Kind kind, const DevRecord &rec);
+    static RegistryNotice flowNotice(RegistryNotice::Kind kind, const FlowRecord &flow);
 
     mutable QMutex m_mutex;
     std::vector<Device> m_devices;

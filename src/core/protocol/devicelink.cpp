@@ -29,7 +29,7 @@ DeviceLink::DeviceLink(QObject *parent)
     // link without the program's start-up need the name registered too.
     qRegisterMetaType<uint32_t>("uint32_t");
     m_registry.setSink(&m_thread);
-    m_registry.setNotifier([this](const QJsonObject &notice) { onNotification(notice); });
+    m_registry.setNotifier([this](const RegistryNotice &notice) { onNotice(notice); });
 
     connect(&m_thread, &MyThread::signal_recv_message, this, &DeviceLink::signal_recv_message);
     connect(&m_thread, &MyThread::signal_unBlinkingDev, this, &DeviceLink::signal_unBlinkingDev);
@@ -85,27 +85,39 @@ void DeviceLink::slot_sendUdp(const QString &json, const QString &)
     send(json);
 }
 
-void DeviceLink::onNotification(const QJsonObject &notice)
+void DeviceLink::onNotice(const RegistryNotice &notice)
 {
-    // Called on the receive thread; every signal below reaches the pages queued.
-    const QString op = notice.value(QLatin1String("ops")).toString();
-    const QString devId = notice.value(QLatin1String("devId")).toString();
-    emit signal_notification(QString::fromUtf8(QJsonDocument(notice).toJson(QJsonDocument::Compact)));
-    if (op == QLatin1String("addDev")) {
-        emit signal_send_addDev(devId);
-    } else if (op == QLatin1String("updateDev")) {
-        emit signal_send_updateDev(devId);
-    } else if (op == QLatin1String("delDev")) {
-        m_thread.blinkTimeouts().cancel(devId);
-        emit signal_send_delDev(devId);
-    } else if (op == QLatin1String("addMcast")) {
-        emit signal_send_addMcast(QString::fromUtf8(QJsonDocument(notice).toJson(QJsonDocument::Compact)));
-    } else if (op == QLatin1String("delMcast")) {
-        emit signal_send_delMcast(Ipv4::fromText(notice.value(QLatin1String("dstIp")).toString()));
-    } else if (op == QLatin1String("updateRoute")) {
+    // Called on the receive thread, right after the registry changed and on
+    // the thread that changes it, so a new flow is still there to describe;
+    // every signal below reaches the pages queued.
+    std::optional<FlowRecord> flow;
+    if (notice.kind == RegistryNotice::FlowAdded)
+        flow = m_registry.findFlow(notice.flowAddress);
+    const QString json =
+        QString::fromUtf8(QJsonDocument(notice.toJson(flow ? &*flow : nullptr)).toJson(QJsonDocument::Compact));
+    emit signal_notification(json);
+    switch (notice.kind) {
+    case RegistryNotice::DevAdded:
+        emit signal_send_addDev(notice.devId);
+        break;
+    case RegistryNotice::DevUpdated:
+        emit signal_send_updateDev(notice.devId);
+        break;
+    case RegistryNotice::DevRemoved:
+        m_thread.blinkTimeouts().cancel(notice.devId);
+        emit signal_send_delDev(notice.devId);
+        break;
+    case RegistryNotice::FlowAdded:
+        emit signal_send_addMcast(json);
+        break;
+    case RegistryNotice::FlowRemoved:
+        emit signal_send_delMcast(notice.flowAddress);
+        break;
+    case RegistryNotice::RoutesChanged:
+    case RegistryNotice::ActiveChanged:
+        // An active flag shows in the routing grid as much as a route does.
         emit signal_refresh_route();
-    } else if (op == QLatin1String("updateActive")) {
-        emit sendBackDataSignal(QStringLiteral("{\"ops\":\"refreshRoute\"}"));
+        break;
     }
     m_thread.setUiDirty();
 }

@@ -45,11 +45,12 @@ signals:
     void signal_send_addDev(const QString &devId);
     void signal_send_updateDev(const QString &devId);
     void signal_send_delDev(const QString &devId);
+    /// The notice as RegistryNotice::toJson writes it, with the flow's "sdp".
     void signal_send_addMcast(const QString &json);
     void signal_send_delMcast(uint32_t dstIp);
+    /// A page of a device's route or active-flow tables was stored.
     void signal_refresh_route();
-    void sendBackDataSignal(const QString &json);
-    /// Every registry notice as JSON, for tools that log them.
+    /// Every registry notice as RegistryNotice::toJson writes it, for tools that log them.
     void signal_notification(const QString &json);
 
     void signal_recv_message(const QString &json);
@@ -61,7 +62,7 @@ signals:
     void signal_showTips(const QString &text, bool isSucc);
 
 private:
-    void onNotification(const QJsonObject &notice);
+    void onNotice(const RegistryNotice &notice);
 
     DevManager m_registry;
     MyThread m_thread;

@@ -150,7 +150,6 @@ void MainWindow::connectLink()
     connect(m_link, &DeviceLink::signal_send_addMcast, this, &MainWindow::signal_send_addMcast);
     connect(m_link, &DeviceLink::signal_send_delMcast, this, &MainWindow::signal_send_delMcast);
     connect(m_link, &DeviceLink::signal_refresh_route, this, &MainWindow::signal_refresh_route);
-    connect(m_link, &DeviceLink::sendBackDataSignal, this, &MainWindow::sendBackDataSignal);
     connect(m_link, &DeviceLink::signal_recv_message, this, &MainWindow::signal_recv_message);
     connect(m_link, &DeviceLink::signal_blinkingDev, this, &MainWindow::signal_blinkingDev);
     connect(m_link, &DeviceLink::signal_unBlinkingDev, this, &MainWindow::signal_unBlinkingDev);

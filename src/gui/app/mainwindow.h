@@ -58,7 +58,6 @@ signals:
     void signal_send_addMcast(const QString &json);
     void signal_send_delMcast(uint32_t dstIp);
     void signal_refresh_route();
-    void sendBackDataSignal(const QString &json);
     void signal_recv_message(const QString &json);
     void signal_blinkingDev(const QString &devId);
     void signal_unBlinkingDev(const QString &devId);

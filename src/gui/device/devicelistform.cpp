@@ -88,9 +88,13 @@ DeviceListForm::DeviceListForm(const DevManager &registry, DeviceUiStore *uiStor
     });
     connect(m_identify, &QPushButton::clicked, this, &DeviceListForm::on_pb_identify_clicked);
     connect(m_reboot, &QPushButton::clicked, this, &DeviceListForm::on_pb_reboot_clicked);
+    // A clock event or a reply changes a row between refreshes: the row takes the registry's record with it,
+    // so a state is never shown against an older description (a leader that has since moved on).
     if (m_uiStore)
-        connect(m_uiStore, &DeviceUiStore::signal_changed, this,
-                [this](const QString &devId) { m_model->setUiData(devId, m_uiStore->get(devId)); });
+        connect(m_uiStore, &DeviceUiStore::signal_changed, this, [this](const QString &devId) {
+            if (const auto d = m_registry.findByDevId(devId))
+                m_model->updateRow(*d, m_uiStore->get(devId));
+        });
 
     auto *bar = new QHBoxLayout;
     bar->setSpacing(scaled(8));

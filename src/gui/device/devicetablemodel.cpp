@@ -74,6 +74,15 @@ void DeviceTableModel::setUiData(const QString &devId, const DeviceUiData &data)
     emit dataChanged(index(row, 0), index(row, ColumnCount - 1));
 }
 
+void DeviceTableModel::updateRow(const Device &device, const DeviceUiData &data)
+{
+    const int row = rowOf(device.devId());
+    if (row < 0)
+        return;
+    m_rows[row] = {device, data};
+    emit dataChanged(index(row, 0), index(row, ColumnCount - 1));
+}
+
 void DeviceTableModel::setBlinking(const QString &devId, bool blinking)
 {
     if (blinking)

@@ -24,6 +24,8 @@ public:
     /// Rows for exactly these devices, in registry order for new ones.
     void setDevices(const QVector<Device> &devices);
     void setUiData(const QString &devId, const DeviceUiData &data);
+    /// One row's record and page data at once; nothing when it is not listed.
+    void updateRow(const Device &device, const DeviceUiData &data);
     void setBlinking(const QString &devId, bool blinking);
     bool isBlinking(const QString &devId) const { return m_blinking.contains(devId); }
 
