@@ -200,14 +200,14 @@ void TestRouters::routeFailuresAndOutcomes_data()
     QTest::addColumn<QString>("notice");
     QTest::addColumn<bool>("success");
     QTest::newRow("locked route") << QByteArray("{\"ops\":\"setUcastRx\",\"result\":\"fail\",\"reason\":\"LOCK_UCAST_MCAST\"}")
-                                  << false << "设备已加锁" << false;
+                                  << false << "设备已加锁 (the device is locked)" << false;
     QTest::newRow("other route failure") << QByteArray("{\"ops\":\"setMcastRx\",\"result\":\"fail\",\"reason\":\"bad param\"}")
                                          << false << "setRx fail" << false;
     QTest::newRow("clear failure") << QByteArray("{\"ops\":\"clrRxCh\",\"result\":\"fail\",\"reason\":\"x\"}") << true
                                    << "setRx fail" << false;
     QTest::newRow("route ok") << QByteArray("{\"ops\":\"setUcastRx\",\"result\":\"succ\"}") << false << "" << true;
-    QTest::newRow("flow created") << QByteArray("{\"ops\":\"setMcastTx\",\"result\":\"succ\"}") << false << "创建成功" << true;
-    QTest::newRow("flow deleted") << QByteArray("{\"ops\":\"clrMcastTx\",\"result\":\"succ\"}") << false << "删除成功" << true;
+    QTest::newRow("flow created") << QByteArray("{\"ops\":\"setMcastTx\",\"result\":\"succ\"}") << false << "创建成功 (created)" << true;
+    QTest::newRow("flow deleted") << QByteArray("{\"ops\":\"clrMcastTx\",\"result\":\"succ\"}") << false << "删除成功 (deleted)" << true;
     QTest::newRow("flow limit en") << QByteArray("{\"ops\":\"setMcastTx\",\"result\":\"fail\",\"reason\":\"no free sdpId\"}")
                                    << false << "Reach Stream Limit" << false;
     QTest::newRow("flow limit zh") << QByteArray("{\"ops\":\"setMcastTx\",\"result\":\"fail\",\"reason\":\"no free sdpId\"}")
@@ -217,9 +217,9 @@ void TestRouters::routeFailuresAndOutcomes_data()
     QTest::newRow("wrong password") << QByteArray("{\"ops\":\"setPassword\",\"result\":\"fail\",\"reason\":\"mismatch\"}")
                                     << true << "密码错误" << false;
     QTest::newRow("locked settings") << QByteArray("{\"ops\":\"setLock\",\"result\":\"fail\",\"reason\":\"LOCK_UCAST_MCAST\"}")
-                                     << false << "设置失败,设备已上锁" << false;
-    QTest::newRow("priority") << QByteArray("{\"ops\":\"setPtpPriority\",\"result\":\"fail\"}") << false << "修改失败" << false;
-    QTest::newRow("password ok") << QByteArray("{\"ops\":\"setPassword\",\"result\":\"succ\"}") << false << "修改密码成功" << true;
+                                     << false << "设置失败,设备已上锁 (setting failed: the device is locked)" << false;
+    QTest::newRow("priority") << QByteArray("{\"ops\":\"setPtpPriority\",\"result\":\"fail\"}") << false << "修改失败 (the change failed)" << false;
+    QTest::newRow("password ok") << QByteArray("{\"ops\":\"setPassword\",\"result\":\"succ\"}") << false << "修改密码成功 (password changed)" << true;
 }
 
 void TestRouters::routeFailuresAndOutcomes()

@@ -366,7 +366,7 @@ void TestDeviceSettingsDialog::addressRefusedMaskSendsNothing()
     QString notice;
     answerNext("pb_ok", &notice);
     click(&d, "pb_applyIp");
-    QCOMPARE(notice, QStringLiteral("请输入正确的子网掩码"));
+    QCOMPARE(notice, QStringLiteral("请输入正确的子网掩码 (enter a correct subnet mask)"));
     QVERIFY(sent.udp.isEmpty());
     // The inputs are kept for correcting.
     QCOMPARE(d.findChild<QLineEdit *>(QStringLiteral("netmask_le_4"))->text(), QStringLiteral("255"));
@@ -374,7 +374,7 @@ void TestDeviceSettingsDialog::addressRefusedMaskSendsNothing()
     typeInto(page, "gateway_le_2", "256");
     answerNext("pb_ok", &notice);
     click(&d, "pb_applyIp");
-    QCOMPARE(notice, QStringLiteral("请输入正确的网关"));
+    QCOMPARE(notice, QStringLiteral("请输入正确的网关 (enter a correct gateway)"));
     QVERIFY(sent.udp.isEmpty());
 }
 
@@ -394,7 +394,7 @@ void TestDeviceSettingsDialog::addressUnchangedSendsNothing()
     QString notice;
     answerNext("pb_ok", &notice);
     click(&d, "pb_applyIp");
-    QCOMPARE(notice, QStringLiteral("IP地址未修改"));
+    QCOMPARE(notice, QStringLiteral("IP地址未修改 (the address was not changed)"));
     QVERIFY(sent.udp.isEmpty());
 }
 
@@ -433,12 +433,12 @@ void TestDeviceSettingsDialog::failedReplyShowsAndReadsBack()
     pickComboItem(rate, 2);
     d.slot_message(R"({"ops":"setSampleRate","devId":"D1","result":"fail","reason":"LOCK_UCAST_MCAST"})");
     auto *status = d.findChild<QLabel *>(QStringLiteral("lb_status"));
-    QCOMPARE(status->text(), QStringLiteral("Not saved: 设置失败,设备已上锁"));
+    QCOMPARE(status->text(), QStringLiteral("Not saved: 设置失败,设备已上锁 (setting failed: the device is locked)"));
     // The device kept its rate, and so does the combo.
     QCOMPARE(rate->currentText(), QStringLiteral("48 kHz"));
     // Another device's reply is not ours.
     d.slot_message(R"({"ops":"setPtpDomain","devId":"D2","result":"succ"})");
-    QCOMPARE(status->text(), QStringLiteral("Not saved: 设置失败,设备已上锁"));
+    QCOMPARE(status->text(), QStringLiteral("Not saved: 设置失败,设备已上锁 (setting failed: the device is locked)"));
     d.slot_message(R"({"ops":"setPtpDomain","devId":"D1","result":"succ"})");
     QCOMPARE(status->text(), QStringLiteral("Saved"));
     QCOMPARE(sent.udp.last(), QStringLiteral(R"({"devId":"D1","ops":"getVersion"})"));
@@ -453,7 +453,7 @@ void TestDeviceSettingsDialog::manageLockMasksAndPorts()
     connect(&dialog, &ManageLock::signal_sendUdpToPort, [&](const QString &j, quint16 p) { sent.append({j, p}); });
     dialog.show();
     QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-    QCOMPARE(dialog.title(), QStringLiteral("管理设备锁"));
+    QCOMPARE(dialog.title(), QStringLiteral("管理设备锁 (manage device lock)"));
     click(&dialog, "rb_detailsHidden");
     QVERIFY(!dialog.findChild<QRadioButton *>(QStringLiteral("rb_routingReadOnly"))->isEnabled());
     QTest::keyClicks(dialog.findChild<QLineEdit *>(QStringLiteral("le_password")), "123456");
@@ -492,7 +492,7 @@ void TestDeviceSettingsDialog::manageLockFromThePageStartsAtTheDeviceLevels()
     f.store.slot_message(lockReply(0, 0, 3));
     QVERIFY(!d.cover());
     choosePage(d, DeviceSettingsDialog::Lock);
-    QCOMPARE(d.findChild<QLabel *>(QStringLiteral("lb_lockDsp"))->text(), QStringLiteral("详情只读"));
+    QCOMPARE(d.findChild<QLabel *>(QStringLiteral("lb_lockDsp"))->text(), QStringLiteral("详情只读 (details read-only)"));
     QCOMPARE(d.findChild<QLabel *>(QStringLiteral("lb_lockDetails"))->text(), QStringLiteral("Normal"));
     Sent sent;
     sent.watch(&d);
@@ -520,7 +520,7 @@ void TestDeviceSettingsDialog::managePasswdRefusesSpaces()
     connect(&dialog, &ManagePasswd::signal_sendUdp, [&](const QString &j, const QString &) { sent << j; });
     dialog.show();
     QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-    QCOMPARE(dialog.title(), QStringLiteral("修改密码"));
+    QCOMPARE(dialog.title(), QStringLiteral("修改密码 (change password)"));
     auto *newPassword = dialog.findChild<PasswordEdit *>(QStringLiteral("le_newPasswd"));
     QCOMPARE(newPassword->placeholderText(), QStringLiteral("please enter the password"));
     QCOMPARE(newPassword->echoMode(), QLineEdit::Password);
@@ -538,7 +538,7 @@ void TestDeviceSettingsDialog::managePasswdRefusesSpaces()
     QString notice;
     answerNext("pb_ok", &notice);
     click(&dialog, "pb_ok");
-    QCOMPARE(notice, QStringLiteral("密码中不能有空格"));
+    QCOMPARE(notice, QStringLiteral("密码中不能有空格 (no spaces allowed)"));
     QVERIFY(sent.isEmpty());
     QVERIFY(dialog.isVisible());
     QCOMPARE(dialog.result(), int(QDialog::Rejected));
@@ -613,14 +613,14 @@ void TestDeviceSettingsDialog::ctrl0LeadsToTheLockDialog()
     QTRY_VERIFY(cover->choices() && cover->choices()->isVisible());
     QMenu *menu = cover->choices();
     QCOMPARE(menu->actions().size(), 2);
-    QCOMPARE(menu->actions().at(0)->text(), QStringLiteral("输入密码"));
-    QCOMPARE(menu->actions().at(1)->text(), QStringLiteral("设置密码"));
+    QCOMPARE(menu->actions().at(0)->text(), QStringLiteral("输入密码 (enter password)"));
+    QCOMPARE(menu->actions().at(1)->text(), QStringLiteral("设置密码 (set password)"));
 
     bool sawLockDialog = false;
     onNextModal([&sawLockDialog](QWidget *modal) {
         auto *prompt = qobject_cast<PasswordPrompt *>(modal);
         QVERIFY(prompt);
-        QCOMPARE(prompt->title(), QStringLiteral("输入密码"));
+        QCOMPARE(prompt->title(), QStringLiteral("输入密码 (enter password)"));
         QTest::keyClicks(prompt->findChild<QLineEdit *>(QStringLiteral("le_password")), "123456");
         // The password opens the lock dialog, with the password in it.
         onNextModal([&sawLockDialog](QWidget *next) {

@@ -148,12 +148,12 @@ void TestFlowsPage::createChecksThenSends()
     QString text;
     answerNextBox("pb_ok", &text);
     click(child<QPushButton>("pb_create"));
-    QCOMPARE(text, QStringLiteral("组播流名称不能为空"));
+    QCOMPARE(text, QStringLiteral("组播流名称不能为空 (the flow name must not be empty)"));
 
     type("le_name", "Vocals");
     answerNextBox("pb_ok", &text);
     click(child<QPushButton>("pb_create"));
-    QCOMPARE(text, QStringLiteral("至少选中一个通道加入组播流"));
+    QCOMPARE(text, QStringLiteral("至少选中一个通道加入组播流 (tick at least one channel)"));
 
     for (int ch = 0; ch < 9; ++ch)
         tick(ch);
@@ -219,13 +219,13 @@ void TestFlowsPage::deleteAsksAndSendsTheSelectedFlow()
     QString text;
     answerNextBox("pb_ok", &text);
     click(child<QPushButton>("pb_delete"));
-    QCOMPARE(text, QStringLiteral("请选择要删除的组播"));
+    QCOMPARE(text, QStringLiteral("请选择要删除的组播 (choose the flow to delete)"));
 
     auto *flows = child<QListWidget>("lw_flows");
     QTest::mouseClick(flows->viewport(), Qt::LeftButton, {}, flows->visualItemRect(flows->item(0)).center());
     answerNextBox("pb_no", &text);
     click(child<QPushButton>("pb_delete"));
-    QCOMPARE(text, QStringLiteral("删除组播流？"));
+    QCOMPARE(text, QStringLiteral("删除组播流？ (delete the flow?)"));
     QCOMPARE(spy.count(), 0);
 
     answerNextBox("pb_yes");

@@ -1,19 +1,16 @@
 // The device settings window against corvane-sim's default network, inside a
 // private network namespace (tests/netns-run): every request goes through the
 // program's real send path and every answer comes from the virtual devices.
-#include "core/app/language.h"
-#include "gui/app/mainwindow.h"
-#include "core/app/scalefactors.h"
 #include "gui/device/devicelistform.h"
 #include "gui/device/devicesettingsdialog.h"
 #include "gui/device/lockoverlay.h"
 #include "gui/device/managelock.h"
 #include "gui/device/passwordprompt.h"
 #include "gui/device/translucentlock.h"
-#include "core/devices/devmanager.h"
-#include "core/protocol/devicelink.h"
-#include "gui/widgets/style.h"
 #include "gui/widgets/styledslider.h"
+
+#include "../support/programwindow.h"
+#include "../support/simulator.h"
 
 #include <QApplication>
 #include <QComboBox>
@@ -22,11 +19,9 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
-#include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTableWidget>
-#include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
 #include <functional>
@@ -63,7 +58,6 @@ class TestSettingsSim : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void opensWithTheDevicesAnswers();
     void sampleRateChangeReachesTheDevice();
     void lockCoversAndCtrl0Unlocks();
@@ -73,38 +67,17 @@ private:
     DeviceSettingsDialog *open(const QString &devId);
     void shot(QWidget *w, const QString &name);
 
-    QProcess m_sim;
-    QTemporaryDir m_dir;
-    MainWindow *m_window = nullptr;
+    Simulator m_sim;
+    ProgramWindow m_window;
 };
 
 void TestSettingsSim::initTestCase()
 {
-    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
-        QSKIP("needs the private network namespace of tests/netns-run");
-    if (!qEnvironmentVariableIsEmpty("CORVANE_SCREENSHOTS")) {
-        ScreenMetrics m;
-        m.physicalWidth = m.logicalWidth = 1920;
-        m.physicalHeight = m.logicalHeight = 1080;
-        applyScaleFactors(computeScaleFactors(m));
-        qApp->setStyleSheet(Style::applicationStyleSheet());
-    }
-    Language::setChinese(false);
-    m_sim.start(qEnvironmentVariable("CORVANE_BIN_DIR") + "/corvane-sim", {"--quiet"});
-    QVERIFY(m_sim.waitForStarted(5000));
-    m_window = new MainWindow(m_dir.path());
-    m_window->setQuitConfirmed(true);
-    m_window->show();
-    QVERIFY(m_window->startNetwork("127.0.0.1"));
-    const DevManager &registry = m_window->deviceLink()->registry();
-    QTRY_VERIFY_WITH_TIMEOUT(registry.findByDevId("SIM-0002") && registry.findByDevId("SIM-0004"), kWaitMs);
-}
-
-void TestSettingsSim::cleanupTestCase()
-{
-    delete m_window;
-    m_sim.kill();
-    m_sim.waitForFinished(5000);
+    REQUIRE_PRIVATE_NETWORK();
+    QVERIFY2(m_sim.start(), m_sim.why());
+    QVERIFY(m_window.open(MainWindow::Devices, !qEnvironmentVariableIsEmpty("CORVANE_SCREENSHOTS")));
+    QTRY_VERIFY_WITH_TIMEOUT(m_window.registry().findByDevId("SIM-0002") && m_window.registry().findByDevId("SIM-0004"),
+                             kWaitMs);
 }
 
 DeviceSettingsDialog *TestSettingsSim::open(const QString &devId)
@@ -163,7 +136,7 @@ void TestSettingsSim::sampleRateChangeReachesTheDevice()
     QTRY_VERIFY_WITH_TIMEOUT(rate->isEnabled(), kWaitMs);
     rate->setFocus();
     QTest::keyClick(rate, Qt::Key_Down);  // 48 kHz -> 96 kHz, as a user would
-    const DevManager &registry = m_window->deviceLink()->registry();
+    const DevManager &registry = m_window.registry();
     QTRY_COMPARE_WITH_TIMEOUT(registry.findByDevId("SIM-0002")->rec.sampleRate, 96000, kWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(d->findChild<QLabel *>(QStringLiteral("lb_status"))->text(), QStringLiteral("Saved"),
                               kWaitMs);
