@@ -2,19 +2,16 @@
 // inside a private network namespace (tests/netns-run): a flow created on
 // the page is announced, shows in the page and as a row of the routing grid,
 // opens its details from the grid, and goes again when deleted.
-// With CORVANE_SHOT_DIR set it also leaves pictures of the page there.
 #include "gui/mcast/formmcast.h"
 #include "gui/mcast/mcastwidget.h"
 #include "gui/mcast/streamform.h"
 #include "core/protocol/ipv4.h"
 #include "gui/routing/cellrouteform.h"
-#include "gui/widgets/snackbar.h"
 
 #include "../support/noticeanswers.h"
 #include "../support/programwindow.h"
 #include "../support/simulator.h"
 
-#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -29,7 +26,6 @@ class TestFlowsSim : public QObject
 private slots:
     void initTestCase();
     void createShowAndDelete();
-    void pictures();
 
 private:
     template<class T> T *child(const char *name) { return m_page->findChild<T *>(QLatin1String(name)); }
@@ -37,7 +33,6 @@ private:
     void tick(int channel);
     void chooseDevice(const QString &devId);
     int pageRow(const QString &name) const;
-    void shoot(QWidget *w, const QString &name);
 
     Simulator m_sim;
     ProgramWindow m_window;
@@ -149,46 +144,6 @@ void TestFlowsSim::createShowAndDelete()
     QTRY_VERIFY_WITH_TIMEOUT(!registry.findFlow(group).has_value(), 5000);
     m_window->setPage(MainWindow::Routing);
     QTRY_VERIFY_WITH_TIMEOUT(grid->grid().findLine(RouteGrid::Rows, "Drum Mics") < 0, 10000);
-}
-
-void TestFlowsSim::shoot(QWidget *w, const QString &name)
-{
-    QTest::qWait(300);
-    m_window->snackBar()->hide();
-    QVERIFY(w->grab().save(QDir(qEnvironmentVariable("CORVANE_SHOT_DIR")).filePath(name)));
-}
-
-void TestFlowsSim::pictures()
-{
-    if (qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR"))
-        QSKIP("set CORVANE_SHOT_DIR to keep pictures of the page");
-    m_window->setPage(MainWindow::Flows);
-    // Channel names are fetched after the flows; the pictures show them.
-    QTRY_VERIFY_WITH_TIMEOUT(m_window.registry().findByDevId("SIM-0002")->namesComplete(), 10000);
-    chooseDevice("SIM-0002");
-    type("le_name", "Monitors");
-    tick(2); // the ticks of the flow made above stay: channels 1 and 2 only
-    tick(3);
-    tick(4);
-    tick(0);
-    tick(1);
-    type("le_port", "5004");
-    QTest::mouseClick(child<QRadioButton>("rb_auto"), Qt::LeftButton);
-    QTest::mouseClick(child<QPushButton>("pb_create"), Qt::LeftButton);
-    QTRY_VERIFY_WITH_TIMEOUT(pageRow("Monitors") >= 0, 10000);
-    auto *flows = child<QListWidget>("lw_flows");
-    QTest::mouseClick(flows->viewport(), Qt::LeftButton, {}, flows->visualItemRect(flows->item(0)).center());
-    type("le_name", "Ambience");
-    tick(5);
-    shoot(m_window.window(), "flows-en.png");
-    m_window->slot_switchLanguage(true);
-    shoot(m_window.window(), "flows-zh.png");
-    QTest::mouseClick(child<QPushButton>("pb_details"), Qt::LeftButton);
-    QTRY_VERIFY(m_page->detailsDialog() && m_page->detailsDialog()->isVisible());
-    shoot(m_page->detailsDialog(), "flow-details-zh.png");
-    m_window->slot_switchLanguage(false);
-    shoot(m_page->detailsDialog(), "flow-details-en.png");
-    m_page->detailsDialog()->close();
 }
 
 QTEST_MAIN(TestFlowsSim)

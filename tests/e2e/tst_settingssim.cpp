@@ -9,49 +9,27 @@
 #include "gui/device/translucentlock.h"
 #include "gui/widgets/styledslider.h"
 
+#include "../support/noticeanswers.h"
 #include "../support/programwindow.h"
 #include "../support/simulator.h"
 
-#include <QApplication>
 #include <QComboBox>
-#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
 #include <QMenu>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QTableWidget>
-#include <QTimer>
 #include <QtTest>
-#include <functional>
 
 namespace {
 
 constexpr int kWaitMs = 10000;
 
-void onNextModal(std::function<void(QWidget *)> f, QWidget *previous = QApplication::activeModalWidget(),
-                 int tries = 500)
-{
-    QTimer::singleShot(tries == 500 ? 0 : 10, [f, previous, tries] {
-        QWidget *modal = QApplication::activeModalWidget();
-        if ((!modal || modal == previous) && tries > 0) {
-            onNextModal(f, previous, tries - 1);
-            return;
-        }
-        QVERIFY(modal && modal != previous);
-        f(modal);
-    });
-}
-
-void click(QWidget *parent, const char *name)
-{
-    auto *b = parent->findChild<QAbstractButton *>(QLatin1String(name));
-    QVERIFY2(b, name);
-    QTest::mouseClick(b, Qt::LeftButton);
-}
-
 } // namespace
+
+using NoticeAnswers::click;
+using NoticeAnswers::onNextModal;
 
 class TestSettingsSim : public QObject
 {
@@ -65,7 +43,6 @@ private slots:
 
 private:
     DeviceSettingsDialog *open(const QString &devId);
-    void shot(QWidget *w, const QString &name);
 
     Simulator m_sim;
     ProgramWindow m_window;
@@ -75,7 +52,7 @@ void TestSettingsSim::initTestCase()
 {
     REQUIRE_PRIVATE_NETWORK();
     QVERIFY2(m_sim.start(), m_sim.why());
-    QVERIFY(m_window.open(MainWindow::Devices, !qEnvironmentVariableIsEmpty("CORVANE_SCREENSHOTS")));
+    QVERIFY(m_window.open(MainWindow::Devices));
     QTRY_VERIFY_WITH_TIMEOUT(m_window.registry().findByDevId("SIM-0002") && m_window.registry().findByDevId("SIM-0004"),
                              kWaitMs);
 }
@@ -87,14 +64,6 @@ DeviceSettingsDialog *TestSettingsSim::open(const QString &devId)
         if (d->devId() == devId)
             return d;
     return nullptr;
-}
-
-void TestSettingsSim::shot(QWidget *w, const QString &name)
-{
-    const QString dir = qEnvironmentVariable("CORVANE_SCREENSHOTS");
-    QApplication::processEvents();
-    if (!dir.isEmpty())
-        w->grab().save(QDir(dir).filePath(QStringLiteral("settings-sim-%1.png").arg(name)));
 }
 
 void TestSettingsSim::opensWithTheDevicesAnswers()
@@ -125,7 +94,6 @@ void TestSettingsSim::opensWithTheDevicesAnswers()
     auto *table = d->findChild<QTableWidget *>(QStringLiteral("tw_channels"));
     QCOMPARE(table->rowCount(), 8);
     QTRY_COMPARE_WITH_TIMEOUT(table->item(0, 2)->text(), QStringLiteral("Vox 1"), kWaitMs);
-    shot(d, "channels");
 }
 
 void TestSettingsSim::sampleRateChangeReachesTheDevice()
@@ -140,7 +108,6 @@ void TestSettingsSim::sampleRateChangeReachesTheDevice()
     QTRY_COMPARE_WITH_TIMEOUT(registry.findByDevId("SIM-0002")->rec.sampleRate, 96000, kWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(d->findChild<QLabel *>(QStringLiteral("lb_status"))->text(), QStringLiteral("Saved"),
                               kWaitMs);
-    shot(d, "general");
     QTest::keyClick(rate, Qt::Key_Up);
     QTRY_COMPARE_WITH_TIMEOUT(registry.findByDevId("SIM-0002")->rec.sampleRate, 48000, kWaitMs);
 }
@@ -162,7 +129,6 @@ void TestSettingsSim::lockCoversAndCtrl0Unlocks()
     // The device takes the lock, the window reads it back and covers its pages.
     QTRY_VERIFY_WITH_TIMEOUT(qobject_cast<TranslucentLock *>(d->cover()), kWaitMs);
     QCOMPARE(d->findChild<QLabel *>(QStringLiteral("lb_lockDetails"))->text(), QStringLiteral("Read-only"));
-    shot(d, "readonly");
 
     // Ctrl+0 on the cover, the password, and the lock dialog opens the device again.
     d->setPage(DeviceSettingsDialog::General);
@@ -206,7 +172,6 @@ void TestSettingsSim::amplifierAnswers()
     QTRY_COMPARE_WITH_TIMEOUT(d->findChild<QLabel *>(QStringLiteral("lb_status"))->text(), QStringLiteral("Saved"),
                               kWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(gain->value(), -4.5, kWaitMs);
-    shot(d, "amplifier");
     d->setPage(DeviceSettingsDialog::Gpio);
     QTRY_VERIFY_WITH_TIMEOUT(d->findChild<QPushButton *>(QStringLiteral("pb_testGpio_4")), kWaitMs);
     click(d, "pb_testGpio_2");
@@ -214,7 +179,6 @@ void TestSettingsSim::amplifierAnswers()
     QTRY_COMPARE_WITH_TIMEOUT(d->findChild<QLabel *>(QStringLiteral("lb_gpioRead_2"))->text(),
                               QStringLiteral("Reads High"), kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(d->findChild<QPushButton *>(QStringLiteral("pb_gpioLevel_2"))->isChecked(), kWaitMs);
-    shot(d, "gpio");
 }
 
 QTEST_MAIN(TestSettingsSim)
