@@ -3,9 +3,7 @@
 // program's real send path and every answer comes from the virtual devices.
 #include "gui/device/devicelistform.h"
 #include "gui/device/devicesettingsdialog.h"
-#include "gui/device/lockoverlay.h"
 #include "gui/device/managelock.h"
-#include "gui/device/passwordprompt.h"
 #include "gui/device/translucentlock.h"
 #include "gui/widgets/styledslider.h"
 
@@ -16,9 +14,7 @@
 #include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QPushButton>
-#include <QRadioButton>
 #include <QTableWidget>
 #include <QtTest>
 
@@ -38,7 +34,7 @@ private slots:
     void initTestCase();
     void opensWithTheDevicesAnswers();
     void sampleRateChangeReachesTheDevice();
-    void lockCoversAndCtrl0Unlocks();
+    void lockCovers();
     void amplifierAnswers();
 
 private:
@@ -112,7 +108,7 @@ void TestSettingsSim::sampleRateChangeReachesTheDevice()
     QTRY_COMPARE_WITH_TIMEOUT(registry.findByDevId("SIM-0002")->rec.sampleRate, 48000, kWaitMs);
 }
 
-void TestSettingsSim::lockCoversAndCtrl0Unlocks()
+void TestSettingsSim::lockCovers()
 {
     DeviceSettingsDialog *d = open("SIM-0002");
     d->setPage(DeviceSettingsDialog::Lock);
@@ -129,31 +125,6 @@ void TestSettingsSim::lockCoversAndCtrl0Unlocks()
     // The device takes the lock, the window reads it back and covers its pages.
     QTRY_VERIFY_WITH_TIMEOUT(qobject_cast<TranslucentLock *>(d->cover()), kWaitMs);
     QCOMPARE(d->findChild<QLabel *>(QStringLiteral("lb_lockDetails"))->text(), QStringLiteral("Read-only"));
-
-    // Ctrl+0 on the cover, the password, and the lock dialog opens the device again.
-    d->setPage(DeviceSettingsDialog::General);
-    d->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(d));
-    LockOverlay *cover = d->cover();
-    QTest::keyClick(cover, Qt::Key_0, Qt::ControlModifier);
-    QTRY_VERIFY(cover->choices() && cover->choices()->isVisible());
-    QMenu *menu = cover->choices();
-    onNextModal([](QWidget *modal) {
-        auto *prompt = qobject_cast<PasswordPrompt *>(modal);
-        QVERIFY(prompt);
-        QTest::keyClicks(prompt->findChild<QLineEdit *>(QStringLiteral("le_password")), "123456");
-        onNextModal([](QWidget *next) {
-            auto *lock = qobject_cast<ManageLock *>(next);
-            QVERIFY(lock);
-            QVERIFY(lock->findChild<QRadioButton *>(QStringLiteral("rb_detailsReadOnly"))->isChecked());
-            click(lock, "rb_detailsNormal");
-            click(lock, "pb_ok");
-        });
-        click(prompt, "pb_ok");
-    });
-    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().at(0)).center());
-    QTRY_VERIFY_WITH_TIMEOUT(!d->cover(), kWaitMs);
-    QVERIFY(d->findChild<QWidget *>(QStringLiteral("wd_pageArea"))->isEnabled());
 }
 
 void TestSettingsSim::amplifierAnswers()
