@@ -65,15 +65,15 @@ void TestDevicePlans::fixedAddress_data()
     QTest::newRow("/16 for 255.255.0.0") << "10.1.2.3" << "255.255.0.0" << "10.1.0.1" << "10.1.0.1" << "" << "10.1.2.3/16";
     QTest::newRow("/16 for .252") << "10.1.2.3" << "255.255.255.252" << "10.1.2.1" << "10.1.2.1" << "" << "10.1.2.3/16";
     QTest::newRow("/16 for 255.0.0.0") << "10.1.2.3" << "255.0.0.0" << "10.0.0.1" << "10.0.0.1" << "" << "10.1.2.3/16";
-    QTest::newRow("mask all ones") << "10.1.2.3" << "255.255.255.255" << "10.0.0.1" << "10.0.0.1" << "请输入正确的子网掩码" << "";
-    QTest::newRow("mask zero") << "10.1.2.3" << "0.0.0.0" << "10.0.0.1" << "10.0.0.1" << "请输入正确的子网掩码" << "";
-    QTest::newRow("mask holes") << "10.1.2.3" << "255.0.255.0" << "10.0.0.1" << "10.0.0.1" << "请输入正确的子网掩码" << "";
-    QTest::newRow("gateway 256") << "10.1.2.3" << "255.255.255.0" << "10.1.2.256" << "10.0.0.1" << "请输入正确的网关" << "";
-    QTest::newRow("dns 300") << "10.1.2.3" << "255.255.255.0" << "10.1.2.1" << "300.0.0.1" << "请输入正确的DNS" << "";
-    QTest::newRow("ip 256") << "10.1.2.256" << "255.255.255.0" << "10.1.2.1" << "1.0.0.1" << "ip地址的范围在0-255" << "";
-    QTest::newRow("ip empty") << "10.1..3" << "255.255.255.0" << "10.1.2.1" << "1.0.0.1" << "ip不能为空" << "";
-    QTest::newRow("mask empty") << "10.1.2.3" << "255..255.0" << "10.1.2.1" << "1.0.0.1" << "子网掩码不能为空" << "";
-    QTest::newRow("gateway empty") << "10.1.2.3" << "255.255.255.0" << "10.1.2." << "1.0.0.1" << "网关不能为空" << "";
+    QTest::newRow("mask all ones") << "10.1.2.3" << "255.255.255.255" << "10.0.0.1" << "10.0.0.1" << "请输入正确的子网掩码 (enter a correct subnet mask)" << "";
+    QTest::newRow("mask zero") << "10.1.2.3" << "0.0.0.0" << "10.0.0.1" << "10.0.0.1" << "请输入正确的子网掩码 (enter a correct subnet mask)" << "";
+    QTest::newRow("mask holes") << "10.1.2.3" << "255.0.255.0" << "10.0.0.1" << "10.0.0.1" << "请输入正确的子网掩码 (enter a correct subnet mask)" << "";
+    QTest::newRow("gateway 256") << "10.1.2.3" << "255.255.255.0" << "10.1.2.256" << "10.0.0.1" << "请输入正确的网关 (enter a correct gateway)" << "";
+    QTest::newRow("dns 300") << "10.1.2.3" << "255.255.255.0" << "10.1.2.1" << "300.0.0.1" << "请输入正确的DNS (enter a correct DNS server)" << "";
+    QTest::newRow("ip 256") << "10.1.2.256" << "255.255.255.0" << "10.1.2.1" << "1.0.0.1" << "ip地址的范围在0-255 (address octets range from 0 to 255)" << "";
+    QTest::newRow("ip empty") << "10.1..3" << "255.255.255.0" << "10.1.2.1" << "1.0.0.1" << "ip不能为空 (the address must not be empty)" << "";
+    QTest::newRow("mask empty") << "10.1.2.3" << "255..255.0" << "10.1.2.1" << "1.0.0.1" << "子网掩码不能为空 (the subnet mask must not be empty)" << "";
+    QTest::newRow("gateway empty") << "10.1.2.3" << "255.255.255.0" << "10.1.2." << "1.0.0.1" << "网关不能为空 (the gateway must not be empty)" << "";
 }
 
 void TestDevicePlans::fixedAddress()
@@ -99,17 +99,17 @@ void TestDevicePlans::checksRunPositionByPosition()
 {
     // An empty DNS octet at position 1 is reported before a bad address octet at position 2.
     AddressPlan::Input in = fixedInput("10.999.2.3", "255.255.255.0", "10.1.2.1", ".0.0.1");
-    QCOMPARE(noticeOf(AddressPlan::plan("D1", in, std::nullopt)), QStringLiteral("DNS不能为空"));
+    QCOMPARE(noticeOf(AddressPlan::plan("D1", in, std::nullopt)), QStringLiteral("DNS不能为空 (the DNS server must not be empty)"));
     // Within one position: address emptiness before mask emptiness before range.
     in = fixedInput(".1.2.3", "..255.0", "10.1.2.1", "1.0.0.1");
-    QCOMPARE(noticeOf(AddressPlan::plan("D1", in, std::nullopt)), QStringLiteral("ip不能为空"));
+    QCOMPARE(noticeOf(AddressPlan::plan("D1", in, std::nullopt)), QStringLiteral("ip不能为空 (the address must not be empty)"));
 }
 
 void TestDevicePlans::unchangedSettingsAreNotSent()
 {
     const AddressPlan::Input in = fixedInput("192.168.1.30", "255.255.255.0", "192.168.1.1", "8.8.8.8");
     AddressPlan::Current cur{true, "192.168.1.30/24", "192.168.1.1", "8.8.8.8"};
-    QCOMPARE(noticeOf(AddressPlan::plan("D1", in, cur)), QStringLiteral("IP地址未修改"));
+    QCOMPARE(noticeOf(AddressPlan::plan("D1", in, cur)), QStringLiteral("IP地址未修改 (the address was not changed)"));
     cur.fixed = false; // automatic now: the same numbers make it fixed, so it is a change
     QVERIFY(!AddressPlan::plan("D1", in, cur).refused());
     cur = {true, "192.168.1.30/16", "192.168.1.1", "8.8.8.8"};
@@ -165,11 +165,11 @@ void TestDevicePlans::passwordRules_data()
     QTest::addColumn<QString>("confirm");
     QTest::addColumn<QString>("notice");
     QTest::newRow("ok") << "123456" << "s3cret" << "s3cret" << "";
-    QTest::newRow("old empty") << "" << "a" << "a" << "密码不能为空";
-    QTest::newRow("confirm empty") << "x" << "a" << "" << "密码不能为空";
-    QTest::newRow("differ") << "x" << "a" << "b" << "两次密码输入不一致";
-    QTest::newRow("space") << "x" << "a b" << "a b" << "密码中不能有空格";
-    QTest::newRow("differ before space") << "x" << "a b" << "a c" << "两次密码输入不一致";
+    QTest::newRow("old empty") << "" << "a" << "a" << "密码不能为空 (the password must not be empty)";
+    QTest::newRow("confirm empty") << "x" << "a" << "" << "密码不能为空 (the password must not be empty)";
+    QTest::newRow("differ") << "x" << "a" << "b" << "两次密码输入不一致 (the two entries differ)";
+    QTest::newRow("space") << "x" << "a b" << "a b" << "密码中不能有空格 (no spaces allowed)";
+    QTest::newRow("differ before space") << "x" << "a b" << "a c" << "两次密码输入不一致 (the two entries differ)";
 }
 
 void TestDevicePlans::passwordRules()

@@ -52,7 +52,6 @@ private slots:
     void choices();
     void addressFieldsRoundTrip();
     void lockChoicesRoundTripThroughTheDevice();
-    void lockChoiceMasks();
     void settingsCover();
     void repliesReadAtTheEdge();
 };
@@ -267,28 +266,6 @@ void TestDeviceSettings::lockChoicesRoundTripThroughTheDevice()
             }
         }
     }
-}
-
-void TestDeviceSettings::lockChoiceMasks()
-{
-    LockChoice c;
-    QCOMPARE(LockPlan::maskText(LockPlan::settingsMask(c.detailsLevel(), c.routingLevel())), QStringLiteral("0x0"));
-    c.details = LockChoice::DetailsHidden;
-    c.routing = LockChoice::RoutingNormal;
-    QCOMPARE(LockPlan::maskText(LockPlan::settingsMask(c.detailsLevel(), c.routingLevel())), QStringLiteral("0x10003"));
-    c.details = LockChoice::DetailsReadOnly;
-    c.routing = LockChoice::RoutingReadOnly;
-    QCOMPARE(LockPlan::maskText(LockPlan::settingsMask(c.detailsLevel(), c.routingLevel())), QStringLiteral("0x3"));
-    c.dsp = LockChoice::DspHidden;
-    QCOMPARE(LockPlan::maskText(LockPlan::dspMask(c.dspLevel())), QStringLiteral("0x1001f"));
-    c.dsp = LockChoice::DspDetailsReadOnly;
-    QCOMPARE(LockPlan::maskText(LockPlan::dspMask(c.dspLevel())), QStringLiteral("0x1"));
-
-    QCOMPARE(LockChoice::dspLevelText(2), Tx::LockHidden);
-    QCOMPARE(LockChoice::dspLevelText(3), Tx::LockDetailsReadOnly);
-    QCOMPARE(LockChoice::detailsLevelText(3), Tx::LockHidden);
-    QCOMPARE(LockChoice::routingLevelText(1), Tx::LockReadOnly);
-    QCOMPARE(LockChoice::routingLevelText(0), Tx::LockNormal);
 }
 
 void TestDeviceSettings::settingsCover()

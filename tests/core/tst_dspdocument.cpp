@@ -91,10 +91,7 @@ private slots:
     void integersAndFlags_data();
     void integersAndFlags();
     void typedRecords();
-    void blockDefaults_data();
-    void blockDefaults();
     void defaultChainsAndNodes();
-    void tooFewNodesKeepsPrevious();
     void badDocumentsKeepPrevious_data();
     void badDocumentsKeepPrevious();
     void commandTexts();
@@ -211,23 +208,15 @@ void TestDspDocument::unknownPartsSurvive()
 
 void TestDspDocument::numbers_data()
 {
+    // Edge cases; ordinary values are compared with Qt in numbersAgreeWithQt.
     QTest::addColumn<double>("value");
     QTest::addColumn<QByteArray>("text");
-    QTest::newRow("zero") << 0.0 << QByteArray("0");
     QTest::newRow("negative zero") << -0.0 << QByteArray("0");
-    QTest::newRow("whole negative") << -20.0 << QByteArray("-20");
-    QTest::newRow("half") << 0.5 << QByteArray("0.5");
-    QTest::newRow("FIR upper default") << 20001.0 << QByteArray("20001");
-    QTest::newRow("thousand") << 1000.0 << QByteArray("1000");
     QTest::newRow("0.1 + 0.2") << 0.1 + 0.2 << QByteArray("0.3");
     QTest::newRow("float gain -3.1") << double(-3.1f) << QByteArray("-3.1");
-    QTest::newRow("third") << 1.0 / 3.0 << QByteArray("0.333333");
     QTest::newRow("rounds up to six digits") << 123456.7 << QByteArray("123457");
-    QTest::newRow("largest six-digit whole") << 999999.0 << QByteArray("999999");
     QTest::newRow("rounds into a million") << 999999.5 << QByteArray("1e+06");
     QTest::newRow("above a million") << 1234567.0 << QByteArray("1.23457e+06");
-    QTest::newRow("small") << 0.0001 << QByteArray("0.0001");
-    QTest::newRow("smaller") << 0.00001234567 << QByteArray("1.23457e-05");
     QTest::newRow("not a number") << std::nan("") << QByteArray("0");
 }
 
@@ -339,60 +328,6 @@ void TestDspDocument::typedRecords()
     QCOMPARE(d.blockFlag({1, 0, 0}), QString());
 }
 
-void TestDspDocument::blockDefaults_data()
-{
-    QTest::addColumn<int>("type");
-    QTest::addColumn<bool>("highPass");
-    QTest::addColumn<QByteArray>("obj");
-    QTest::newRow("equaliser") << 0 << true
-                               << QByteArray("{\"bypassArr\":[\"0\",\"0\",\"0\",\"0\",\"0\",\"0\",\"0\"],\"eqArr\":["
-                                             "{\"dbGain\":\"0\",\"freq0\":\"40\",\"qBwS\":\"1\",\"type\":\"0\"},"
-                                             "{\"dbGain\":\"0\",\"freq0\":\"101\",\"qBwS\":\"1\",\"type\":\"0\"},"
-                                             "{\"dbGain\":\"0\",\"freq0\":\"254\",\"qBwS\":\"1\",\"type\":\"0\"},"
-                                             "{\"dbGain\":\"0\",\"freq0\":\"640\",\"qBwS\":\"1\",\"type\":\"0\"},"
-                                             "{\"dbGain\":\"0\",\"freq0\":\"1600\",\"qBwS\":\"1\",\"type\":\"0\"},"
-                                             "{\"dbGain\":\"0\",\"freq0\":\"4000\",\"qBwS\":\"1\",\"type\":\"0\"},"
-                                             "{\"dbGain\":\"0\",\"freq0\":\"10200\",\"qBwS\":\"1\",\"type\":\"0\"}]}");
-    QTest::newRow("delay") << 1 << true << QByteArray("{\"delayNum\":\"0\",\"maxNum\":\"24000\"}");
-    const QByteArray dynamics(
-        "{\"attackMs\":\"50\",\"kneeDb\":\"0\",\"ratio\":\"2\",\"releaseMs\":\"100\",\"trigDb\":\"-20\"}");
-    QTest::newRow("compressor") << 2 << true << dynamics;
-    QTest::newRow("feedback") << 3 << true << QByteArray("{\"freqShift\":\"1\"}");
-    QTest::newRow("high-pass") << 4 << true
-                               << QByteArray("{\"freq0\":\"20\",\"isHpf\":\"1\",\"order\":\"1\",\"type\":\"0\"}");
-    QTest::newRow("low-pass") << 4 << false
-                              << QByteArray("{\"freq0\":\"20000\",\"isHpf\":\"0\",\"order\":\"1\",\"type\":\"0\"}");
-    QTest::newRow("FIR") << 5 << true
-                         << QByteArray("{\"arr\":[],\"attDb\":\"21\",\"firType\":\"0\",\"freq0\":\"10000\","
-                                       "\"freq1\":\"20001\",\"maxTaps\":\"256\",\"taps\":\"127\",\"winType\":\"0\"}");
-    QTest::newRow("limiter") << 6 << true << QByteArray("{\"limitDb\":\"-20\"}");
-    QTest::newRow("noise gate") << 7 << true << QByteArray("{\"closeMs\":\"10\",\"openMs\":\"10\",\"trigDb\":\"-90\"}");
-    QTest::newRow("expander") << 8 << true << dynamics;
-    QTest::newRow("signal generator") << 9 << true
-                                      << QByteArray("{\"freq\":\"1000\",\"gainDb\":\"-20\",\"mode\":\"0\"}");
-    QTest::newRow("echo canceller") << 10 << true
-                                    << QByteArray("{\"aecLevel\":\"2\",\"ansLevel\":\"2\",\"banMask\":\"0\","
-                                                  "\"farCh\":\"0\",\"farFromOut\":\"0\",\"hasAec\":\"1\","
-                                                  "\"hasAgc\":\"0\",\"hasAns\":\"1\"}");
-    QTest::newRow("ducker") << 11 << true
-                            << QByteArray("{\"attackMs\":\"50\",\"duckDb\":\"-15\",\"holdMs\":\"500\",\"refCh\":\"0\","
-                                          "\"releaseMs\":\"500\",\"trigDb\":\"-40\"}");
-}
-
-void TestDspDocument::blockDefaults()
-{
-    QFETCH(int, type);
-    QFETCH(bool, highPass);
-    QFETCH(QByteArray, obj);
-    const DspBlock b = DspDefaults::block(type, highPass);
-    QCOMPARE(b.type(), type);
-    QCOMPARE(b.toJson(), "{\"bypass\":\"1\",\"core\":\"-1\",\"groupId\":\"-1\",\"obj\":" + obj + ",\"type\":\"" +
-                             QByteArray::number(type) + "\"}");
-    // The member names offered to users are the ones written.
-    const QStringList names = DspBlock::memberNames(type);
-    QCOMPARE(QJsonDocument::fromJson(obj).object().keys(), names);
-}
-
 void TestDspDocument::defaultChainsAndNodes()
 {
     const QVector<DspBlock> in = DspDefaults::inputChain();
@@ -406,6 +341,8 @@ void TestDspDocument::defaultChainsAndNodes()
         // Each block of the stored text is the block the program builds for its type.
         QCOMPARE(b.toJson(), DspDefaults::block(b.type(), inTypes.count(4) < 2).toJson());
         inText += (inTypes.size() > 1 ? "," : "") + b.toJson();
+        // The member names offered to users are the ones written.
+        QCOMPARE(QJsonDocument::fromJson(b.objToJson()).object().keys(), DspBlock::memberNames(b.type()));
     }
     for (const DspBlock &b : out) {
         outTypes << b.type();
@@ -441,20 +378,6 @@ void TestDspDocument::defaultChainsAndNodes()
              QString("{\"nodeId\":\"3\",\"obj\":{\"gainArr\":[[\"0\",\"-100\",\"-100\"],[\"-100\",\"0\",\"-100\"]],"
                      "\"muteArr\":[[\"0\",\"1\",\"1\"],[\"1\",\"0\",\"1\"]]},\"ops\":\"setNodeData\","
                      "\"uiTag\":\"dspUiTag\"}"));
-}
-
-void TestDspDocument::tooFewNodesKeepsPrevious()
-{
-    CDeviceDspData d = loaded(DspDocGen::config());
-    const QByteArray before = d.toJson();
-    QJsonObject two = small();
-    QJsonArray nodes = two.value("nodeArr").toArray();
-    nodes.removeAt(1);
-    two.insert("nodeArr", nodes);
-    const CDeviceDspData::LoadResult r = d.loadReply(DspDocGen::reply(two));
-    QCOMPARE(r.status, CDeviceDspData::Load::TooFewNodes);
-    QCOMPARE(d.toJson(), before);
-    QCOMPARE(d.inChNum(), 16);
 }
 
 void TestDspDocument::badDocumentsKeepPrevious_data()
@@ -504,6 +427,12 @@ void TestDspDocument::badDocumentsKeepPrevious_data()
     QTest::newRow("equaliser arrays differ")
         << reply(compact(small(QJsonArray{DspDocGen::block(0, e)}))) << int(Load::BadDocument)
         << QString("nodeArr[0].portArr[0].procArr[0].obj.eqArr: 7 bands but 1 bypass flags");
+    QJsonObject two = good;
+    QJsonArray nodes = two.value("nodeArr").toArray();
+    nodes.removeAt(1);
+    two.insert("nodeArr", nodes);
+    QTest::newRow("two nodes") << reply(compact(two)) << int(Load::TooFewNodes)
+                               << QString("2 nodes; inputs, matrix and outputs are needed");
     QTest::newRow("group not an object") << with({"groupArr"}, QJsonArray{"x"}) << int(Load::BadDocument)
                                          << QString("groupArr[0]: a group must be an object");
 }

@@ -160,13 +160,13 @@ void TestRoutePlan::sampleRatesMustMatch()
 {
     RouteContext c = deviceClick();
     c.rx = device("RX", "192.168.2.20", {{"sampleRate", "96000"}});
-    QCOMPARE(texts(planRouteClick(c)), QStringList{"notice: 采样率不同不能创建路由"});
+    QCOMPARE(texts(planRouteClick(c)), QStringList{"notice: 采样率不同不能创建路由 (sample rates differ: no route can be made)"});
     QVERIFY(planRouteClick(c).command.isEmpty());
     c.cellState = 2; // clearing is still allowed
     QCOMPARE(planRouteClick(c).command.value("ops").toString(), QStringLiteral("clrRxCh"));
     RouteContext f = flowClick();
     f.flow->sampleRate = 44100;
-    QCOMPARE(texts(planRouteClick(f)), QStringList{"notice: 采样率不同不能创建路由"});
+    QCOMPARE(texts(planRouteClick(f)), QStringList{"notice: 采样率不同不能创建路由 (sample rates differ: no route can be made)"});
 }
 
 void TestRoutePlan::sameNetwork_data()
@@ -254,7 +254,7 @@ void TestRoutePlan::multicastCommandAndChecks()
     // The flow's own creator cannot receive it.
     RouteContext c = flowClick();
     c.flow->srcIp = c.rx->rec.ip;
-    QCOMPARE(texts(planRouteClick(c)), QStringList{"notice: 组播由本设备创建，不能创建路由"});
+    QCOMPARE(texts(planRouteClick(c)), QStringList{"notice: 组播由本设备创建，不能创建路由 (the flow was created by this device: no route can be made)"});
     // A buffer of 1 ms at 48 kHz is too small for four 48-frame packets.
     c = flowClick();
     c.rx = device("RX", "192.168.2.20", {{"delayUs", "1999"}});
@@ -263,7 +263,7 @@ void TestRoutePlan::multicastCommandAndChecks()
     QVERIFY(texts(planRouteClick(c)).isEmpty());
     // The virtual sound card cannot receive.
     c.rx = device("RX", "192.168.2.20", {{"delayUs", "4000"}, {"model", "RK0000"}});
-    QCOMPARE(texts(planRouteClick(c)), QStringList{"notice: 虚拟声卡不能作为接收设备"});
+    QCOMPARE(texts(planRouteClick(c)), QStringList{"notice: 虚拟声卡不能作为接收设备 (a virtual sound card cannot receive)"});
 }
 
 void TestRoutePlan::firmwarePortGate_data()
@@ -300,13 +300,13 @@ void TestRoutePlan::flowCreation_data()
     QTest::addColumn<QString>("notice");
     QTest::newRow("8 channels") << 8 << QStringList{"239", "1", "2", "3"} << "5004" << "";
     QTest::newRow("9 channels") << 9 << QStringList{"239", "1", "2", "3"} << "5004" << "A single multicast stream supports up to 8 channels maximum";
-    QTest::newRow("none") << 0 << QStringList{"239", "1", "2", "3"} << "5004" << "至少选中一个通道加入组播流";
+    QTest::newRow("none") << 0 << QStringList{"239", "1", "2", "3"} << "5004" << "至少选中一个通道加入组播流 (tick at least one channel)";
     QTest::newRow("223 refused") << 1 << QStringList{"223", "1", "1", "1"} << "5004" << "Wrong IP, range: 224.0.0.0~239.255.255.255";
     QTest::newRow("240 refused") << 1 << QStringList{"240", "0", "0", "1"} << "5004" << "Wrong IP, range: 224.0.0.0~239.255.255.255";
     QTest::newRow("top of range") << 1 << QStringList{"239", "255", "255", "255"} << "5004" << "";
     QTest::newRow("port 1023") << 1 << QStringList{"239", "1", "1", "1"} << "1023" << "Wrong Port, range: 1024~65534";
     QTest::newRow("port 65535") << 1 << QStringList{"239", "1", "1", "1"} << "65535" << "Wrong Port, range: 1024~65534";
-    QTest::newRow("empty octet") << 1 << QStringList{"239", "1", "", "1"} << "5004" << "请输入正确的ip";
+    QTest::newRow("empty octet") << 1 << QStringList{"239", "1", "", "1"} << "5004" << "请输入正确的ip (enter a correct address)";
 }
 
 void TestRoutePlan::flowCreation()
@@ -359,7 +359,7 @@ void TestRoutePlan::flowAutomaticAddress()
     const QJsonObject sdp = FlowPlan::create(dev, in, {}, [] { return 0; }).command.value("sdp").toObject();
     QVERIFY(!sdp.contains("dstIp") && !sdp.contains("dstPort"));
     in.name.clear();
-    QCOMPARE(FlowPlan::create(dev, in, {}, [] { return 0; }).steps.last().text, QStringLiteral("组播流名称不能为空"));
+    QCOMPARE(FlowPlan::create(dev, in, {}, [] { return 0; }).steps.last().text, QStringLiteral("组播流名称不能为空 (the flow name must not be empty)"));
 }
 
 void TestRoutePlan::flowDeletion()
@@ -368,11 +368,11 @@ void TestRoutePlan::flowDeletion()
     dev.tables.mcastTx = QVector<McastTxItem>(2);
     dev.tables.mcastTx[1].name = "Stage";
     dev.tables.mcastTx[1].dstIp = ip("239.1.2.3");
-    QCOMPARE(FlowPlan::remove(dev, QString()).steps.last().text, QStringLiteral("请选择要删除的组播"));
+    QCOMPARE(FlowPlan::remove(dev, QString()).steps.last().text, QStringLiteral("请选择要删除的组播 (choose the flow to delete)"));
     const CommandPlan p = FlowPlan::remove(dev, "239.1.2.3");
     QCOMPARE(p.steps.size(), 1);
     QCOMPARE(p.steps.first().kind, PlanStep::Confirm);
-    QCOMPARE(p.steps.first().text, QStringLiteral("删除组播流？"));
+    QCOMPARE(p.steps.first().text, QStringLiteral("删除组播流？ (delete the flow?)"));
     QCOMPARE(p.command, (QJsonObject{{"ops", "clrMcastTx"}, {"devId", "TX"}, {"name", "Stage"}, {"dstIp", "239.1.2.3"}}));
     QVERIFY(FlowPlan::remove(dev, "239.9.9.9").refused());
 }

@@ -201,15 +201,15 @@ void TestRouters::routeFailuresAndOutcomes_data()
     auto row = [](const char *name, const char *reply, bool chinese, const char *notice, bool success) {
         QTest::newRow(name) << QByteArray(reply) << chinese << QString::fromUtf8(notice) << success;
     };
-    row("locked route", R"({"ops":"setUcastRx","result":"fail","reason":"LOCK_UCAST_MCAST"})", false, "设备已加锁", false);
+    row("locked route", R"({"ops":"setUcastRx","result":"fail","reason":"LOCK_UCAST_MCAST"})", false, "设备已加锁 (the device is locked)", false);
     row("other route failure", R"({"ops":"setMcastRx","result":"fail","reason":"bad param"})", false, "setRx fail", false);
     row("route ok", R"({"ops":"setUcastRx","result":"succ"})", false, "", true);
-    row("flow created", R"({"ops":"setMcastTx","result":"succ"})", false, "创建成功", true);
+    row("flow created", R"({"ops":"setMcastTx","result":"succ"})", false, "创建成功 (created)", true);
     row("flow limit zh", R"({"ops":"setMcastTx","result":"fail","reason":"no free sdpId"})", true, "达到流上限", false);
     row("lock set", R"({"ops":"setLock","result":"succ"})", false, "Set successfully", true);
     row("wrong password", R"({"ops":"setPassword","result":"fail","reason":"mismatch"})", true, "密码错误", false);
-    row("locked settings", R"({"ops":"setLock","result":"fail","reason":"LOCK_UCAST_MCAST"})", false, "设置失败,设备已上锁", false);
-    row("priority", R"({"ops":"setPtpPriority","result":"fail"})", false, "修改失败", false);
+    row("locked settings", R"({"ops":"setLock","result":"fail","reason":"LOCK_UCAST_MCAST"})", false, "设置失败,设备已上锁 (setting failed: the device is locked)", false);
+    row("priority", R"({"ops":"setPtpPriority","result":"fail"})", false, "修改失败 (the change failed)", false);
 }
 
 void TestRouters::routeFailuresAndOutcomes()

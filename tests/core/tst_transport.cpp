@@ -120,7 +120,7 @@ void TestTransport::replySizeLimitAndDispatch()
 
     dev.control.writeDatagram("{\"ops\":\"setUcastRx\",\"result\":\"fail\",\"reason\":\"LOCK_UCAST_MCAST\"}", program, port);
     QVERIFY(tips.wait(3000));
-    QCOMPARE(tips.first().at(0).toString(), QStringLiteral("设备已加锁"));
+    QCOMPARE(tips.first().at(0).toString(), QStringLiteral("设备已加锁 (the device is locked)"));
     QCOMPARE(tips.first().at(1).toBool(), false);
 }
 

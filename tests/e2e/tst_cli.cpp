@@ -1,42 +1,15 @@
 // corvane-cli against a hand-written device, inside a private network
 // namespace (tests/netns-run): the real program path from socket to output.
+#include "../support/clirunner.h"
 #include "../support/fakedevice.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QProcess>
 #include <QtTest>
 
 namespace {
 
-struct Run
+CliRun cli(const QStringList &args)
 {
-    int code = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-// Runs the client while this process's event loop keeps the fake device alive.
-Run cli(const QStringList &args, int timeoutMs = 15000)
-{
-    QProcess p;
-    p.start(qEnvironmentVariable("CORVANE_BIN_DIR") + "/corvane-cli", args);
-    Run r;
-    if (!p.waitForStarted(5000))
-        return r;
-    QElapsedTimer t;
-    t.start();
-    while (p.state() != QProcess::NotRunning && t.elapsed() < timeoutMs)
-        QTest::qWait(20);
-    if (p.state() != QProcess::NotRunning) {
-        p.kill();
-        p.waitForFinished();
-        return r;
-    }
-    r.code = p.exitCode();
-    r.out = p.readAllStandardOutput();
-    r.err = p.readAllStandardError();
-    return r;
+    return CliRunner().run(args, 15000);
 }
 
 const QJsonObject kSmall{{"chNumRx", "2"},    {"chNumTx", "2"},    {"ucastNumRx", "1"},
@@ -60,17 +33,16 @@ private slots:
 
 void TestCli::initTestCase()
 {
-    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
-        QSKIP("needs the private network namespace of tests/netns-run");
+    REQUIRE_PRIVATE_NETWORK();
 }
 
 void TestCli::devicesAreDiscoveredAndPolled()
 {
     FakeDevice dev("E1", "127.0.0.20", kSmall);
     dev.start();
-    const Run r = cli({"--interface", "127.0.0.1", "--wait", "6", "--json", "devices"});
+    const CliRun r = cli({"--interface", "127.0.0.1", "--wait", "6", "--json", "devices"});
     QCOMPARE(r.code, 0);
-    const QJsonArray arr = QJsonDocument::fromJson(r.out).array();
+    const QJsonArray arr = r.json.array();
     QCOMPARE(arr.size(), 1);
     const QJsonObject d = arr.first().toObject();
     QCOMPARE(d.value("devId").toString(), QStringLiteral("E1"));
@@ -96,9 +68,9 @@ void TestCli::flowsFromSap()
     QTimer sap;
     QObject::connect(&sap, &QTimer::timeout, [&] { dev.sendSap(Packets::sap(Packets::sdp("Stage L-R", "127.0.0.21", "239.69.0.21", 5004, 2))); });
     sap.start(300);
-    const Run r = cli({"--interface", "127.0.0.1", "--wait", "2", "--json", "flows"});
+    const CliRun r = cli({"--interface", "127.0.0.1", "--wait", "2", "--json", "flows"});
     QCOMPARE(r.code, 0);
-    const QJsonArray arr = QJsonDocument::fromJson(r.out).array();
+    const QJsonArray arr = r.json.array();
     QCOMPARE(arr.size(), 1);
     const QJsonObject f = arr.first().toObject();
     QCOMPARE(f.value("name").toString(), QStringLiteral("Stage L-R"));
@@ -112,7 +84,7 @@ void TestCli::flowsFromSap()
     QCOMPARE(f.value("gmClkId").toString(), QStringLiteral("00-1D-C1-FF-FE-00-00-01"));
     QCOMPARE(f.value("rtpTsOffset").toInt(), 0);
 
-    const Run text = cli({"--interface", "127.0.0.1", "--wait", "1", "flows"});
+    const CliRun text = cli({"--interface", "127.0.0.1", "--wait", "1", "flows"});
     QVERIFY(text.out.contains("239.69.0.21:5004"));
 }
 
@@ -126,9 +98,9 @@ void TestCli::routesCountChannelsFromOne()
                             QJsonObject{{"id", "1"}, {"active", "1"}, {"srcDevId", ""}, {"name", "Flow"}, {"srcChId", "2"},
                                         {"srcIp", "127.0.0.30"}, {"dstIp", "239.1.2.3"}, {"dstPort", "5004"}}});
     dev.start();
-    const Run r = cli({"--interface", "127.0.0.1", "--wait", "6", "--json", "routes"});
+    const CliRun r = cli({"--interface", "127.0.0.1", "--wait", "6", "--json", "routes"});
     QCOMPARE(r.code, 0);
-    const QJsonArray arr = QJsonDocument::fromJson(r.out).array();
+    const QJsonArray arr = r.json.array();
     QCOMPARE(arr.size(), 2);
     QCOMPARE(arr.at(0).toObject(), (QJsonObject{{"rxDevId", "E3"}, {"rxCh", 1}, {"srcDevId", "TX"}, {"srcCh", 4}}));
     QCOMPARE(arr.at(1).toObject(), (QJsonObject{{"rxDevId", "E3"}, {"rxCh", 2}, {"flowDstIp", "239.1.2.3"}, {"flowCh", 3}}));
@@ -141,9 +113,9 @@ void TestCli::sendPassesThroughTheRouter()
         return QJsonObject{{"ops", req.value("ops")}, {"devId", "E4"}, {"result", "succ"}, {"version", "3.1.4.45"}};
     };
     dev.start();
-    const Run r = cli({"--interface", "127.0.0.1", "--wait", "5", "send", "E4", "{\"ops\":\"getVersion\"}"});
+    const CliRun r = cli({"--interface", "127.0.0.1", "--wait", "5", "send", "E4", "{\"ops\":\"getVersion\"}"});
     QCOMPARE(r.code, 0);
-    const QJsonObject reply = QJsonDocument::fromJson(r.out.trimmed()).object();
+    const QJsonObject reply = r.json.object();
     QCOMPARE(reply.value("version").toString(), QStringLiteral("3.1.4.45"));
     // The router chose the settings port and added the device's id.
     bool seen = false;
@@ -162,7 +134,7 @@ void TestCli::watchPrintsNotices()
 {
     FakeDevice dev("E5", "127.0.0.24", kSmall);
     dev.start();
-    const Run r = cli({"--interface", "127.0.0.1", "--wait", "2", "--json", "watch"});
+    const CliRun r = cli({"--interface", "127.0.0.1", "--wait", "2", "--json", "watch"});
     QCOMPARE(r.code, 0);
     bool added = false;
     for (const QByteArray &line : r.out.split('\n')) {
@@ -190,7 +162,7 @@ void TestCli::errors()
 {
     QFETCH(QStringList, args);
     QFETCH(QString, message);
-    const Run r = cli(args);
+    const CliRun r = cli(args);
     QTEST(r.code, "code");
     QVERIFY2(r.err.startsWith("corvane-cli: " + message.toUtf8()), r.err.constData());
     QVERIFY(r.out.isEmpty());

@@ -1,45 +1,19 @@
 // corvane-cli's clock, stats and levels commands against corvane-sim, both
 // as child processes inside a private network namespace (tests/netns-run).
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
+#include "../support/clirunner.h"
+
 #include <QRegularExpression>
 #include <QtTest>
 
 namespace {
 
-QString binary(const char *name)
-{
-    return qEnvironmentVariable("CORVANE_BIN_DIR") + QLatin1Char('/') + QLatin1String(name);
-}
-
-struct Run
-{
-    int code = -1;
-    QByteArray out;
-};
-
-Run cli(const QStringList &args)
-{
-    QProcess p;
-    p.start(binary("corvane-cli"), QStringList{"--interface", "127.0.0.1"} + args);
-    Run r;
-    if (!p.waitForStarted(5000) || !p.waitForFinished(20000)) {
-        p.kill();
-        p.waitForFinished();
-        return r;
-    }
-    r.code = p.exitCode();
-    r.out = p.readAllStandardOutput();
-    return r;
-}
+const CliRunner kCli({"--interface", "127.0.0.1"});
 
 // The objects of a --json answer by devId.
-QHash<QString, QJsonObject> byDevice(const QByteArray &json)
+QHash<QString, QJsonObject> byDevice(const CliRun &r)
 {
     QHash<QString, QJsonObject> out;
-    for (const QJsonValue &v : QJsonDocument::fromJson(json).array())
+    for (const QJsonValue &v : r.json.array())
         out.insert(v.toObject().value("devId").toString(), v.toObject());
     return out;
 }
@@ -51,35 +25,27 @@ class TestCliMonitor : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void clock();
     void stats();
     void levels();
 
 private:
-    QProcess m_sim;
+    Simulator m_sim;
 };
 
 void TestCliMonitor::initTestCase()
 {
-    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
-        QSKIP("needs the private network namespace of tests/netns-run");
-    m_sim.start(binary("corvane-sim"), {"--quiet", "--settle-ms", "500", "--hot", "Stage Box 2", "--hot",
-                                        "Amp Rack=error", "--silent", "Wall Panel 4"});
-    QVERIFY(m_sim.waitForStarted(5000));
-}
-
-void TestCliMonitor::cleanupTestCase()
-{
-    m_sim.kill();
-    m_sim.waitForFinished(3000);
+    REQUIRE_PRIVATE_NETWORK();
+    QVERIFY2(m_sim.start({"--settle-ms", "500", "--hot", "Stage Box 2", "--hot", "Amp Rack=error", "--silent",
+                          "Wall Panel 4"}),
+             m_sim.why());
 }
 
 void TestCliMonitor::clock()
 {
-    const Run r = cli({"--json", "clock"});
+    const CliRun r = kCli.run({"--json", "clock"});
     QCOMPARE(r.code, 0);
-    const QHash<QString, QJsonObject> d = byDevice(r.out);
+    const QHash<QString, QJsonObject> d = byDevice(r);
     QCOMPARE(d.size(), 8);
     QCOMPARE(d["SIM-0002"].value("role").toString(), QStringLiteral("Master"));
     QCOMPARE(d["SIM-0002"].value("state").toString(), QStringLiteral("locked"));
@@ -95,7 +61,7 @@ void TestCliMonitor::clock()
     // The silent device never answers "getVersion": its priority is not known.
     QCOMPARE(d["SIM-0007"].value("priority").toString(), QStringLiteral("\u2014"));
 
-    const Run text = cli({"--wait", "3", "clock"});
+    const CliRun text = kCli.run({"--wait", "3", "clock"});
     QCOMPARE(text.code, 0);
     const QStringList lines = QString::fromUtf8(text.out).split('\n', Qt::SkipEmptyParts);
     QCOMPARE(lines.size(), 9); // the header and one line per device
@@ -104,9 +70,9 @@ void TestCliMonitor::clock()
 
 void TestCliMonitor::stats()
 {
-    const Run r = cli({"--json", "stats"});
+    const CliRun r = kCli.run({"--json", "stats"});
     QCOMPARE(r.code, 0);
-    const QHash<QString, QJsonObject> d = byDevice(r.out);
+    const QHash<QString, QJsonObject> d = byDevice(r);
     QCOMPARE(d.size(), 8);
     const QRegularExpression temp("^\\d+\\.\\d °C$");
     const QRegularExpression uptime("^\\d+:\\d+:\\d+$");
@@ -128,9 +94,9 @@ void TestCliMonitor::stats()
 
 void TestCliMonitor::levels()
 {
-    const Run r = cli({"--json", "levels"});
+    const CliRun r = kCli.run({"--json", "levels"});
     QCOMPARE(r.code, 0);
-    const QHash<QString, QJsonObject> d = byDevice(r.out);
+    const QHash<QString, QJsonObject> d = byDevice(r);
     QCOMPARE(d.size(), 8);
     // Stage Box 8: inputs 7 and 8 silent, nothing routed to it.
     const QString in = d["SIM-0002"].value("analogIn").toString();

@@ -2,11 +2,9 @@
 // network namespace (tests/netns-run). The simulator is written from
 // docs/protocol.md independently of the program, so a reading of the protocol
 // that differs between the two shows up here.
+#include "../support/clirunner.h"
+
 #include <QHostAddress>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QProcess>
 #include <QUdpSocket>
 #include <QtTest>
 
@@ -15,114 +13,34 @@
 
 namespace {
 
-QString binary(const char *name)
-{
-    return qEnvironmentVariable("CORVANE_BIN_DIR") + QLatin1Char('/') + QLatin1String(name);
-}
-
 QString compact(const QJsonObject &o)
 {
     return QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact));
 }
 
-// The simulator's devices, stopped cleanly when the test function ends.
-class Sim
+CliRun cli(const QStringList &args)
 {
-public:
-    ~Sim() { stop(); }
-
-    // Waits for the summary line, so a simulator that cannot bind its
-    // addresses fails here with its own message instead of as a silent network.
-    bool start(const QStringList &args, QString *why)
-    {
-        m_process.start(binary("corvane-sim"), args);
-        if (!m_process.waitForStarted(5000)) {
-            *why = QStringLiteral("corvane-sim did not start: ") + m_process.errorString();
-            return false;
-        }
-        QElapsedTimer clock;
-        clock.start();
-        while (clock.elapsed() < 10000) {
-            m_output += m_process.readAllStandardOutput();
-            if (m_output.contains(" devices on "))
-                return true;
-            if (m_process.state() == QProcess::NotRunning)
-                break;
-            m_process.waitForReadyRead(100);
-        }
-        *why = QStringLiteral("corvane-sim never reported its devices: ")
-               + QString::fromUtf8(m_output + m_process.readAllStandardError());
-        return false;
-    }
-
-    void stop()
-    {
-        if (m_process.state() == QProcess::NotRunning)
-            return;
-        m_process.terminate();
-        if (!m_process.waitForFinished(5000)) {
-            m_process.kill();
-            m_process.waitForFinished(2000);
-        }
-    }
-
-private:
-    QProcess m_process;
-    QByteArray m_output;
-};
-
-struct Run
-{
-    int code = -1;
-    qint64 elapsedMs = 0;
-    QByteArray out;
-    QByteArray err;
-};
-
-// Keeps this process's event loop turning, so a watch running beside it has
-// its output drained while the client works.
-Run cli(const QStringList &args, int timeoutMs = 30000)
-{
-    QProcess p;
-    Run r;
-    QElapsedTimer clock;
-    clock.start();
-    p.start(binary("corvane-cli"), QStringList{"--interface", "127.0.0.1"} + args);
-    if (!p.waitForStarted(5000))
-        return r;
-    while (p.state() != QProcess::NotRunning && clock.elapsed() < timeoutMs)
-        QTest::qWait(20);
-    r.elapsedMs = clock.elapsed();
-    if (p.state() != QProcess::NotRunning) {
-        p.kill();
-        p.waitForFinished();
-        r.err = "corvane-cli did not finish in time";
-        return r;
-    }
-    r.code = p.exitCode();
-    r.out = p.readAllStandardOutput();
-    r.err = p.readAllStandardError();
-    return r;
+    return CliRunner({"--interface", "127.0.0.1"}).run(args);
 }
 
 // One request through the client's request router; the device's reply, or an
 // empty object (with the reason logged) when none came.
 QJsonObject send(const QString &devId, const QJsonObject &request)
 {
-    const Run r = cli({"--wait", "10", "send", devId, compact(request)});
+    const CliRun r = cli({"--wait", "10", "send", devId, compact(request)});
     if (r.code != 0) {
         qWarning("send %s %s: exit %d: %s", qPrintable(devId), qPrintable(compact(request)), r.code, r.err.constData());
         return QJsonObject();
     }
-    return QJsonDocument::fromJson(r.out.trimmed()).object();
+    return r.json.object();
 }
 
 QJsonArray listing(const char *command, const QString &wait)
 {
-    const Run r = cli({"--wait", wait, "--json", QLatin1String(command)});
+    const CliRun r = cli({"--wait", wait, "--json", QLatin1String(command)});
     if (r.code != 0)
         qWarning("%s: exit %d: %s", command, r.code, r.err.constData());
-    return QJsonDocument::fromJson(r.out).array();
+    return r.json.array();
 }
 
 QJsonArray routes()
@@ -163,7 +81,7 @@ public:
 
     bool start(int ageScale)
     {
-        m_process.start(binary("corvane-cli"), {"--interface", "127.0.0.1", "--age-scale", QString::number(ageScale),
+        m_process.start(Simulator::binary("corvane-cli"), {"--interface", "127.0.0.1", "--age-scale", QString::number(ageScale),
                                                 "--wait", "120", "--json", "watch"});
         return m_process.waitForStarted(5000);
     }
@@ -254,24 +172,20 @@ private slots:
 
 void TestCliSim::initTestCase()
 {
-    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
-        QSKIP("needs the private network namespace of tests/netns-run");
-    QVERIFY2(QFileInfo(binary("corvane-cli")).isExecutable(), qPrintable(binary("corvane-cli")));
-    QVERIFY2(QFileInfo(binary("corvane-sim")).isExecutable(), qPrintable(binary("corvane-sim")));
+    REQUIRE_PRIVATE_NETWORK();
 }
 
 void TestCliSim::discoveryOfTheDefaultScenario()
 {
-    Sim sim;
-    QString why;
-    QVERIFY2(sim.start({}, &why), qPrintable(why));
+    Simulator sim;
+    QVERIFY2(sim.start(), sim.why());
     // Devices learn the clock leader a second after power-on; an announcement
     // heard before that carries a grandmaster of zeros.
     QTest::qWait(1200);
 
-    const Run r = cli({"--wait", "20", "--json", "devices"});
+    const CliRun r = cli({"--wait", "20", "--json", "devices"});
     QVERIFY2(r.code == 0, r.err.constData());
-    const QJsonArray arr = QJsonDocument::fromJson(r.out).array();
+    const QJsonArray arr = r.json.array();
     QCOMPARE(arr.size(), int(std::size(kDefaultScenario)));
 
     int place = 0;
@@ -305,9 +219,8 @@ void TestCliSim::discoveryOfTheDefaultScenario()
 
 void TestCliSim::unicastRoutesMadeAndCleared()
 {
-    Sim sim;
-    QString why;
-    QVERIFY2(sim.start({}, &why), qPrintable(why));
+    Simulator sim;
+    QVERIFY2(sim.start(), sim.why());
     QCOMPARE(routes(), QJsonArray());
 
     // The second route lands on a later page of the 64-channel console's tables.
@@ -334,9 +247,8 @@ void TestCliSim::unicastRoutesMadeAndCleared()
 
 void TestCliSim::flowCreatedSeenSubscribedRemoved()
 {
-    Sim sim;
-    QString why;
-    QVERIFY2(sim.start({}, &why), qPrintable(why));
+    Simulator sim;
+    QVERIFY2(sim.start(), sim.why());
     // Flows age out after 120 s divided by the scale: 6 s, twice the SAP
     // interval, so a flow still announced never goes while one that stopped
     // goes within seconds.
@@ -387,30 +299,28 @@ void TestCliSim::flowCreatedSeenSubscribedRemoved()
 
 void TestCliSim::routeToAFlowJustCreated()
 {
-    Sim sim;
-    QString why;
-    QVERIFY2(sim.start({}, &why), qPrintable(why));
+    Simulator sim;
+    QVERIFY2(sim.start(), sim.why());
     // The route names a flow SAP may announce only seconds after the client
     // starts listening: the command waits for it instead of failing. The SAP
     // phase is the simulator's, so a few rounds give a late one its chance.
     for (int round = 1; round <= 3; ++round) {
         const QString name = QStringLiteral("Fresh %1").arg(round);
-        Run r = cli({"--yes", "flow", "create", "SIM-0006", "--name", name, "--channels", "1,2"});
+        CliRun r = cli({"--yes", "flow", "create", "SIM-0006", "--name", name, "--channels", "1,2"});
         QVERIFY2(r.code == 0, r.err.constData());
         r = cli({"--yes", "route", "add", "flow:" + name + ":1", QStringLiteral("SIM-0008:%1").arg(round)});
         QVERIFY2(r.code == 0, qPrintable(QStringLiteral("round %1: %2").arg(round).arg(QString::fromUtf8(r.err))));
         QVERIFY2(r.out.contains("\"result\":\"succ\""), r.out.constData());
     }
-    const Run missing = cli({"--wait", "2", "--yes", "route", "add", "flow:Never:1", "SIM-0008:4"});
+    const CliRun missing = cli({"--wait", "2", "--yes", "route", "add", "flow:Never:1", "SIM-0008:4"});
     QCOMPARE(missing.code, 3);
     QVERIFY2(missing.err.contains("no such flow: Never"), missing.err.constData());
 }
 
 void TestCliSim::lockedDeviceRefusesRoutes()
 {
-    Sim sim;
-    QString why;
-    QVERIFY2(sim.start({}, &why), qPrintable(why));
+    Simulator sim;
+    QVERIFY2(sim.start(), sim.why());
 
     // The router sends "setLock" to the lock port, 9995.
     const QJsonObject lock{{"ops", "setLock"}, {"password", "123456"}, {"val", "0x2"}};
@@ -457,9 +367,8 @@ void TestCliSim::lockedDeviceRefusesRoutes()
 
 void TestCliSim::silencedDeviceAgesOut()
 {
-    Sim sim;
-    QString why;
-    QVERIFY2(sim.start({"--gone", "SIM-0004=2"}, &why), qPrintable(why));
+    Simulator sim;
+    QVERIFY2(sim.start({"--gone", "SIM-0004=2"}), sim.why());
     // Devices age out after 120 s divided by the scale: 3 s, three announcement
     // intervals, so a device that keeps announcing never goes even on a busy
     // machine.
@@ -494,12 +403,12 @@ namespace {
 
 QJsonObject dspDocument(const QString &device)
 {
-    const Run r = cli({"--wait", "3", "--json", "dsp", "get-config", device});
+    const CliRun r = cli({"--wait", "3", "--json", "dsp", "get-config", device});
     if (r.code != 0) {
         qWarning() << "dsp get-config failed:" << r.code << r.err;
         return {};
     }
-    return QJsonDocument::fromJson(r.out).object();
+    return r.json.object();
 }
 
 QJsonObject blockAt(const QJsonObject &doc, int node, int port, int proc)
@@ -512,9 +421,8 @@ QJsonObject blockAt(const QJsonObject &doc, int node, int port, int proc)
 
 void TestCliSim::dspDocumentFollowsChanges()
 {
-    Sim sim;
-    QString why;
-    QVERIFY2(sim.start({}, &why), qPrintable(why));
+    Simulator sim;
+    QVERIFY2(sim.start(), sim.why());
 
     // The 16x16 matrix: inputs, echo cancelling, automixer, matrix, outputs.
     QJsonObject doc = dspDocument("DSP Matrix 16");
@@ -528,7 +436,7 @@ void TestCliSim::dspDocumentFollowsChanges()
     QCOMPARE(expander.value("bypass").toString(), QStringLiteral("1"));
 
     // Members left out keep their values; the whole block object goes to the device.
-    Run r = cli({"--wait", "3", "dsp", "set-block", "SIM-0006", "0", "2", "7", R"({"ratio":"4","trigDb":"-32.5"})"});
+    CliRun r = cli({"--wait", "3", "dsp", "set-block", "SIM-0006", "0", "2", "7", R"({"ratio":"4","trigDb":"-32.5"})"});
     QVERIFY2(r.code == 0, r.err.constData());
     QVERIFY(r.out.contains(R"("obj":{"attackMs":"50","kneeDb":"0","ratio":"4","releaseMs":"100","trigDb":"-32.5"})"));
     r = cli({"--wait", "3", "dsp", "bypass", "SIM-0006", "0", "2", "7", "0"});
@@ -566,17 +474,15 @@ void TestCliSim::dspLinkFaults()
 {
     {
         // A slow device is waited for.
-        Sim sim;
-        QString why;
-        QVERIFY2(sim.start({"--dsp-delay", "600"}, &why), qPrintable(why));
+        Simulator sim;
+        QVERIFY2(sim.start({"--dsp-delay", "600"}), sim.why());
         QCOMPARE(dspDocument("SIM-0007").value("nodeArr").toArray().size(), 3);
     }
     {
         // A device that hangs up: a clear message, soon, and no crash.
-        Sim sim;
-        QString why;
-        QVERIFY2(sim.start({"--dsp-drop-on-accept"}, &why), qPrintable(why));
-        const Run r = cli({"--wait", "3", "dsp", "get-config", "SIM-0007"});
+        Simulator sim;
+        QVERIFY2(sim.start({"--dsp-drop-on-accept"}), sim.why());
+        const CliRun r = cli({"--wait", "3", "dsp", "get-config", "SIM-0007"});
         QCOMPARE(r.code, 4);
         QVERIFY2(r.err.contains("SIM-0007"), r.err.constData());
         QVERIFY(r.elapsedMs < 15000);

@@ -2,32 +2,22 @@
 // inside a private network namespace (tests/netns-run): a flow created on
 // the page is announced, shows in the page and as a row of the routing grid,
 // opens its details from the grid, and goes again when deleted.
-// With CORVANE_SHOT_DIR set it also leaves pictures of the page there.
-#include "gui/app/mainwindow.h"
-#include "core/app/scalefactors.h"
-#include "core/devices/devmanager.h"
 #include "gui/mcast/formmcast.h"
 #include "gui/mcast/mcastwidget.h"
 #include "gui/mcast/streamform.h"
-#include "core/protocol/devicelink.h"
 #include "core/protocol/ipv4.h"
 #include "gui/routing/cellrouteform.h"
-#include "gui/widgets/noticebox.h"
-#include "gui/widgets/snackbar.h"
-#include "gui/widgets/style.h"
 
 #include "../support/noticeanswers.h"
+#include "../support/programwindow.h"
+#include "../support/simulator.h"
 
-#include <QApplication>
-#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
-#include <QProcess>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QTemporaryDir>
 #include <QtTest>
 
 class TestFlowsSim : public QObject
@@ -35,9 +25,7 @@ class TestFlowsSim : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void createShowAndDelete();
-    void pictures();
 
 private:
     template<class T> T *child(const char *name) { return m_page->findChild<T *>(QLatin1String(name)); }
@@ -45,11 +33,9 @@ private:
     void tick(int channel);
     void chooseDevice(const QString &devId);
     int pageRow(const QString &name) const;
-    void shoot(QWidget *w, const QString &name);
 
-    QProcess m_sim;
-    QTemporaryDir m_dir;
-    MainWindow *m_window = nullptr;
+    Simulator m_sim;
+    ProgramWindow m_window;
     StreamForm *m_page = nullptr;
     QTimer m_answer;
     QStringList m_questions;
@@ -57,30 +43,14 @@ private:
 
 void TestFlowsSim::initTestCase()
 {
-    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
-        QSKIP("needs the private network namespace of tests/netns-run");
-    applyScaleFactors(computeScaleFactors(ScreenMetrics{1920, 1080, 1920, 1080, 96}));
-    qApp->setStyleSheet(Style::applicationStyleSheet());
-    m_sim.start(qEnvironmentVariable("CORVANE_BIN_DIR") + "/corvane-sim", {"--quiet"});
-    QVERIFY(m_sim.waitForStarted(5000));
-    m_window = new MainWindow(m_dir.path());
-    m_window->setQuitConfirmed(true);
-    m_window->show();
-    QVERIFY(m_window->startNetwork("127.0.0.1"));
-    m_window->setPage(MainWindow::Flows);
-    m_page = qobject_cast<StreamForm *>(m_window->pageWidget(MainWindow::Flows));
+    REQUIRE_PRIVATE_NETWORK();
+    QVERIFY2(m_sim.start(), m_sim.why());
+    QVERIFY(m_window.open(MainWindow::Flows, true));
+    m_page = m_window.page<StreamForm>(MainWindow::Flows);
     QVERIFY(m_page);
     // Every question is answered yes, and remembered.
     NoticeAnswers::answerAll(&m_answer, &m_questions);
-    QTRY_COMPARE_WITH_TIMEOUT(m_window->deviceLink()->registry().deviceCount(), 8, 15000);
-    QTRY_COMPARE_WITH_TIMEOUT(m_window->deviceLink()->registry().flowCount(), 2, 15000);
-}
-
-void TestFlowsSim::cleanupTestCase()
-{
-    delete m_window;
-    m_sim.kill();
-    m_sim.waitForFinished(3000);
+    QVERIFY(m_window.waitForNetwork(8, 2));
 }
 
 void TestFlowsSim::type(const char *field, const QString &text)
@@ -122,7 +92,7 @@ int TestFlowsSim::pageRow(const QString &name) const
 
 void TestFlowsSim::createShowAndDelete()
 {
-    const DevManager &registry = m_window->deviceLink()->registry();
+    const DevManager &registry = m_window.registry();
     chooseDevice("SIM-0002");
     QTRY_VERIFY(pageRow("Stage L-R") >= 0);
 
@@ -169,51 +139,11 @@ void TestFlowsSim::createShowAndDelete()
     QTest::mouseClick(flows->viewport(), Qt::LeftButton, {}, flows->visualItemRect(flows->item(index)).center());
     QTest::mouseClick(child<QPushButton>("pb_delete"), Qt::LeftButton);
     QTRY_VERIFY_WITH_TIMEOUT(pageRow("Drum Mics") < 0, 10000);
-    QCOMPARE(m_questions, QStringList{"删除组播流？"});
+    QCOMPARE(m_questions, QStringList{"删除组播流？ (delete the flow?)"});
     // The device says the flow is gone: it leaves at once, not two minutes later.
     QTRY_VERIFY_WITH_TIMEOUT(!registry.findFlow(group).has_value(), 5000);
     m_window->setPage(MainWindow::Routing);
     QTRY_VERIFY_WITH_TIMEOUT(grid->grid().findLine(RouteGrid::Rows, "Drum Mics") < 0, 10000);
-}
-
-void TestFlowsSim::shoot(QWidget *w, const QString &name)
-{
-    QTest::qWait(300);
-    m_window->snackBar()->hide();
-    QVERIFY(w->grab().save(QDir(qEnvironmentVariable("CORVANE_SHOT_DIR")).filePath(name)));
-}
-
-void TestFlowsSim::pictures()
-{
-    if (qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR"))
-        QSKIP("set CORVANE_SHOT_DIR to keep pictures of the page");
-    m_window->setPage(MainWindow::Flows);
-    // Channel names are fetched after the flows; the pictures show them.
-    QTRY_VERIFY_WITH_TIMEOUT(m_window->deviceLink()->registry().findByDevId("SIM-0002")->namesComplete(), 10000);
-    chooseDevice("SIM-0002");
-    type("le_name", "Monitors");
-    tick(2); // the ticks of the flow made above stay: channels 1 and 2 only
-    tick(3);
-    tick(4);
-    tick(0);
-    tick(1);
-    type("le_port", "5004");
-    QTest::mouseClick(child<QRadioButton>("rb_auto"), Qt::LeftButton);
-    QTest::mouseClick(child<QPushButton>("pb_create"), Qt::LeftButton);
-    QTRY_VERIFY_WITH_TIMEOUT(pageRow("Monitors") >= 0, 10000);
-    auto *flows = child<QListWidget>("lw_flows");
-    QTest::mouseClick(flows->viewport(), Qt::LeftButton, {}, flows->visualItemRect(flows->item(0)).center());
-    type("le_name", "Ambience");
-    tick(5);
-    shoot(m_window, "flows-en.png");
-    m_window->slot_switchLanguage(true);
-    shoot(m_window, "flows-zh.png");
-    QTest::mouseClick(child<QPushButton>("pb_details"), Qt::LeftButton);
-    QTRY_VERIFY(m_page->detailsDialog() && m_page->detailsDialog()->isVisible());
-    shoot(m_page->detailsDialog(), "flow-details-zh.png");
-    m_window->slot_switchLanguage(false);
-    shoot(m_page->detailsDialog(), "flow-details-en.png");
-    m_page->detailsDialog()->close();
 }
 
 QTEST_MAIN(TestFlowsSim)

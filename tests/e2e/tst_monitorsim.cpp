@@ -2,7 +2,6 @@
 // inside a private network namespace (tests/netns-run). The simulator runs
 // "Stage Box 2" warm, "Amp Rack" overheating and "Wall Panel 4" silent.
 #include "core/app/language.h"
-#include "gui/app/mainwindow.h"
 #include "gui/clock/clockform.h"
 #include "gui/clock/clockitemform.h"
 #include "gui/clock/dialogchangepriority.h"
@@ -15,11 +14,12 @@
 #include "gui/monitor/netstateitemform.h"
 #include "gui/widgets/rowtipbutton.h"
 
+#include "../support/programwindow.h"
+#include "../support/simulator.h"
+
 #include <QLabel>
 #include <QLineEdit>
-#include <QProcess>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QtTest>
 
 class TestMonitorSim : public QObject
@@ -27,7 +27,6 @@ class TestMonitorSim : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void hotDevicesShowTheirProblems();
     void silentDeviceShowsTheCommunicationProblem();
     void levelsArriveThroughThePageLevelNames();
@@ -36,9 +35,8 @@ private slots:
 private:
     QString tipOf(const QString &devId) const;
 
-    QProcess m_sim;
-    QTemporaryDir m_dir;
-    MainWindow *m_window = nullptr;
+    Simulator m_sim;
+    ProgramWindow m_window;
     ClockForm *m_clock = nullptr;
     NetStateForm *m_stats = nullptr;
     DevVolumeForm *m_levels = nullptr;
@@ -46,29 +44,17 @@ private:
 
 void TestMonitorSim::initTestCase()
 {
-    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
-        QSKIP("needs the private network namespace of tests/netns-run");
+    REQUIRE_PRIVATE_NETWORK();
     Language::setChinese(false);
-    m_sim.start(qEnvironmentVariable("CORVANE_BIN_DIR") + "/corvane-sim",
-                {"--quiet", "--settle-ms", "800", "--hot", "Stage Box 2", "--hot", "Amp Rack=error", "--silent",
-                 "Wall Panel 4"});
-    QVERIFY(m_sim.waitForStarted(5000));
-    m_window = new MainWindow(m_dir.path());
-    m_window->setQuitConfirmed(true);
-    m_window->show();
-    QVERIFY(m_window->startNetwork("127.0.0.1"));
-    m_clock = qobject_cast<ClockForm *>(m_window->pageWidget(MainWindow::Clock));
-    m_stats = qobject_cast<NetStateForm *>(m_window->pageWidget(MainWindow::NetStats));
-    m_levels = qobject_cast<DevVolumeForm *>(m_window->pageWidget(MainWindow::Levels));
+    QVERIFY2(m_sim.start({"--settle-ms", "800", "--hot", "Stage Box 2", "--hot", "Amp Rack=error", "--silent",
+                          "Wall Panel 4"}),
+             m_sim.why());
+    QVERIFY(m_window.open(MainWindow::Devices));
+    m_clock = m_window.page<ClockForm>(MainWindow::Clock);
+    m_stats = m_window.page<NetStateForm>(MainWindow::NetStats);
+    m_levels = m_window.page<DevVolumeForm>(MainWindow::Levels);
     QVERIFY(m_clock && m_stats && m_levels);
     QTRY_COMPARE_WITH_TIMEOUT(m_clock->items().size(), 8, 10000);
-}
-
-void TestMonitorSim::cleanupTestCase()
-{
-    delete m_window;
-    m_sim.kill();
-    m_sim.waitForFinished(3000);
 }
 
 QString TestMonitorSim::tipOf(const QString &devId) const

@@ -1,27 +1,23 @@
 // The program's own windows against corvane-sim's default network, inside a
 // private network namespace (tests/netns-run).
-#include "core/app/language.h"
-#include "gui/app/mainwindow.h"
 #include "gui/device/devicelistform.h"
 #include "gui/device/devicetablemodel.h"
 #include "core/device/lockplan.h"
-#include "core/devices/devmanager.h"
 #include "gui/factory/devicetestdialog.h"
-#include "core/factory/factoryprobe.h"
-#include "core/protocol/devicelink.h"
 #include "gui/widgets/snackbar.h"
+
+#include "../support/programwindow.h"
+#include "../support/simulator.h"
 
 #include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPlainTextEdit>
-#include <QProcess>
 #include <QPushButton>
 #include <QSpinBox>
 #include <QComboBox>
 #include <QTableView>
-#include <QTemporaryDir>
 #include <QtTest>
 
 namespace {
@@ -47,38 +43,24 @@ class TestProgramSim : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void devicesPageShowsTheNetwork();
     void renameShowsAfterTheNextAnnouncement();
     void lockedDeviceRefusesRoutes();
     void deviceTestTool();
 
 private:
-    QProcess m_sim;
-    QTemporaryDir m_dir;
-    MainWindow *m_window = nullptr;
+    Simulator m_sim;
+    ProgramWindow m_window;
     DeviceListForm *m_page = nullptr;
 };
 
 void TestProgramSim::initTestCase()
 {
-    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
-        QSKIP("needs the private network namespace of tests/netns-run");
-    m_sim.start(qEnvironmentVariable("CORVANE_BIN_DIR") + "/corvane-sim", {"--quiet"});
-    QVERIFY(m_sim.waitForStarted(5000));
-    m_window = new MainWindow(m_dir.path());
-    m_window->setQuitConfirmed(true);
-    m_window->show();
-    QVERIFY(m_window->startNetwork("127.0.0.1"));
-    m_page = qobject_cast<DeviceListForm *>(m_window->pageWidget(MainWindow::Devices));
+    REQUIRE_PRIVATE_NETWORK();
+    QVERIFY2(m_sim.start(), m_sim.why());
+    QVERIFY(m_window.open(MainWindow::Devices));
+    m_page = m_window.page<DeviceListForm>(MainWindow::Devices);
     QVERIFY(m_page);
-}
-
-void TestProgramSim::cleanupTestCase()
-{
-    delete m_window;
-    m_sim.kill();
-    m_sim.waitForFinished(3000);
 }
 
 void TestProgramSim::devicesPageShowsTheNetwork()
@@ -110,9 +92,7 @@ void TestProgramSim::lockedDeviceRefusesRoutes()
 
     m_window->slot_sendUdp(compact({{"ops", "setUcastRx"}, {"devId", "SIM-0003"}, {"srcDevId", "SIM-0001"},
                                     {"srcChId", "0"}, {"dstChId", "0"}}), "test");
-    QTRY_VERIFY_WITH_TIMEOUT(m_window->snackBar()->currentText() == QStringLiteral("设备已加锁")
-                                 || m_window->snackBar()->pending() > 0, 5000);
-    QTRY_COMPARE_WITH_TIMEOUT(m_window->snackBar()->currentText(), QStringLiteral("设备已加锁"), 10000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_window->snackBar()->currentText(), QStringLiteral("设备已加锁 (the device is locked)"), 10000);
 
     // A wrong password changes nothing and says so.
     const QVector<CommandPlan> wrong = LockPlan::setLock("SIM-0003", "nope", 0, 0, 0);

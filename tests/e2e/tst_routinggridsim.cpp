@@ -1,25 +1,18 @@
 // The routing grid of the real program against corvane-sim's default network,
 // inside a private network namespace (tests/netns-run). With CORVANE_SHOT_DIR
 // set it also leaves pictures of the page there.
-#include "gui/app/mainwindow.h"
-#include "core/app/scalefactors.h"
-#include "core/devices/devmanager.h"
-#include "core/protocol/devicelink.h"
 #include "gui/routing/cellrouteform.h"
 #include "gui/routing/routecellitem.h"
-#include "gui/widgets/noticebox.h"
 #include "gui/widgets/snackbar.h"
-#include "gui/widgets/style.h"
 
 #include "../support/noticeanswers.h"
+#include "../support/programwindow.h"
+#include "../support/simulator.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QGraphicsView>
 #include <QJsonDocument>
-#include <QProcess>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QtTest>
 
 namespace {
@@ -36,7 +29,6 @@ class TestRoutingGridSim : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void unicastRouteFromTheGrid();
     void multicastSubscriptionFromTheGrid();
     void pictures();
@@ -52,9 +44,8 @@ private:
     void clickAndSee(const QString &rowOwner, int rowChannel, const QString &rxDevId, int rxChannel, bool routed);
     void shoot(const QString &name);
 
-    QProcess m_sim;
-    QTemporaryDir m_dir;
-    MainWindow *m_window = nullptr;
+    Simulator m_sim;
+    ProgramWindow m_window;
     CellRouteForm *m_form = nullptr;
     QTimer m_answer;
     QStringList m_questions;
@@ -62,37 +53,21 @@ private:
 
 void TestRoutingGridSim::initTestCase()
 {
-    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
-        QSKIP("needs the private network namespace of tests/netns-run");
+    REQUIRE_PRIVATE_NETWORK();
+    QVERIFY2(m_sim.start(), m_sim.why());
     // The designed size: cells of 16 pixels.
-    applyScaleFactors(computeScaleFactors(ScreenMetrics{1920, 1080, 1920, 1080, 96}));
-    qApp->setStyleSheet(Style::applicationStyleSheet());
-    m_sim.start(qEnvironmentVariable("CORVANE_BIN_DIR") + "/corvane-sim", {"--quiet"});
-    QVERIFY(m_sim.waitForStarted(5000));
-    m_window = new MainWindow(m_dir.path());
-    m_window->setQuitConfirmed(true);
-    m_window->show();
-    QVERIFY(m_window->startNetwork("127.0.0.1"));
-    m_window->setPage(MainWindow::Routing);
-    m_form = qobject_cast<CellRouteForm *>(m_window->pageWidget(MainWindow::Routing));
+    QVERIFY(m_window.open(MainWindow::Routing, true));
+    m_form = m_window.page<CellRouteForm>(MainWindow::Routing);
     QVERIFY(m_form);
     // Every question is answered yes (the virtual devices sit on 127/8,
     // which never counts as one network), and remembered.
     NoticeAnswers::answerAll(&m_answer, &m_questions);
     // The whole network first: lines must not move under a click.
-    QTRY_COMPARE_WITH_TIMEOUT(m_window->deviceLink()->registry().deviceCount(), 8, 15000);
-    QTRY_COMPARE_WITH_TIMEOUT(m_window->deviceLink()->registry().flowCount(), 2, 15000);
+    QVERIFY(m_window.waitForNetwork(8, 2));
     QTRY_VERIFY_WITH_TIMEOUT(m_form->grid().findLine(RouteGrid::Rows, "Mix Bus") >= 0
                                  && m_form->grid().findLine(RouteGrid::Rows, "Stage L-R") >= 0
                                  && m_form->grid().columnCount() == 8,
                              15000);
-}
-
-void TestRoutingGridSim::cleanupTestCase()
-{
-    delete m_window;
-    m_sim.kill();
-    m_sim.waitForFinished(3000);
 }
 
 void TestRoutingGridSim::click(int row, int column)
@@ -173,21 +148,21 @@ void TestRoutingGridSim::unicastRouteFromTheGrid()
 {
     unfoldPair("SIM-0002", "SIM-0003");
     clickAndSee("SIM-0002", 3, "SIM-0003", 1, true);
-    const auto rx = m_window->deviceLink()->registry().findByDevId("SIM-0003");
+    const auto rx = m_window.registry().findByDevId("SIM-0003");
     QVERIFY(rx && rx->routeOf(0));
     QCOMPARE(rx->routeOf(0)->srcDevId, QStringLiteral("SIM-0002"));
     QCOMPARE(rx->routeOf(0)->srcChId, 2);
     QVERIFY(m_questions.contains("two device not same network, want to set routing?"));
 
     clickAndSee("SIM-0002", 3, "SIM-0003", 1, false);
-    QTRY_VERIFY_WITH_TIMEOUT(!m_window->deviceLink()->registry().findByDevId("SIM-0003")->routeOf(0), 5000);
+    QTRY_VERIFY_WITH_TIMEOUT(!m_window.registry().findByDevId("SIM-0003")->routeOf(0), 5000);
 }
 
 void TestRoutingGridSim::multicastSubscriptionFromTheGrid()
 {
     unfoldPair("Stage L-R", "SIM-0006");
     clickAndSee("Stage L-R", 2, "SIM-0006", 5, true);
-    const auto rx = m_window->deviceLink()->registry().findByDevId("SIM-0006");
+    const auto rx = m_window.registry().findByDevId("SIM-0006");
     QVERIFY(rx && rx->routeOf(4) && rx->routeOf(4)->isMulticast());
     clickAndSee("Stage L-R", 2, "SIM-0006", 5, false);
 }

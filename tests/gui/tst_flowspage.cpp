@@ -148,36 +148,18 @@ void TestFlowsPage::createChecksThenSends()
     QString text;
     answerNextBox("pb_ok", &text);
     click(child<QPushButton>("pb_create"));
-    QCOMPARE(text, QStringLiteral("组播流名称不能为空"));
+    QCOMPARE(text, QStringLiteral("组播流名称不能为空 (the flow name must not be empty)"));
 
+    QCOMPARE(spy.count(), 0);
+    // The other checks are the plan's (tst_routeplan); the page feeds it what was typed and ticked.
     type("le_name", "Vocals");
-    answerNextBox("pb_ok", &text);
-    click(child<QPushButton>("pb_create"));
-    QCOMPARE(text, QStringLiteral("至少选中一个通道加入组播流"));
-
-    for (int ch = 0; ch < 9; ++ch)
+    for (int ch = 1; ch < 8; ++ch)
         tick(ch);
-    answerNextBox("pb_ok", &text);
-    click(child<QPushButton>("pb_create"));
-    QCOMPARE(text, QStringLiteral("A single multicast stream supports up to 8 channels maximum"));
-    tick(8);
-    tick(0); // channels 2 to 8: seven left
-
     click(child<QRadioButton>("rb_manual"));
     QVERIFY(child<QLineEdit>("ip_le_3")->isEnabled());
-    type("ip_le_0", "223");
+    type("ip_le_0", "239");
     type("ip_le_2", "1");
     type("ip_le_3", "1");
-    answerNextBox("pb_ok", &text);
-    click(child<QPushButton>("pb_create"));
-    QCOMPARE(text, QStringLiteral("Wrong IP, range: 224.0.0.0~239.255.255.255"));
-    type("ip_le_0", "239");
-    type("le_port", "65535");
-    answerNextBox("pb_ok", &text);
-    click(child<QPushButton>("pb_create"));
-    QCOMPARE(text, QStringLiteral("Wrong Port, range: 1024~65534"));
-    QCOMPARE(spy.count(), 0);
-
     type("le_port", "5006");
     type("le_offset", "2");
     click(child<QPushButton>("pb_create"));
@@ -219,13 +201,13 @@ void TestFlowsPage::deleteAsksAndSendsTheSelectedFlow()
     QString text;
     answerNextBox("pb_ok", &text);
     click(child<QPushButton>("pb_delete"));
-    QCOMPARE(text, QStringLiteral("请选择要删除的组播"));
+    QCOMPARE(text, QStringLiteral("请选择要删除的组播 (choose the flow to delete)"));
 
     auto *flows = child<QListWidget>("lw_flows");
     QTest::mouseClick(flows->viewport(), Qt::LeftButton, {}, flows->visualItemRect(flows->item(0)).center());
     answerNextBox("pb_no", &text);
     click(child<QPushButton>("pb_delete"));
-    QCOMPARE(text, QStringLiteral("删除组播流？"));
+    QCOMPARE(text, QStringLiteral("删除组播流？ (delete the flow?)"));
     QCOMPARE(spy.count(), 0);
 
     answerNextBox("pb_yes");

@@ -4,34 +4,17 @@
 #include "gui/widgets/noticebox.h"
 #include "gui/widgets/snackbar.h"
 
+#include "../support/noticeanswers.h"
+
 #include <QApplication>
 #include <QLabel>
 #include <QPushButton>
 #include <QSettings>
 #include <QStackedWidget>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <QtTest>
 
 namespace {
-
-// Clicks a button of the next modal box once it is up.
-void answerNextModal(const char *buttonName, QString *seenText = nullptr)
-{
-    QTimer::singleShot(0, [=] {
-        QWidget *modal = QApplication::activeModalWidget();
-        QVERIFY(modal);
-        if (seenText) {
-            if (auto *box = qobject_cast<NoticeBox *>(modal))
-                *seenText = box->text();
-            else if (auto *about = qobject_cast<AboutDialog *>(modal))
-                *seenText = about->findChild<QLabel *>(QStringLiteral("lb_version"))->text();
-        }
-        auto *b = modal->findChild<QPushButton *>(QLatin1String(buttonName));
-        QVERIFY(b);
-        QTest::mouseClick(b, Qt::LeftButton);
-    });
-}
 
 QString ini(const QTemporaryDir &dir)
 {
@@ -138,12 +121,12 @@ void TestMainWindow::quitPromptAsksFirst()
     QVERIFY(QTest::qWaitForWindowExposed(&w));
     auto *close = w.findChild<QPushButton *>(QStringLiteral("close_bt"));
     QString asked;
-    answerNextModal("pb_no", &asked);
+    NoticeAnswers::answerNextBox("pb_no", &asked);
     QTest::mouseClick(close, Qt::LeftButton);
     QCOMPARE(asked, QStringLiteral("Quit CorvaneLink?"));
     QVERIFY(w.isVisible());
 
-    answerNextModal("pb_yes");
+    NoticeAnswers::answerNextBox("pb_yes");
     QTest::mouseClick(close, Qt::LeftButton);
     QVERIFY(!w.isVisible());
 }
@@ -153,7 +136,10 @@ void TestMainWindow::aboutShowsVersionAndBuild()
     MainWindow w(m_dir->path());
     w.show();
     QString version;
-    answerNextModal("pb_ok", &version);
+    NoticeAnswers::onNextModal([&version](QWidget *modal) {
+        version = modal->findChild<QLabel *>(QStringLiteral("lb_version"))->text();
+        NoticeAnswers::click(modal, "pb_ok");
+    });
     QTest::mouseClick(w.findChild<QPushButton *>(QStringLiteral("pb_about")), Qt::LeftButton);
     QVERIFY2(version.contains(QStringLiteral("3.1.4.45")), qPrintable(version));
     QVERIFY(version.contains(QStringLiteral("1222220025")));

@@ -1,110 +1,56 @@
 // The device settings window against corvane-sim's default network, inside a
 // private network namespace (tests/netns-run): every request goes through the
 // program's real send path and every answer comes from the virtual devices.
-#include "core/app/language.h"
-#include "gui/app/mainwindow.h"
-#include "core/app/scalefactors.h"
 #include "gui/device/devicelistform.h"
 #include "gui/device/devicesettingsdialog.h"
-#include "gui/device/lockoverlay.h"
 #include "gui/device/managelock.h"
-#include "gui/device/passwordprompt.h"
 #include "gui/device/translucentlock.h"
-#include "core/devices/devmanager.h"
-#include "core/protocol/devicelink.h"
-#include "gui/widgets/style.h"
 #include "gui/widgets/styledslider.h"
 
-#include <QApplication>
+#include "../support/noticeanswers.h"
+#include "../support/programwindow.h"
+#include "../support/simulator.h"
+
 #include <QComboBox>
-#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
-#include <QListWidget>
-#include <QMenu>
-#include <QProcess>
 #include <QPushButton>
-#include <QRadioButton>
 #include <QTableWidget>
-#include <QTemporaryDir>
-#include <QTimer>
 #include <QtTest>
-#include <functional>
 
 namespace {
 
 constexpr int kWaitMs = 10000;
 
-void onNextModal(std::function<void(QWidget *)> f, QWidget *previous = QApplication::activeModalWidget(),
-                 int tries = 500)
-{
-    QTimer::singleShot(tries == 500 ? 0 : 10, [f, previous, tries] {
-        QWidget *modal = QApplication::activeModalWidget();
-        if ((!modal || modal == previous) && tries > 0) {
-            onNextModal(f, previous, tries - 1);
-            return;
-        }
-        QVERIFY(modal && modal != previous);
-        f(modal);
-    });
-}
-
-void click(QWidget *parent, const char *name)
-{
-    auto *b = parent->findChild<QAbstractButton *>(QLatin1String(name));
-    QVERIFY2(b, name);
-    QTest::mouseClick(b, Qt::LeftButton);
-}
-
 } // namespace
+
+using NoticeAnswers::click;
+using NoticeAnswers::onNextModal;
 
 class TestSettingsSim : public QObject
 {
     Q_OBJECT
 private slots:
     void initTestCase();
-    void cleanupTestCase();
     void opensWithTheDevicesAnswers();
     void sampleRateChangeReachesTheDevice();
-    void lockCoversAndCtrl0Unlocks();
+    void lockCovers();
     void amplifierAnswers();
 
 private:
     DeviceSettingsDialog *open(const QString &devId);
-    void shot(QWidget *w, const QString &name);
 
-    QProcess m_sim;
-    QTemporaryDir m_dir;
-    MainWindow *m_window = nullptr;
+    Simulator m_sim;
+    ProgramWindow m_window;
 };
 
 void TestSettingsSim::initTestCase()
 {
-    if (qEnvironmentVariable("CORVANE_IN_NETNS") != QLatin1String("1"))
-        QSKIP("needs the private network namespace of tests/netns-run");
-    if (!qEnvironmentVariableIsEmpty("CORVANE_SCREENSHOTS")) {
-        ScreenMetrics m;
-        m.physicalWidth = m.logicalWidth = 1920;
-        m.physicalHeight = m.logicalHeight = 1080;
-        applyScaleFactors(computeScaleFactors(m));
-        qApp->setStyleSheet(Style::applicationStyleSheet());
-    }
-    Language::setChinese(false);
-    m_sim.start(qEnvironmentVariable("CORVANE_BIN_DIR") + "/corvane-sim", {"--quiet"});
-    QVERIFY(m_sim.waitForStarted(5000));
-    m_window = new MainWindow(m_dir.path());
-    m_window->setQuitConfirmed(true);
-    m_window->show();
-    QVERIFY(m_window->startNetwork("127.0.0.1"));
-    const DevManager &registry = m_window->deviceLink()->registry();
-    QTRY_VERIFY_WITH_TIMEOUT(registry.findByDevId("SIM-0002") && registry.findByDevId("SIM-0004"), kWaitMs);
-}
-
-void TestSettingsSim::cleanupTestCase()
-{
-    delete m_window;
-    m_sim.kill();
-    m_sim.waitForFinished(5000);
+    REQUIRE_PRIVATE_NETWORK();
+    QVERIFY2(m_sim.start(), m_sim.why());
+    QVERIFY(m_window.open(MainWindow::Devices));
+    QTRY_VERIFY_WITH_TIMEOUT(m_window.registry().findByDevId("SIM-0002") && m_window.registry().findByDevId("SIM-0004"),
+                             kWaitMs);
 }
 
 DeviceSettingsDialog *TestSettingsSim::open(const QString &devId)
@@ -114,14 +60,6 @@ DeviceSettingsDialog *TestSettingsSim::open(const QString &devId)
         if (d->devId() == devId)
             return d;
     return nullptr;
-}
-
-void TestSettingsSim::shot(QWidget *w, const QString &name)
-{
-    const QString dir = qEnvironmentVariable("CORVANE_SCREENSHOTS");
-    QApplication::processEvents();
-    if (!dir.isEmpty())
-        w->grab().save(QDir(dir).filePath(QStringLiteral("settings-sim-%1.png").arg(name)));
 }
 
 void TestSettingsSim::opensWithTheDevicesAnswers()
@@ -152,7 +90,6 @@ void TestSettingsSim::opensWithTheDevicesAnswers()
     auto *table = d->findChild<QTableWidget *>(QStringLiteral("tw_channels"));
     QCOMPARE(table->rowCount(), 8);
     QTRY_COMPARE_WITH_TIMEOUT(table->item(0, 2)->text(), QStringLiteral("Vox 1"), kWaitMs);
-    shot(d, "channels");
 }
 
 void TestSettingsSim::sampleRateChangeReachesTheDevice()
@@ -163,16 +100,15 @@ void TestSettingsSim::sampleRateChangeReachesTheDevice()
     QTRY_VERIFY_WITH_TIMEOUT(rate->isEnabled(), kWaitMs);
     rate->setFocus();
     QTest::keyClick(rate, Qt::Key_Down);  // 48 kHz -> 96 kHz, as a user would
-    const DevManager &registry = m_window->deviceLink()->registry();
+    const DevManager &registry = m_window.registry();
     QTRY_COMPARE_WITH_TIMEOUT(registry.findByDevId("SIM-0002")->rec.sampleRate, 96000, kWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(d->findChild<QLabel *>(QStringLiteral("lb_status"))->text(), QStringLiteral("Saved"),
                               kWaitMs);
-    shot(d, "general");
     QTest::keyClick(rate, Qt::Key_Up);
     QTRY_COMPARE_WITH_TIMEOUT(registry.findByDevId("SIM-0002")->rec.sampleRate, 48000, kWaitMs);
 }
 
-void TestSettingsSim::lockCoversAndCtrl0Unlocks()
+void TestSettingsSim::lockCovers()
 {
     DeviceSettingsDialog *d = open("SIM-0002");
     d->setPage(DeviceSettingsDialog::Lock);
@@ -189,32 +125,6 @@ void TestSettingsSim::lockCoversAndCtrl0Unlocks()
     // The device takes the lock, the window reads it back and covers its pages.
     QTRY_VERIFY_WITH_TIMEOUT(qobject_cast<TranslucentLock *>(d->cover()), kWaitMs);
     QCOMPARE(d->findChild<QLabel *>(QStringLiteral("lb_lockDetails"))->text(), QStringLiteral("Read-only"));
-    shot(d, "readonly");
-
-    // Ctrl+0 on the cover, the password, and the lock dialog opens the device again.
-    d->setPage(DeviceSettingsDialog::General);
-    d->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(d));
-    LockOverlay *cover = d->cover();
-    QTest::keyClick(cover, Qt::Key_0, Qt::ControlModifier);
-    QTRY_VERIFY(cover->choices() && cover->choices()->isVisible());
-    QMenu *menu = cover->choices();
-    onNextModal([](QWidget *modal) {
-        auto *prompt = qobject_cast<PasswordPrompt *>(modal);
-        QVERIFY(prompt);
-        QTest::keyClicks(prompt->findChild<QLineEdit *>(QStringLiteral("le_password")), "123456");
-        onNextModal([](QWidget *next) {
-            auto *lock = qobject_cast<ManageLock *>(next);
-            QVERIFY(lock);
-            QVERIFY(lock->findChild<QRadioButton *>(QStringLiteral("rb_detailsReadOnly"))->isChecked());
-            click(lock, "rb_detailsNormal");
-            click(lock, "pb_ok");
-        });
-        click(prompt, "pb_ok");
-    });
-    QTest::mouseClick(menu, Qt::LeftButton, {}, menu->actionGeometry(menu->actions().at(0)).center());
-    QTRY_VERIFY_WITH_TIMEOUT(!d->cover(), kWaitMs);
-    QVERIFY(d->findChild<QWidget *>(QStringLiteral("wd_pageArea"))->isEnabled());
 }
 
 void TestSettingsSim::amplifierAnswers()
@@ -233,7 +143,6 @@ void TestSettingsSim::amplifierAnswers()
     QTRY_COMPARE_WITH_TIMEOUT(d->findChild<QLabel *>(QStringLiteral("lb_status"))->text(), QStringLiteral("Saved"),
                               kWaitMs);
     QTRY_COMPARE_WITH_TIMEOUT(gain->value(), -4.5, kWaitMs);
-    shot(d, "amplifier");
     d->setPage(DeviceSettingsDialog::Gpio);
     QTRY_VERIFY_WITH_TIMEOUT(d->findChild<QPushButton *>(QStringLiteral("pb_testGpio_4")), kWaitMs);
     click(d, "pb_testGpio_2");
@@ -241,7 +150,6 @@ void TestSettingsSim::amplifierAnswers()
     QTRY_COMPARE_WITH_TIMEOUT(d->findChild<QLabel *>(QStringLiteral("lb_gpioRead_2"))->text(),
                               QStringLiteral("Reads High"), kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(d->findChild<QPushButton *>(QStringLiteral("pb_gpioLevel_2"))->isChecked(), kWaitMs);
-    shot(d, "gpio");
 }
 
 QTEST_MAIN(TestSettingsSim)
