@@ -43,7 +43,6 @@ private slots:
     void temperatures();
     void runningTime_data();
     void runningTime();
-    void chineseTips();
     void missedPollsAndTheNextReply();
     void amplifierInfo();
     void problemOrder();
@@ -61,24 +60,15 @@ void TestMonitor::temperatures_data()
     QTest::addColumn<QString>("shown");
     QTest::addColumn<int>("level");
     QTest::addColumn<QString>("tip");
-    QTest::newRow("80000") << "80000"
-                           << "80.0 °C" << int(RowProblem::None) << "";
-    QTest::newRow("80040 rounds to 80.0") << "80040"
-                                          << "80.0 °C" << int(RowProblem::None) << "";
-    QTest::newRow("80500") << "80500"
-                           << "80.5 °C" << int(RowProblem::Warning)
-                           << "Amp temperature is too high, please pay attention to heat dissipation";
-    QTest::newRow("85000") << "85000"
-                           << "85.0 °C" << int(RowProblem::Warning)
-                           << "Amp temperature is too high, please pay attention to heat dissipation";
-    QTest::newRow("85040 rounds to 85.0") << "85040"
-                                          << "85.0 °C" << int(RowProblem::Warning)
-                                          << "Amp temperature is too high, please pay attention to heat dissipation";
-    QTest::newRow("86000") << "86000"
-                           << "86.0 °C" << int(RowProblem::Error)
+    const QString hot = QStringLiteral("Amp temperature is too high, please pay attention to heat dissipation");
+    QTest::newRow("80000") << "80000" << "80.0 °C" << int(RowProblem::None) << "";
+    QTest::newRow("80040 rounds to 80.0") << "80040" << "80.0 °C" << int(RowProblem::None) << "";
+    QTest::newRow("80500") << "80500" << "80.5 °C" << int(RowProblem::Warning) << hot;
+    QTest::newRow("85000") << "85000" << "85.0 °C" << int(RowProblem::Warning) << hot;
+    QTest::newRow("85040 rounds to 85.0") << "85040" << "85.0 °C" << int(RowProblem::Warning) << hot;
+    QTest::newRow("86000") << "86000" << "86.0 °C" << int(RowProblem::Error)
                            << "Amp temperature is abnormal, please check the equipment";
-    QTest::newRow("45500") << "45500"
-                           << "45.5 °C" << int(RowProblem::None) << "";
+    QTest::newRow("45500") << "45500" << "45.5 °C" << int(RowProblem::None) << "";
 }
 
 void TestMonitor::temperatures()
@@ -100,30 +90,17 @@ void TestMonitor::runningTime_data()
 {
     QTest::addColumn<QString>("uptime");
     QTest::addColumn<QString>("shown");
-    QTest::newRow("3725") << "3725"
-                          << "1:2:5";
-    QTest::newRow("fraction dropped") << "3725.99"
-                                      << "1:2:5";
-    QTest::newRow("zero") << "0.00"
-                          << "0:0:0";
-    QTest::newRow("past a day") << "90061"
-                                << "25:1:1";
-    QTest::newRow("not a number") << "soon"
-                                  << "";
+    QTest::newRow("3725") << "3725" << "1:2:5";
+    QTest::newRow("fraction dropped") << "3725.99" << "1:2:5";
+    QTest::newRow("zero") << "0.00" << "0:0:0";
+    QTest::newRow("past a day") << "90061" << "25:1:1";
+    QTest::newRow("not a number") << "soon" << "";
 }
 
 void TestMonitor::runningTime()
 {
     QFETCH(QString, uptime);
     QTEST(NetStatsDisplay::runningTime(uptime), "shown");
-}
-
-void TestMonitor::chineseTips()
-{
-    Language::setChinese(true);
-    QCOMPARE(DeviceHealth::problem("功放", false, "0", 805).text, QStringLiteral("功放 温度过高，请注意散热"));
-    QCOMPARE(DeviceHealth::problem("功放", false, "0", 860).text, QStringLiteral("功放 温度异常，请检查设备"));
-    QCOMPARE(DeviceHealth::problem("功放", true, "0", 450).text, QStringLiteral("功放 通信异常，请检查网络连接"));
 }
 
 void TestMonitor::missedPollsAndTheNextReply()
