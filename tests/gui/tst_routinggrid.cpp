@@ -3,6 +3,7 @@
 #include "core/protocol/ipv4.h"
 #include "gui/routing/cellgraphicsscene.h"
 #include "gui/routing/cellrouteform.h"
+#include "gui/routing/routeheaderbutton.h"
 #include "gui/routing/routecellitem.h"
 #include "gui/widgets/noticebox.h"
 
@@ -52,15 +53,14 @@ private slots:
     void initTestCase();
     void init();
     void cleanup();
-    void pairClickUnfoldsAndFoldsBoth();
     void clickOnCellSendsTheCommand();
     void cancelledConfirmSendsNothing();
-    void routedCellsShowTheirPictures();
+    void routedCellsAndPairClicks();
     void hoveringTheSameCellTwiceChangesNothing();
     void headerArrowFoldsAndDoubleClickAsksForDetails();
+    void longNamesEndInAnEllipsis();
     void burstOfNoticesRebuildsOnce();
-    void tallGridPopulatesOnlyTheBand();
-    void searchScrollsToTheLine();
+    void tallGridBandAndSearch();
 
 private:
     void click(int row, int column);
@@ -102,29 +102,6 @@ void TestRoutingGrid::click(int row, int column)
     QTest::mouseClick(m_form->view()->viewport(), Qt::LeftButton, {}, m_form->cellCentreInView(row, column));
 }
 
-void TestRoutingGrid::pairClickUnfoldsAndFoldsBoth()
-{
-    show();
-    // rows: TX RX; columns: TX RX
-    QCOMPARE(m_form->grid().rowCount(), 2);
-    RouteCellItem *pair = m_form->cellItem(0, 1);
-    QVERIFY(pair);
-    QCOMPARE(pair->type(), int(RouteCellItem::Type));
-    QCOMPARE(pair->data(222).toString(), QStringLiteral("increase"));
-    click(0, 1);
-    QTRY_VERIFY(m_form->grid().isExpanded(RouteGrid::Rows, "TX"));
-    QVERIFY(m_form->grid().isExpanded(RouteGrid::Columns, "RX"));
-    QCOMPARE(m_form->grid().rowCount(), 4);
-    QCOMPARE(m_form->grid().columnCount(), 4);
-    QCOMPARE(m_form->cellItem(0, 1)->data(111).toString(), QStringLiteral("decrease"));
-    QVERIFY(m_form->rowHeader(1) && m_form->rowHeader(1)->objectName() == QLatin1String("tx_1"));
-    click(0, 1);
-    QTRY_VERIFY(!m_form->grid().isExpanded(RouteGrid::Rows, "TX"));
-    QVERIFY(!m_form->grid().isExpanded(RouteGrid::Columns, "RX"));
-    QCOMPARE(m_form->grid().rowCount(), 2);
-    QCOMPARE(m_form->cellItem(0, 1)->data(222).toString(), QStringLiteral("increase"));
-}
-
 void TestRoutingGrid::clickOnCellSendsTheCommand()
 {
     show();
@@ -146,7 +123,7 @@ void TestRoutingGrid::clickOnCellSendsTheCommand()
     click(2, 1);
     QTest::mouseClick(m_form->view()->viewport(), Qt::LeftButton, {},
                       m_form->view()->mapFromScene(QPointF(8, 4 * m_form->cellSize() + 3)));
-    QTest::qWait(50);
+    QCoreApplication::processEvents(); // the presses are queued
     QCOMPARE(sent.count(), 1);
 
     // The next rebuild reads the registry again: the mark goes.
@@ -166,18 +143,18 @@ void TestRoutingGrid::cancelledConfirmSendsNothing()
     answerNextBox("pb_no", &question);
     click(1, 3);
     QTRY_COMPARE(question, QStringLiteral("two device not same network, want to set routing?"));
-    QTest::qWait(50);
-    QCOMPARE(sent.count(), 0);
     QCOMPARE(m_form->cellItem(1, 3)->data(1).toString(), QString());
 
+    // The second click waits for the first to finish: one command means the "no" sent none.
     answerNextBox("pb_yes");
     click(1, 3);
     QVERIFY(sent.wait(3000));
+    QCOMPARE(sent.count(), 1);
     QCOMPARE(sent.at(0).at(0).toString(),
              QStringLiteral(R"({"devId":"FAR","dstChId":"0","ops":"setUcastRx","srcChId":"0","srcDevId":"TX"})"));
 }
 
-void TestRoutingGrid::routedCellsShowTheirPictures()
+void TestRoutingGrid::routedCellsAndPairClicks()
 {
     m_reg->intakeReply(page("getAllRxCh", "RX", {QJsonObject{{"id", "0"}, {"rtpChId", "-1"}},
                                                  QJsonObject{{"id", "1"}, {"rtpChId", "1"}}}),
@@ -189,15 +166,17 @@ void TestRoutingGrid::routedCellsShowTheirPictures()
                        Ipv4::fromText("10.0.0.2"));
     show();
     RouteCellItem *pair = m_form->cellItem(0, 1);
+    QCOMPARE(pair->type(), int(RouteCellItem::Type));
     QVERIFY(pair->hasPicture());                 // folded, with a route inside
+    QCOMPARE(pair->data(222).toString(), QStringLiteral("increase"));
     QVERIFY(!m_form->cellItem(0, 0)->hasPicture());
-    click(0, 1);
+    click(0, 1); // the pair unfolds both owners
     QTRY_COMPARE(m_form->grid().rowCount(), 4);
+    QCOMPARE(m_form->grid().columnCount(), 4);
     // rows: TX TX/1 TX/2 RX; columns: TX RX RX/1 RX/2
     QCOMPARE(m_form->cellItem(1, 3)->data(2).toString(), QStringLiteral("checked"));
     QVERIFY(m_form->cellItem(1, 3)->hasPicture());
     QCOMPARE(m_form->cellItem(1, 2)->data(2).toString(), QString());
-    QCOMPARE(m_form->cellItem(1, 2)->brushColor(), QColor(0xFF212227));
     QVERIFY(m_form->cellItem(0, 1)->hasPicture()); // unfolded: the minus picture
     QCOMPARE(m_form->cellItem(0, 1)->data(111).toString(), QStringLiteral("decrease"));
 
@@ -206,6 +185,10 @@ void TestRoutingGrid::routedCellsShowTheirPictures()
     click(1, 3);
     QVERIFY(sent.wait(3000));
     QCOMPARE(sent.at(0).at(0).toString(), QStringLiteral(R"({"devId":"RX","dstChId":"1","ops":"clrRxCh"})"));
+    click(0, 1); // and folds both again
+    QTRY_COMPARE(m_form->grid().rowCount(), 2);
+    QCOMPARE(m_form->grid().columnCount(), 2);
+    QCOMPARE(m_form->cellItem(0, 1)->data(222).toString(), QStringLiteral("increase"));
 }
 
 void TestRoutingGrid::hoveringTheSameCellTwiceChangesNothing()
@@ -236,7 +219,7 @@ void TestRoutingGrid::hoveringTheSameCellTwiceChangesNothing()
     QCOMPARE(m_form->rowHeader(2)->property("hover").toString(), QStringLiteral("device"));
 
     QTest::mouseMove(viewport, at + QPoint(1, 1));
-    QTest::qWait(20);
+    QCoreApplication::processEvents();
     QCOMPARE(lit(), first);
     QCOMPARE(m_form->cellItem(2, 2)->toolTip(), tip);
 
@@ -266,7 +249,7 @@ void TestRoutingGrid::headerArrowFoldsAndDoubleClickAsksForDetails()
     QTest::mouseDClick(rx, Qt::LeftButton, {}, QPoint(rx->width() / 2, rx->height() / 2));
     QTRY_COMPARE(device.count(), 1);
     QCOMPARE(device.at(0).at(0).toString(), QStringLiteral("RX"));
-    QTest::qWait(20);
+    QCoreApplication::processEvents(); // a fold would come on the next turn of the loop
     QVERIFY(!m_form->grid().isExpanded(RouteGrid::Columns, "RX"));
 
     // A flow row's header asks for the flow's details.
@@ -278,9 +261,34 @@ void TestRoutingGrid::headerArrowFoldsAndDoubleClickAsksForDetails()
     QSignalSpy flow(m_form, &CellRouteForm::signal_showFlow);
     QPushButton *f = m_form->rowHeader(flowLine);
     QCOMPARE(f->property("line").toString(), QStringLiteral("flow"));
+    QCOMPARE(m_form->rowHeader(flowLine)->line(), flowLine);
     QTest::mouseDClick(f, Qt::LeftButton, {}, QPoint(f->width() / 2, f->height() / 2));
     QTRY_COMPARE(flow.count(), 1);
     QCOMPARE(flow.at(0).at(0).toString(), QStringLiteral("Stage L-R"));
+}
+
+void TestRoutingGrid::longNamesEndInAnEllipsis()
+{
+    const QString name = QStringLiteral("Stage Box 8 - Front of House Left Wing");
+    announce(*m_reg, "LONG", "10.0.0.3", {{"name", name}, {"chNumRx", "2"}, {"chNumTx", "2"}});
+    show();
+    // Rows and columns alike: cut with an ellipsis, the whole name in the tool tip.
+    for (RouteHeaderButton *b : {m_form->rowHeader(m_form->grid().findLine(RouteGrid::Rows, "LONG")),
+                                 m_form->columnHeader(m_form->grid().findLine(RouteGrid::Columns, "LONG"))}) {
+        QVERIFY(b);
+        QVERIFY2(b->text().endsWith(QChar(0x2026)), qPrintable(b->text()));
+        QVERIFY(name.startsWith(b->text().chopped(1).trimmed()));
+        QVERIFY(b->toolTip().startsWith(name + QLatin1Char('\n')));
+        QCOMPARE(b->fullText().trimmed(), name);
+        // Cut to the room beside the fold arrow: the mark itself stays in view.
+        QVERIFY(b->fontMetrics().horizontalAdvance(b->text()) + b->iconSize().width() < b->width());
+        // A wider strip shows the whole name.
+        b->resize(b->width() * 3, b->height());
+        QCOMPARE(b->text().trimmed(), name);
+    }
+    // Short names are left whole.
+    QCOMPARE(m_form->rowHeader(m_form->grid().findLine(RouteGrid::Rows, "TX"))->text().trimmed(),
+             QStringLiteral("Stage Box"));
 }
 
 void TestRoutingGrid::burstOfNoticesRebuildsOnce()
@@ -294,14 +302,14 @@ void TestRoutingGrid::burstOfNoticesRebuildsOnce()
     QCOMPARE(m_form->rebuildCount(), before + 1);
 }
 
-void TestRoutingGrid::tallGridPopulatesOnlyTheBand()
+void TestRoutingGrid::tallGridBandAndSearch()
 {
     announce(*m_reg, "BIG", "10.0.0.9", {{"name", "Big"}, {"chNumRx", "64"}, {"chNumTx", "64"}});
     m_form->resize(700, 500);
     show();
-    const QPushButton *big = m_form->rowHeader(m_form->grid().findLine(RouteGrid::Rows, "BIG"));
+    QPushButton *big = m_form->rowHeader(m_form->grid().findLine(RouteGrid::Rows, "BIG"));
     QVERIFY(big);
-    QTest::mouseClick(const_cast<QPushButton *>(big), Qt::LeftButton, {}, QPoint(4, 5));
+    QTest::mouseClick(big, Qt::LeftButton, {}, QPoint(4, 5));
     QTRY_COMPARE(m_form->grid().rowCount(), 3 + 64);
     QCOMPARE(m_form->band().rowCount(), 60);
     QVERIFY(m_form->cellItem(59, 0));
@@ -311,14 +319,10 @@ void TestRoutingGrid::tallGridPopulatesOnlyTheBand()
     QTRY_COMPARE(m_form->band().firstRow, 30);
     QVERIFY(m_form->cellItem(62, 0));
     QCOMPARE(m_form->rowHeader(62)->objectName(), QStringLiteral("tx_62"));
+    QCOMPARE(m_form->rowHeader(62)->line(), 62);
     QVERIFY(!m_form->cellItem(5, 0));
-}
 
-void TestRoutingGrid::searchScrollsToTheLine()
-{
-    announce(*m_reg, "BIG", "10.0.0.9", {{"name", "Big"}, {"chNumRx", "64"}, {"chNumTx", "64"}});
-    m_form->resize(700, 500);
-    show();
+    // A search unfolds the owner of the channel it finds and scrolls to it.
     auto *find = m_form->findChild<QLineEdit *>("find_InCh_le");
     QVERIFY(find);
     QVERIFY(m_form->findChild<QLineEdit *>("find_outCh_le"));
@@ -330,7 +334,7 @@ void TestRoutingGrid::searchScrollsToTheLine()
     QVERIFY(line > 0);
     QTRY_COMPARE(m_form->view()->horizontalScrollBar()->value(),
                  qMin(line * m_form->cellSize(), m_form->view()->horizontalScrollBar()->maximum()));
-    QVERIFY(m_form->columnHeader(line));
+    QCOMPARE(m_form->columnHeader(line)->hover(), QStringLiteral("device"));
 }
 
 QTEST_MAIN(TestRoutingGrid)

@@ -337,6 +337,25 @@ QVector<RouteGrid::SearchEntry> RouteGrid::searchEntries(Axis a) const
     return out;
 }
 
+QVector<int> RouteGrid::matchingEntries(const QVector<SearchEntry> &entries, const QString &text)
+{
+    QVector<int> out;
+    const QString wanted = text.trimmed();
+    if (wanted.isEmpty())
+        return out;
+    int exact = -1;
+    for (int i = 0; i < entries.size(); ++i) {
+        const QString &t = entries.at(i).text;
+        if (exact < 0 && t.compare(wanted, Qt::CaseInsensitive) == 0)
+            exact = i;
+        else if (t.contains(wanted, Qt::CaseInsensitive))
+            out.append(i);
+    }
+    if (exact >= 0)
+        out.prepend(exact);
+    return out;
+}
+
 const Device *RouteGrid::device(const QString &devId) const
 {
     const int i = m_deviceIndex.value(devId, -1);

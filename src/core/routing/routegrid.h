@@ -77,6 +77,10 @@ public:
     int findLine(Axis a, const QString &ownerId, int channel = 0) const;
     /// Every owner and channel of an axis, folded or not, for the search fields.
     QVector<SearchEntry> searchEntries(Axis a) const;
+    /// The entries a search text finds, as indices into entries, best first:
+    /// the one equal to the text (case and surrounding blanks aside), then
+    /// every other entry that contains it, in axis order. A blank text finds none.
+    static QVector<int> matchingEntries(const QVector<SearchEntry> &entries, const QString &text);
 
     /// The devices and flows of the last rebuild.
     const Device *device(const QString &devId) const;

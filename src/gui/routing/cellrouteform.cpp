@@ -2,7 +2,10 @@
 
 #include "gui/routing/cellgraphicsscene.h"
 #include "gui/routing/routecellitem.h"
+#include "gui/routing/routeheaderbutton.h"
 #include "gui/routing/routeheaderview.h"
+#include "gui/routing/routehoverhighlighter.h"
+#include "gui/routing/routesearchbar.h"
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "core/devices/devmanager.h"
@@ -13,23 +16,17 @@
 #include "gui/widgets/style.h"
 #include "gui/widgets/planrunner.h"
 
-#include <QCompleter>
 #include <QEvent>
 #include <QGraphicsView>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QJsonDocument>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMouseEvent>
-#include <QPushButton>
 #include <QScrollBar>
-#include <QStringListModel>
-#include <QStyle>
 #include <QTimer>
 #include <QTransform>
 #include <QVBoxLayout>
-#include <QtMath>
 
 namespace {
 
@@ -67,13 +64,6 @@ QPixmap cellPicture(const char *path, int size)
     return QPixmap(QLatin1String(path)).scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
 }
 
-void repolish(QWidget *w)
-{
-    w->style()->unpolish(w);
-    w->style()->polish(w);
-    w->update();
-}
-
 } // namespace
 
 CellRouteForm::CellRouteForm(const DevManager &registry, DeviceUiStore *uiStore, QWidget *parent)
@@ -109,7 +99,9 @@ CellRouteForm::CellRouteForm(const DevManager &registry, DeviceUiStore *uiStore,
 
 CellRouteForm::~CellRouteForm()
 {
-    m_viewport->removeEventFilter(this);
+    // It watches the viewport, which is about to go.
+    delete m_hover;
+    m_hover = nullptr;
     // The scene goes first among the children, and leaving the view moves
     // its scroll bars: they must not reach a page half gone.
     m_view->horizontalScrollBar()->disconnect(this);
@@ -128,21 +120,21 @@ void CellRouteForm::buildLayout()
     m_view->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     m_view->setBackgroundBrush(RouteCellItem::kPlain);
     m_view->setOptimizationFlags(QGraphicsView::DontSavePainterState | QGraphicsView::DontAdjustForAntialiasing);
-    m_view->viewport()->setMouseTracking(true);
-    m_viewport = m_view->viewport();
-    m_viewport->installEventFilter(this);
     connect(m_scene, &CellGraphicsScene::signal_cellPressed, this, &CellRouteForm::onCellPressed,
             Qt::QueuedConnection);
-    connect(m_scene, &CellGraphicsScene::signal_mouseMoved, this, &CellRouteForm::onMouseMoved);
 
-    m_rowHeaders = new RouteHeaderView(Qt::Vertical, QStringLiteral("tx_"), this);
-    m_columnHeaders = new RouteHeaderView(Qt::Horizontal, QStringLiteral("rx_"), this);
+    m_rowHeaders = new RouteHeaderView(RouteGrid::Rows, this);
+    m_columnHeaders = new RouteHeaderView(RouteGrid::Columns, this);
     for (RouteHeaderView *h : {m_rowHeaders, m_columnHeaders}) {
         h->setButtonFilter(this);
         h->setButtonStyleSheet(headerStyleSheet());
     }
     m_rowHeaders->setAxis(0, m_cellSize, m_headerLength);
     m_columnHeaders->setAxis(0, m_cellSize, m_headerLength);
+
+    m_hover = new RouteHoverHighlighter(m_grid, m_view, m_cellSize, m_rowHeaders, m_columnHeaders,
+                                        [this](int row, int column) { return cellItem(row, column); }, this);
+    connect(m_scene, &CellGraphicsScene::signal_mouseMoved, m_hover, &RouteHoverHighlighter::pointerMoved);
 
     connect(m_view->verticalScrollBar(), &QScrollBar::valueChanged, this, [this](int v) {
         m_rowHeaders->setOffset(v);
@@ -163,26 +155,12 @@ void CellRouteForm::buildLayout()
     for (QLabel *l : {m_txCaption, m_rxCaption})
         l->setStyleSheet(QStringLiteral("color: rgb(220, 220, 220);"));
 
-    auto makeFind = [this](const char *name, QStringListModel **model, QCompleter **completer,
-                           RouteGrid::Axis axis) {
-        auto *edit = new QLineEdit(this);
-        edit->setObjectName(QLatin1String(name));
-        edit->setClearButtonEnabled(true);
-        *model = new QStringListModel(this);
-        *completer = new QCompleter(*model, this);
-        (*completer)->setCaseSensitivity(Qt::CaseInsensitive);
-        (*completer)->setFilterMode(Qt::MatchContains);
-        (*completer)->setCompletionMode(QCompleter::PopupCompletion);
-        (*completer)->setMaxVisibleItems(14);
-        edit->setCompleter(*completer);
-        edit->installEventFilter(this);
-        connect(*completer, QOverload<const QString &>::of(&QCompleter::activated), this,
-                [this, axis](const QString &text) { goToSearchEntry(axis, text); });
-        connect(edit, &QLineEdit::returnPressed, this, [this, edit, axis] { goToSearchEntry(axis, edit->text()); });
-        return edit;
-    };
-    m_findOut = makeFind("find_outCh_le", &m_outModel, &m_outCompleter, RouteGrid::Rows);
-    m_findIn = makeFind("find_InCh_le", &m_inModel, &m_inCompleter, RouteGrid::Columns);
+    m_findOut = new RouteSearchBar(m_grid, RouteGrid::Rows, this);
+    m_findOut->setObjectName(QStringLiteral("find_outCh_le"));
+    m_findIn = new RouteSearchBar(m_grid, RouteGrid::Columns, this);
+    m_findIn->setObjectName(QStringLiteral("find_InCh_le"));
+    for (RouteSearchBar *find : {m_findOut, m_findIn})
+        connect(find, &RouteSearchBar::signal_found, this, &CellRouteForm::goToLine);
     m_findOut->setFixedWidth(m_headerLength - scaled(8));
     m_findIn->setFixedWidth(scaled(260));
 
@@ -267,16 +245,15 @@ void CellRouteForm::slot_rebuild()
         return; // rebuilt when shown
     m_grid.rebuild(m_registry.devices(), m_registry.flows());
     m_checking.clear();
-    m_searchStale = true;
     ++m_rebuildCount;
     relayout();
-    if (m_findOut->hasFocus() || m_findIn->hasFocus())
-        updateSearchLists();
+    m_findOut->markStale();
+    m_findIn->markStale();
 }
 
 void CellRouteForm::relayout()
 {
-    clearHover();
+    m_hover->clear();
     m_scene->setSceneRect(0, 0, m_grid.columnCount() * m_cellSize, m_grid.rowCount() * m_cellSize);
     m_rowHeaders->setAxis(m_grid.rowCount(), m_cellSize, m_headerLength);
     m_columnHeaders->setAxis(m_grid.columnCount(), m_cellSize, m_headerLength);
@@ -296,14 +273,13 @@ void CellRouteForm::updateBand(bool force)
                                             shown.height() / m_cellSize + 1, shown.width() / m_cellSize + 1);
     if (!force && band == m_band)
         return;
-    clearHover();
+    m_hover->clear();
     m_band = band;
     populateCells();
-    m_rowHeaders->populate(band.firstRow, band.lastRow,
-                           [this](QPushButton *b, int line) { decorateHeader(RouteGrid::Rows, b, line); });
-    m_columnHeaders->populate(band.firstColumn, band.lastColumn,
-                              [this](QPushButton *b, int line) { decorateHeader(RouteGrid::Columns, b, line); });
-    restoreHover();
+    const auto decorate = [this](RouteHeaderButton *b, int) { decorateHeader(b); };
+    m_rowHeaders->populate(band.firstRow, band.lastRow, decorate);
+    m_columnHeaders->populate(band.firstColumn, band.lastColumn, decorate);
+    m_hover->restore();
 }
 
 void CellRouteForm::populateCells()
@@ -366,10 +342,10 @@ void CellRouteForm::decorateCell(RouteCellItem *item) const
     item->setPicture(checking ? m_checkingPicture : state == 2 ? m_checkedPicture : QPixmap());
 }
 
-void CellRouteForm::decorateHeader(RouteGrid::Axis axis, QPushButton *button, int line) const
+void CellRouteForm::decorateHeader(RouteHeaderButton *button) const
 {
-    const AxisItem &item = m_grid.axis(axis).at(line);
-    button->setText(item.headerText());
+    const RouteGrid::Axis axis = button->axis();
+    const AxisItem &item = m_grid.axis(axis).at(button->line());
     const char *kind = item.isMcastFlow ? (item.isOwner() ? "flow" : "flowChannel")
                                         : (item.isOwner() ? "owner" : "channel");
     button->setProperty("line", QLatin1String(kind));
@@ -399,15 +375,9 @@ void CellRouteForm::decorateHeader(RouteGrid::Axis axis, QPushButton *button, in
         button->setIcon(QIcon());
         button->setToolTip(item.ownerName + QLatin1Char(':') + item.channelName);
     }
-    repolish(button);
-}
-
-void CellRouteForm::refreshHeaderStyle(QPushButton *button, const char *hover) const
-{
-    if (button->property("hover").toString() == QLatin1String(hover))
-        return;
-    button->setProperty("hover", QLatin1String(hover));
-    repolish(button);
+    // Both tool tips hold the whole name, which the button may cut.
+    button->setFullText(item.headerText());
+    button->repolish();
 }
 
 RouteCellItem *CellRouteForm::cellItem(int row, int column) const
@@ -418,12 +388,12 @@ RouteCellItem *CellRouteForm::cellItem(int row, int column) const
     return i < m_items.size() ? m_items.at(i) : nullptr;
 }
 
-QPushButton *CellRouteForm::rowHeader(int row) const
+RouteHeaderButton *CellRouteForm::rowHeader(int row) const
 {
     return m_rowHeaders->button(row);
 }
 
-QPushButton *CellRouteForm::columnHeader(int column) const
+RouteHeaderButton *CellRouteForm::columnHeader(int column) const
 {
     return m_columnHeaders->button(column);
 }
@@ -439,87 +409,6 @@ void CellRouteForm::scrollToLine(RouteGrid::Axis axis, int line)
         return;
     QScrollBar *bar = axis == RouteGrid::Rows ? m_view->verticalScrollBar() : m_view->horizontalScrollBar();
     bar->setValue(line * m_cellSize);
-}
-
-void CellRouteForm::restoreHover()
-{
-    if (m_pointerInside && m_hoverRow < 0)
-        onMouseMoved(m_view->mapToScene(m_pointer));
-}
-
-void CellRouteForm::onMouseMoved(const QPointF &scenePos)
-{
-    m_pointerInside = true;
-    m_pointer = m_view->mapFromScene(scenePos);
-    int row = -1;
-    int column = -1;
-    if (!m_grid.cellAt(qFloor(scenePos.x()), qFloor(scenePos.y()), m_cellSize, &row, &column)) {
-        clearHover();
-        return;
-    }
-    if (row == m_hoverRow && column == m_hoverColumn)
-        return;
-    setHover(row, column);
-}
-
-void CellRouteForm::setHover(int row, int column)
-{
-    clearHover();
-    m_hoverRow = row;
-    m_hoverColumn = column;
-    if (RouteCellItem *item = cellItem(row, column)) {
-        item->setToolTip(QStringLiteral("<span style=\"font-family:'微软雅黑'; font-size:%1pt;\">%2</span>")
-                             .arg(qMax(1, int(newAdjScale * 9)))
-                             .arg(m_grid.toolTip(row, column).toHtmlEscaped()));
-    }
-    const AxisItem &r = m_grid.rows().at(row);
-    const AxisItem &c = m_grid.columns().at(column);
-    const char *rowHover = r.isMcastFlow ? "flow" : "device";
-    if (r.isOwner() || c.isOwner()) {
-        // No cell highlight on owner lines: their headers light up instead.
-        if (QPushButton *b = m_rowHeaders->button(r.ownerLine)) {
-            refreshHeaderStyle(b, rowHover);
-            m_litHeaders.append(b);
-        }
-        if (QPushButton *b = m_columnHeaders->button(c.ownerLine)) {
-            refreshHeaderStyle(b, "device");
-            m_litHeaders.append(b);
-        }
-        return;
-    }
-    auto light = [this](int rr, int cc) {
-        RouteCellItem *item = cellItem(rr, cc);
-        if (item && !item->isChecked() && !item->isChecking()) {
-            item->setHighlighted(true);
-            m_lit.append(item);
-        }
-    };
-    for (int cc = m_band.firstColumn; cc <= m_band.lastColumn; ++cc)
-        light(row, cc);
-    for (int rr = m_band.firstRow; rr <= m_band.lastRow; ++rr)
-        if (rr != row)
-            light(rr, column);
-    // The channel headers of the hovered cell light up too, so its names read at once.
-    if (QPushButton *b = m_rowHeaders->button(row)) {
-        refreshHeaderStyle(b, rowHover);
-        m_litHeaders.append(b);
-    }
-    if (QPushButton *b = m_columnHeaders->button(column)) {
-        refreshHeaderStyle(b, "device");
-        m_litHeaders.append(b);
-    }
-}
-
-void CellRouteForm::clearHover()
-{
-    for (RouteCellItem *item : qAsConst(m_lit))
-        item->setHighlighted(false);
-    m_lit.clear();
-    for (QPushButton *b : qAsConst(m_litHeaders))
-        refreshHeaderStyle(b, "");
-    m_litHeaders.clear();
-    m_hoverRow = -1;
-    m_hoverColumn = -1;
 }
 
 void CellRouteForm::onCellPressed(int x, int y)
@@ -543,11 +432,8 @@ void CellRouteForm::onCellPressed(int x, int y)
     if (passed) {
         if (plan.markChecking) {
             m_checking.insert(cellKey(row, column));
-            if (RouteCellItem *item = cellItem(row, column)) {
-                if (m_lit.contains(item))
-                    item->setHighlighted(false);
+            if (RouteCellItem *item = cellItem(row, column))
                 decorateCell(item);
-            }
         }
     }
     if (m_rebuildWanted) {
@@ -573,16 +459,11 @@ void CellRouteForm::toggleOwner(RouteGrid::Axis axis, const QString &ownerId)
     relayout();
 }
 
-bool CellRouteForm::headerEvent(QPushButton *button, QEvent *event)
+bool CellRouteForm::headerEvent(RouteHeaderButton *button, QEvent *event)
 {
-    const QString name = button->objectName();
-    const int split = name.indexOf(QLatin1Char('_'));
-    if (split < 0)
-        return false;
-    const RouteGrid::Axis axis = name.leftRef(split) == QLatin1String("tx") ? RouteGrid::Rows : RouteGrid::Columns;
-    bool ok = false;
-    const int line = name.midRef(split + 1).toInt(&ok);
-    if (!ok || line < 0 || line >= m_grid.axis(axis).size())
+    const RouteGrid::Axis axis = button->axis();
+    const int line = button->line();
+    if (line < 0 || line >= m_grid.axis(axis).size())
         return false;
     const AxisItem &item = m_grid.axis(axis).at(line);
     auto *mouse = static_cast<QMouseEvent *>(event);
@@ -615,7 +496,7 @@ bool CellRouteForm::headerEvent(QPushButton *button, QEvent *event)
 
 bool CellRouteForm::eventFilter(QObject *watched, QEvent *event)
 {
-    if (auto *button = qobject_cast<QPushButton *>(watched)) {
+    if (auto *button = qobject_cast<RouteHeaderButton *>(watched)) {
         switch (event->type()) {
         case QEvent::MouseButtonPress:
         case QEvent::MouseButtonRelease:
@@ -625,68 +506,18 @@ bool CellRouteForm::eventFilter(QObject *watched, QEvent *event)
             return false;
         }
     }
-    // Compared by the pointer kept at construction: while the page is torn
-    // down the view is already half destroyed and must not be called.
-    if (watched == m_viewport && event->type() == QEvent::Leave) {
-        m_pointerInside = false;
-        clearHover();
-    }
-    if ((watched == m_findOut || watched == m_findIn) && event->type() == QEvent::FocusIn)
-        updateSearchLists();
     return QWidget::eventFilter(watched, event);
 }
 
-void CellRouteForm::updateSearchLists()
+void CellRouteForm::goToLine(RouteGrid::Axis axis, const QString &ownerId, int channel)
 {
-    if (!m_searchStale)
-        return;
-    m_searchStale = false;
-    m_outEntries = m_grid.searchEntries(RouteGrid::Rows);
-    m_inEntries = m_grid.searchEntries(RouteGrid::Columns);
-    QStringList out;
-    out.reserve(m_outEntries.size());
-    for (const RouteGrid::SearchEntry &e : qAsConst(m_outEntries))
-        out.append(e.text);
-    QStringList in;
-    in.reserve(m_inEntries.size());
-    for (const RouteGrid::SearchEntry &e : qAsConst(m_inEntries))
-        in.append(e.text);
-    m_outModel->setStringList(out);
-    m_inModel->setStringList(in);
-}
-
-void CellRouteForm::goToSearchEntry(RouteGrid::Axis axis, const QString &text)
-{
-    updateSearchLists();
-    const QString wanted = text.trimmed();
-    if (wanted.isEmpty())
-        return;
-    const QVector<RouteGrid::SearchEntry> &entries = axis == RouteGrid::Rows ? m_outEntries : m_inEntries;
-    const RouteGrid::SearchEntry *found = nullptr;
-    for (const RouteGrid::SearchEntry &e : entries) {
-        if (e.text.compare(wanted, Qt::CaseInsensitive) == 0) {
-            found = &e;
-            break;
-        }
-    }
-    for (int i = 0; !found && i < entries.size(); ++i)
-        if (entries.at(i).text.contains(wanted, Qt::CaseInsensitive))
-            found = &entries.at(i);
-    if (!found)
-        return;
-    const QString owner = found->ownerId;
-    const int channel = found->channel;
-    if (channel > 0 && !m_grid.isExpanded(axis, owner))
-        toggleOwner(axis, owner);
-    const int line = m_grid.findLine(axis, owner, channel);
+    if (channel > 0 && !m_grid.isExpanded(axis, ownerId))
+        toggleOwner(axis, ownerId);
+    const int line = m_grid.findLine(axis, ownerId, channel);
     scrollToLine(axis, line);
     updateBand(false);
-    RouteHeaderView *headers = axis == RouteGrid::Rows ? m_rowHeaders : m_columnHeaders;
-    if (QPushButton *b = headers->button(line)) {
-        const bool flow = m_grid.axis(axis).at(line).isMcastFlow;
-        refreshHeaderStyle(b, flow ? "flow" : "device");
-        m_litHeaders.append(b);
-    }
+    if (line >= 0)
+        m_hover->lightHeader(axis, line);
 }
 
 void CellRouteForm::changeEvent(QEvent *event)

@@ -2,6 +2,7 @@
 
 #include "core/routing/routegrid.h"
 #include "core/routing/tileband.h"
+#include "gui/routing/routeheaderbutton.h"
 
 #include <QIcon>
 #include <QPixmap>
@@ -13,20 +14,20 @@ class PlanRunner;
 class CellGraphicsScene;
 class DevManager;
 class DeviceUiStore;
-class QCompleter;
 class QGraphicsView;
 class QLabel;
-class QLineEdit;
-class QPushButton;
-class QStringListModel;
 class QTimer;
 class RouteCellItem;
 class RouteHeaderView;
+class RouteHoverHighlighter;
+class RouteSearchBar;
 
 /// The routing page: every source (device transmit channels, multicast flows)
 /// against every receive channel, one square cell per route. A click on a
 /// cell is decided by planRouteClick; the page shows its steps and sends its
 /// command. Only the tile band around the view holds graphics items.
+/// The search fields (RouteSearchBar) and the hover lights
+/// (RouteHoverHighlighter) are parts of their own.
 ///
 /// Lives on the interface thread; reads the registry through copies.
 class CellRouteForm : public QWidget
@@ -44,8 +45,8 @@ public:
     /// The item of a cell, or nullptr when it lies outside the tile band.
     RouteCellItem *cellItem(int row, int column) const;
     /// The header button of a line, or nullptr outside the band.
-    QPushButton *rowHeader(int row) const;
-    QPushButton *columnHeader(int column) const;
+    RouteHeaderButton *rowHeader(int row) const;
+    RouteHeaderButton *columnHeader(int column) const;
     /// The centre of a cell in view (viewport) coordinates.
     QPoint cellCentreInView(int row, int column) const;
     /// Scrolls so that a line is the first in view.
@@ -82,18 +83,12 @@ private:
     void updateBand(bool force);
     void populateCells();
     void decorateCell(RouteCellItem *item) const;
-    void decorateHeader(RouteGrid::Axis axis, QPushButton *button, int line) const;
-    void refreshHeaderStyle(QPushButton *button, const char *hover) const;
+    void decorateHeader(RouteHeaderButton *button) const;
     void onCellPressed(int x, int y);
-    void onMouseMoved(const QPointF &scenePos);
-    void setHover(int row, int column);
-    void clearHover();
-    /// Lights the cell under the resting pointer again after the items were redrawn.
-    void restoreHover();
-    bool headerEvent(QPushButton *button, QEvent *event);
+    bool headerEvent(RouteHeaderButton *button, QEvent *event);
     void toggleOwner(RouteGrid::Axis axis, const QString &ownerId);
-    void updateSearchLists();
-    void goToSearchEntry(RouteGrid::Axis axis, const QString &text);
+    /// A search found a line: unfold its owner if need be, scroll to it, light its header.
+    void goToLine(RouteGrid::Axis axis, const QString &ownerId, int channel);
     QString cellKey(int row, int column) const;
 
     const DevManager &m_registry;
@@ -106,33 +101,22 @@ private:
 
     CellGraphicsScene *m_scene;
     QGraphicsView *m_view;
-    QWidget *m_viewport = nullptr;
     RouteHeaderView *m_rowHeaders;
     RouteHeaderView *m_columnHeaders;
     QLabel *m_txCaption;
     QLabel *m_rxCaption;
-    QLineEdit *m_findOut;
-    QLineEdit *m_findIn;
-    QStringListModel *m_outModel;
-    QStringListModel *m_inModel;
-    QCompleter *m_outCompleter;
-    QCompleter *m_inCompleter;
-    QVector<RouteGrid::SearchEntry> m_outEntries;
-    QVector<RouteGrid::SearchEntry> m_inEntries;
+    RouteSearchBar *m_findOut;
+    RouteSearchBar *m_findIn;
+    RouteHoverHighlighter *m_hover = nullptr;
     QLabel *m_empty;
     QVector<QLabel *> m_legendTexts;
     QTimer *m_rebuildTimer;
 
     QVector<RouteCellItem *> m_items;  // the band, row-major
     QSet<QString> m_checking;  // cells waiting for the device, by owners and channels
-    int m_hoverRow = -1;
-    int m_hoverColumn = -1;
-    QVector<RouteCellItem *> m_lit;
-    QVector<QPushButton *> m_litHeaders;
     QPoint m_headerPress;
     bool m_inClick = false;
     bool m_rebuildWanted = false;
-    bool m_searchStale = true;
     int m_rebuildCount = 0;
 
     QPixmap m_checkedPicture;
@@ -143,7 +127,5 @@ private:
     QIcon m_decreaseIcon;
     QIcon m_increaseColumnIcon;  // turned against the column strip's quarter turn
     QIcon m_decreaseColumnIcon;
-    QPoint m_pointer;            // in the viewport, while the pointer is over it
-    bool m_pointerInside = false;
     PlanRunner *m_runner = nullptr;
 };

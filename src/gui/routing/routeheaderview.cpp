@@ -1,8 +1,9 @@
 #include "gui/routing/routeheaderview.h"
 
+#include "gui/routing/routeheaderbutton.h"
+
 #include <QGraphicsProxyWidget>
 #include <QGraphicsScene>
-#include <QPushButton>
 #include <QScrollBar>
 
 namespace {
@@ -13,12 +14,12 @@ const int kSlack = 64;
 
 } // namespace
 
-RouteHeaderView::RouteHeaderView(Qt::Orientation orientation, const QString &prefix, QWidget *parent)
+RouteHeaderView::RouteHeaderView(RouteGrid::Axis axis, QWidget *parent)
     : QGraphicsView(parent)
-    , m_orientation(orientation)
-    , m_prefix(prefix)
+    , m_axis(axis)
+    , m_orientation(axis == RouteGrid::Rows ? Qt::Vertical : Qt::Horizontal)
 {
-    setObjectName(orientation == Qt::Vertical ? QStringLiteral("gv_rowHeaders") : QStringLiteral("gv_columnHeaders"));
+    setObjectName(m_orientation == Qt::Vertical ? QStringLiteral("gv_rowHeaders") : QStringLiteral("gv_columnHeaders"));
     auto *scene = new QGraphicsScene(this);
     setScene(scene);
     setFrameShape(QFrame::NoFrame);
@@ -35,7 +36,7 @@ RouteHeaderView::RouteHeaderView(Qt::Orientation orientation, const QString &pre
     m_band->setObjectName(QStringLiteral("wd_headerBand"));
     m_band->setAttribute(Qt::WA_StyledBackground);
     m_proxy = scene->addWidget(m_band);
-    if (orientation == Qt::Horizontal)
+    if (m_orientation == Qt::Horizontal)
         m_proxy->setRotation(-90);
 }
 
@@ -53,13 +54,12 @@ void RouteHeaderView::setAxis(int lines, int cellSize, int headerLength)
     }
 }
 
-void RouteHeaderView::populate(int first, int last, const std::function<void(QPushButton *, int)> &decorate)
+void RouteHeaderView::populate(int first, int last, const std::function<void(RouteHeaderButton *, int)> &decorate)
 {
     const int count = qMax(0, last - first + 1);
+    const QString prefix = m_axis == RouteGrid::Rows ? QStringLiteral("tx_") : QStringLiteral("rx_");
     while (m_buttons.size() < count) {
-        auto *b = new QPushButton(m_band);
-        b->setFocusPolicy(Qt::NoFocus);
-        b->setAutoDefault(false);
+        auto *b = new RouteHeaderButton(m_axis, m_band);
         if (m_filter)
             b->installEventFilter(m_filter);
         m_buttons.append(b);
@@ -68,13 +68,16 @@ void RouteHeaderView::populate(int first, int last, const std::function<void(QPu
     m_shown = count;
     m_band->resize(m_length, qMax(1, count * m_cellSize));
     for (int i = 0; i < m_buttons.size(); ++i) {
-        QPushButton *b = m_buttons.at(i);
+        RouteHeaderButton *b = m_buttons.at(i);
         if (i >= count) {
             b->hide();
             b->setObjectName(QString());
+            b->setLine(-1);
             continue;
         }
-        b->setObjectName(m_prefix + QString::number(first + i));
+        // The name is for readers and tests; the page goes by the line.
+        b->setObjectName(prefix + QString::number(first + i));
+        b->setLine(first + i);
         b->setGeometry(0, i * m_cellSize, m_length, m_cellSize);
         decorate(b, first + i);
         b->show();
@@ -85,7 +88,7 @@ void RouteHeaderView::populate(int first, int last, const std::function<void(QPu
         m_proxy->setPos(first * m_cellSize, m_length);
 }
 
-QPushButton *RouteHeaderView::button(int line) const
+RouteHeaderButton *RouteHeaderView::button(int line) const
 {
     const int i = line - m_first;
     return i >= 0 && i < m_shown ? m_buttons.at(i) : nullptr;

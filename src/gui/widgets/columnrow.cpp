@@ -1,5 +1,6 @@
 #include "gui/widgets/columnrow.h"
 
+#include "gui/widgets/elidedlabel.h"
 #include "gui/widgets/style.h"
 #include "core/app/scalefactors.h"
 
@@ -29,7 +30,7 @@ ColumnRow::ColumnRow(const QVector<int> &stretches, int leadingWidth, QWidget *p
         auto *cellLayout = new QHBoxLayout(cell);
         cellLayout->setContentsMargins(0, 0, 0, 0);
         cellLayout->setSpacing(scaled(4));
-        auto *label = new QLabel(cell);
+        auto *label = new ElidedLabel(cell);
         label->setObjectName(QStringLiteral("lb_col%1").arg(i));
         label->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
         label->setFont(Style::font(10.5));
@@ -42,16 +43,16 @@ ColumnRow::ColumnRow(const QVector<int> &stretches, int leadingWidth, QWidget *p
 
 QString ColumnRow::text(int column) const
 {
-    const QLabel *l = label(column);
-    return l ? l->text() : QString();
+    const auto *l = static_cast<const ElidedLabel *>(label(column));
+    return l ? l->fullText() : QString();
 }
 
 void ColumnRow::setText(int column, const QString &text)
 {
-    QLabel *l = label(column);
-    if (!l || l->text() == text)
+    auto *l = static_cast<ElidedLabel *>(label(column));
+    if (!l || l->fullText() == text)
         return;
-    l->setText(text);
+    l->setFullText(text);
     l->setToolTip(text);
 }
 

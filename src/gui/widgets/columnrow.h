@@ -18,10 +18,12 @@ public:
     ColumnRow(const QVector<int> &stretches, int leadingWidth, QWidget *parent = nullptr);
 
     int columnCount() const { return m_labels.size(); }
+    /// The cell's label: it shows the text cut with "…" when it does not fit.
     QLabel *label(int column) const { return m_labels.value(column); }
+    /// The cell's whole text, cut or not.
     QString text(int column) const;
     /// Sets a cell's text; the full text is the tool tip, since a narrow
-    /// window may cut it.
+    /// window cuts it.
     void setText(int column, const QString &text);
     /// The cell's layout, to put a widget beside its label.
     QHBoxLayout *cellLayout(int column) const { return m_cellLayouts.value(column); }
