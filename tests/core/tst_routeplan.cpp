@@ -119,6 +119,11 @@ void TestRoutePlan::vanishedReceiverSendsNothing()
     RouteContext c = deviceClick();
     c.rx.reset();
     QVERIFY(planRouteClick(c).command.isEmpty());
+    // An unrouted cell on a flow row no longer announced offers nothing to subscribe to.
+    RouteContext f = flowClick();
+    f.flow.reset();
+    const RoutePlan p = planRouteClick(f);
+    QVERIFY(p.command.isEmpty() && p.steps.isEmpty() && !p.markChecking);
 }
 
 void TestRoutePlan::routedCellOnlyClears()

@@ -24,9 +24,7 @@ private slots:
     void initTestCase();
     void devicesAreDiscoveredAndPolled();
     void flowsFromSap();
-    void routesCountChannelsFromOne();
     void sendPassesThroughTheRouter();
-    void watchPrintsNotices();
     void errors_data();
     void errors();
 };
@@ -46,11 +44,6 @@ void TestCli::devicesAreDiscoveredAndPolled()
     QCOMPARE(arr.size(), 1);
     const QJsonObject d = arr.first().toObject();
     QCOMPARE(d.value("devId").toString(), QStringLiteral("E1"));
-    QCOMPARE(d.value("ip").toString(), QStringLiteral("127.0.0.20"));
-    QCOMPARE(d.value("port").toInt(), 9990);
-    QVERIFY(d.value("chNumRx").isDouble());
-    QCOMPARE(d.value("sampleRate").toInt(), 48000);
-    QCOMPARE(d.value("model").toString(), QStringLiteral("RK0808"));
     QCOMPARE(d.value("tablesComplete").toBool(), true);
 
     // The poller asked at the announced port, "idStart" as text.
@@ -73,37 +66,14 @@ void TestCli::flowsFromSap()
     const QJsonArray arr = r.json.array();
     QCOMPARE(arr.size(), 1);
     const QJsonObject f = arr.first().toObject();
+    // The other members are checked against the simulator's flows (tst_clisim).
     QCOMPARE(f.value("name").toString(), QStringLiteral("Stage L-R"));
-    QCOMPARE(f.value("srcIp").toString(), QStringLiteral("127.0.0.21"));
-    QCOMPARE(f.value("dstIp").toString(), QStringLiteral("239.69.0.21"));
-    QCOMPARE(f.value("dstPort").toInt(), 5004);
-    QCOMPARE(f.value("chNum").toInt(), 2);
-    QCOMPARE(f.value("sampleByteNum").toInt(), 3);
-    QCOMPARE(f.value("sampleRate").toInt(), 48000);
     QCOMPARE(f.value("pFrameNum").toInt(), 48);
     QCOMPARE(f.value("gmClkId").toString(), QStringLiteral("00-1D-C1-FF-FE-00-00-01"));
     QCOMPARE(f.value("rtpTsOffset").toInt(), 0);
 
     const CliRun text = cli({"--interface", "127.0.0.1", "--wait", "1", "flows"});
     QVERIFY(text.out.contains("239.69.0.21:5004"));
-}
-
-void TestCli::routesCountChannelsFromOne()
-{
-    FakeDevice dev("E3", "127.0.0.22", kSmall);
-    dev.setTable("getAllRxCh", QJsonArray{QJsonObject{{"id", "0"}, {"rtpChId", "0"}}, QJsonObject{{"id", "1"}, {"rtpChId", "1"}}});
-    dev.setTable("getAllRtpCh",
-                 QJsonArray{QJsonObject{{"id", "0"}, {"active", "1"}, {"srcDevId", "TX"}, {"name", "Tx box"}, {"srcChId", "3"},
-                                        {"srcIp", "127.0.0.30"}, {"dstIp", "127.0.0.22"}, {"dstPort", "5004"}},
-                            QJsonObject{{"id", "1"}, {"active", "1"}, {"srcDevId", ""}, {"name", "Flow"}, {"srcChId", "2"},
-                                        {"srcIp", "127.0.0.30"}, {"dstIp", "239.1.2.3"}, {"dstPort", "5004"}}});
-    dev.start();
-    const CliRun r = cli({"--interface", "127.0.0.1", "--wait", "6", "--json", "routes"});
-    QCOMPARE(r.code, 0);
-    const QJsonArray arr = r.json.array();
-    QCOMPARE(arr.size(), 2);
-    QCOMPARE(arr.at(0).toObject(), (QJsonObject{{"rxDevId", "E3"}, {"rxCh", 1}, {"srcDevId", "TX"}, {"srcCh", 4}}));
-    QCOMPARE(arr.at(1).toObject(), (QJsonObject{{"rxDevId", "E3"}, {"rxCh", 2}, {"flowDstIp", "239.1.2.3"}, {"flowCh", 3}}));
 }
 
 void TestCli::sendPassesThroughTheRouter()
@@ -128,21 +98,6 @@ void TestCli::sendPassesThroughTheRouter()
     QVERIFY(seen);
     // A device name works as well as its id.
     QCOMPARE(cli({"--interface", "127.0.0.1", "--wait", "5", "send", "Dev E4", "{\"ops\":\"getVersion\"}"}).code, 0);
-}
-
-void TestCli::watchPrintsNotices()
-{
-    FakeDevice dev("E5", "127.0.0.24", kSmall);
-    dev.start();
-    const CliRun r = cli({"--interface", "127.0.0.1", "--wait", "2", "--json", "watch"});
-    QCOMPARE(r.code, 0);
-    bool added = false;
-    for (const QByteArray &line : r.out.split('\n')) {
-        const QJsonObject o = QJsonDocument::fromJson(line).object();
-        if (o.value("ops") == "addDev" && o.value("devId") == "E5")
-            added = true;
-    }
-    QVERIFY2(added, r.out.constData());
 }
 
 void TestCli::errors_data()

@@ -4,8 +4,7 @@
 // that differs between the two shows up here.
 #include "../support/clirunner.h"
 
-#include <QHostAddress>
-#include <QUdpSocket>
+#include <QElapsedTimer>
 #include <QtTest>
 
 #include <functional>
@@ -198,21 +197,14 @@ void TestCliSim::discoveryOfTheDefaultScenario()
                                 "sampleRate", "sampleByteNum", "pFrameNum", "dscp", "delayUs", "phyChNumRx",
                                 "phyChNumTx", "canWork"})
             QVERIFY2(d.value(key).isDouble(), qPrintable(QStringLiteral("%1 %2").arg(e.devId, key)));
-        QCOMPARE(d.value("name").toString(), QString::fromUtf8(e.name));
-        QCOMPARE(d.value("model").toString(), QString::fromLatin1(e.model));
-        QCOMPARE(d.value("ip").toString(), QString::fromLatin1(e.ip));
-        QCOMPARE(d.value("port").toInt(), e.port);
-        QCOMPARE(d.value("chNumRx").toInt(), e.chNumRx);
-        QCOMPARE(d.value("chNumTx").toInt(), e.chNumTx);
-        QCOMPARE(d.value("phyChNumRx").toInt(), e.phyChNumRx);
-        QCOMPARE(d.value("phyChNumTx").toInt(), e.phyChNumTx);
-        QCOMPARE(d.value("sampleRate").toInt(), e.sampleRate);
-        QCOMPARE(d.value("pFrameNum").toInt(), e.sampleRate / 1000);
-        QCOMPARE(d.value("sampleByteNum").toInt(), 3);
-        QCOMPARE(d.value("delayUs").toInt(), 2000);
-        QCOMPARE(d.value("canWork").toInt(), 1);
-        QCOMPARE(d.value("myClkId").toString(), QStringLiteral("00-1D-C1-FF-FE-00-00-0%1").arg(place));
-        QCOMPARE(d.value("gmClkId").toString(), QString::fromLatin1(kLeaderClock));
+        const QJsonObject want{{"name", QString::fromUtf8(e.name)}, {"model", e.model}, {"ip", e.ip}, {"port", e.port},
+                               {"chNumRx", e.chNumRx}, {"chNumTx", e.chNumTx}, {"phyChNumRx", e.phyChNumRx},
+                               {"phyChNumTx", e.phyChNumTx}, {"sampleRate", e.sampleRate},
+                               {"pFrameNum", e.sampleRate / 1000}, {"sampleByteNum", 3}, {"delayUs", 2000},
+                               {"canWork", 1}, {"gmClkId", kLeaderClock},
+                               {"myClkId", QStringLiteral("00-1D-C1-FF-FE-00-00-0%1").arg(place)}};
+        for (auto it = want.begin(); it != want.end(); ++it)
+            QVERIFY2(d.value(it.key()) == it.value(), qPrintable(QStringLiteral("%1 %2").arg(e.devId, it.key())));
         QVERIFY2(d.value("tablesComplete").toBool(), e.devId);
     }
 }
@@ -326,35 +318,6 @@ void TestCliSim::lockedDeviceRefusesRoutes()
     const QJsonObject lock{{"ops", "setLock"}, {"password", "123456"}, {"val", "0x2"}};
     QJsonObject reply = send("SIM-0001", lock);
     QCOMPARE(reply.value("result").toString(), QStringLiteral("succ"));
-
-    // The settings and routing lock, straight to the lock port; the device
-    // answers the sender.
-    QUdpSocket socket;
-    QVERIFY(socket.bind(QHostAddress(QStringLiteral("127.0.0.1")), 0));
-    auto setLock = [&](const QString &password) {
-        QJsonObject request = lock;
-        request.insert("devId", "SIM-0001");
-        request.insert("password", password);
-        socket.writeDatagram(compact(request).toUtf8(), QHostAddress(QStringLiteral("127.0.0.2")), 9995);
-        QElapsedTimer clock;
-        clock.start();
-        while (clock.elapsed() < 5000) {
-            if (socket.hasPendingDatagrams() || socket.waitForReadyRead(100)) {
-                QByteArray data(int(socket.pendingDatagramSize()), '\0');
-                socket.readDatagram(data.data(), data.size());
-                const QJsonObject r = QJsonDocument::fromJson(data).object();
-                if (r.value("ops") == "setLock")
-                    return r;
-            }
-        }
-        return QJsonObject();
-    };
-    reply = setLock("654321");
-    QCOMPARE(reply.value("result").toString(), QStringLiteral("fail"));
-    QCOMPARE(reply.value("reason").toString(), QStringLiteral("mismatch"));
-    reply = setLock("123456");
-    QCOMPARE(reply.value("result").toString(), QStringLiteral("succ"));
-
     reply = send("SIM-0001", {{"ops", "getLock"}});
     QCOMPARE(reply.value("routeLock").toString(), QStringLiteral("1"));
     QCOMPARE(reply.value("val").toString(), QStringLiteral("0x2"));
@@ -453,9 +416,6 @@ void TestCliSim::dspDocumentFollowsChanges()
     r = cli({"--wait", "3", "dsp", "set-block", "SIM-0006", "0", "2", "7", R"({"freq":"100"})"});
     QCOMPARE(r.code, 2);
     QVERIFY2(r.err.contains("\"freq\" is not a parameter of the expander"), r.err.constData());
-    r = cli({"--wait", "3", "dsp", "bypass", "SIM-0006", "0", "16", "0", "1"});
-    QCOMPARE(r.code, 2);
-    QVERIFY2(r.err.contains("no block at node 0, channel 16"), r.err.constData());
     r = cli({"--wait", "3", "dsp", "get-config", "Stage Box 2"});
     QCOMPARE(r.code, 3);
     QVERIFY2(r.err.contains("has no DSP"), r.err.constData());
