@@ -439,7 +439,7 @@ void TestDspLink::reconnectionKeepsStoredAddress()
     // Half a reply from the old connection must not prefix the new one's.
     first.last()->write(prefix(100) + "{\"stale\"");
     first.last()->flush();
-    QTest::qWait(50);
+    QTRY_VERIFY_WITH_TIMEOUT(log.count(QStringLiteral("tcp ready all len ")) >= 1, 3000);
 
     link.reconnect(kLoopback2);
     QTRY_COMPARE_WITH_TIMEOUT(second.peers.size(), 1, 3000);
@@ -506,17 +506,14 @@ void TestDspLink::exchangeSucceeds()
     const QString reply = QStringLiteral("{\"ops\":\"getConfig\",\"result\":\"succ\",\"config\":{\"customStr\":\"会议室\"}}");
     dsp.onFrame = [&](QTcpSocket *s, const QString &) {
         const QByteArray f = DspFrameAssembler::frame(reply);
-        s->write(f.left(4));
-        s->waitForBytesWritten(1000);
-        QTest::qWait(30);
-        s->write(f.mid(4, 10));
-        s->waitForBytesWritten(1000);
-        QTest::qWait(30);
-        s->write(f.mid(14));
+        for (const QByteArray &part : {f.left(4), f.mid(4, 10), f.mid(14)}) {
+            s->write(part);
+            s->waitForBytesWritten(1000);
+            QTest::qWait(30); // paced, so that the exchange reads three chunks
+        }
     };
     const QString request = QStringLiteral("{\"ops\":\"getConfig\",\"uiTag\":\"dspUiTag\"}");
-    const DspExchange::Result r = exchangeOffThread(
-        [&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, dsp.port()); });
+    const DspExchange::Result r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, dsp.port()); });
     QVERIFY(r.ok);
     QCOMPARE(r.reply, reply);
     QVERIFY(r.message.isEmpty());
@@ -532,8 +529,7 @@ void TestDspLink::exchangeFailures()
     const QString request = QStringLiteral("{\"ops\":\"getConfig\"}");
 
     // Nobody listening.
-    DspExchange::Result r = exchangeOffThread(
-        [&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, closedPort()); });
+    DspExchange::Result r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, closedPort()); });
     QVERIFY(!r.ok);
     QCOMPARE(r.title, QStringLiteral("Notice"));
     QCOMPARE(r.message, QStringLiteral("Connection failed. Please reopen the device window."));
@@ -546,8 +542,7 @@ void TestDspLink::exchangeFailures()
     // Connected but silent: gives up after the limit, each wait logged.
     FakeDsp silent;
     qint64 took = 0;
-    r = exchangeOffThread(
-        [&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, silent.port(), 300, 1200); }, &took);
+    r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, silent.port(), 300, 1200); }, &took);
     QVERIFY(!r.ok);
     QCOMPARE(r.title, QStringLiteral("提示"));
     QCOMPARE(r.message, QStringLiteral("通信失败"));
@@ -558,8 +553,7 @@ void TestDspLink::exchangeFailures()
     // A first read too short for a prefix ends the exchange at once.
     FakeDsp shortReply;
     shortReply.onFrame = [](QTcpSocket *s, const QString &) { s->write("{}", 2); };
-    r = exchangeOffThread(
-        [&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, shortReply.port(), 300, 5000); }, &took);
+    r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, shortReply.port(), 300, 5000); }, &took);
     QVERIFY(!r.ok);
     QCOMPARE(r.message, QStringLiteral("通信失败"));
     QVERIFY(log.has(QStringLiteral("tcp 读取数据长度错误 2")));
@@ -571,8 +565,7 @@ void TestDspLink::exchangeFailures()
         s->write(prefix(50) + "{\"ops\"");
         s->disconnectFromHost();
     };
-    r = exchangeOffThread(
-        [&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, hangsUp.port(), 1000, 5000); }, &took);
+    r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, hangsUp.port(), 1000, 5000); }, &took);
     QVERIFY(!r.ok);
     QCOMPARE(r.message, QStringLiteral("通信失败"));
     QVERIFY2(took < 2000, qPrintable(QString::number(took)));
