@@ -439,7 +439,7 @@ void TestDspLink::reconnectionKeepsStoredAddress()
     // Half a reply from the old connection must not prefix the new one's.
     first.last()->write(prefix(100) + "{\"stale\"");
     first.last()->flush();
-    QTRY_VERIFY_WITH_TIMEOUT(log.count(QStringLiteral("tcp ready all len ")) >= 1, 3000);
+    QTest::qWait(50); // a partial frame leaves no trace to wait on
 
     link.reconnect(kLoopback2);
     QTRY_COMPARE_WITH_TIMEOUT(second.peers.size(), 1, 3000);
