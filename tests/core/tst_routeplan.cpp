@@ -336,8 +336,7 @@ void TestRoutePlan::flowWithoutAddress()
     QVERIFY(!p.refused());
     const QJsonObject sdp = p.command.value("sdp").toObject();
     QVERIFY(!sdp.contains("dstIp") && !sdp.contains("dstPort"));
-    in.name.clear();
-    QCOMPARE(FlowPlan::create(device("TX", "192.168.1.10"), in, {}, [] { return 0; }).steps.last().text, QStringLiteral("组播流名称不能为空 (the flow name must not be empty)"));
+    // An empty name is refused in the flows page test.
 }
 
 void TestRoutePlan::flowViewReadsTheCreatorsTable()

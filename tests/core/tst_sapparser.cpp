@@ -175,34 +175,22 @@ void TestSapParser::addresses()
 
 void TestSapParser::sampleFormat_data()
 {
+    // Refused formats are rows of rejected.
     QTest::addColumn<QByteArray>("rtpmap");
-    QTest::addColumn<bool>("ok");
     QTest::addColumn<int>("bytes");
     QTest::addColumn<quint32>("rate");
     QTest::addColumn<int>("channels");
-
-    QTest::newRow("L24 stereo") << QByteArray("a=rtpmap:98 L24/48000/2") << true << 3 << 48000u << 2;
-    QTest::newRow("L16 8ch 44.1k") << QByteArray("a=rtpmap:96 L16/44100/8") << true << 2 << 44100u << 8;
-    QTest::newRow("L8 mono") << QByteArray("a=rtpmap:97 L8/48000/1") << true << 1 << 48000u << 1;
-    QTest::newRow("hex and octal") << QByteArray("a=rtpmap:98 L0x18/0xBB80/010") << true << 3 << 48000u << 8;
-    QTest::newRow("L40") << QByteArray("a=rtpmap:98 L40/48000/2") << false << 0 << 0u << 0;
-    QTest::newRow("L4") << QByteArray("a=rtpmap:98 L4/48000/2") << false << 0 << 0u << 0;
-    QTest::newRow("0 channels") << QByteArray("a=rtpmap:98 L24/48000/0") << false << 0 << 0u << 0;
-    QTest::newRow("9 channels") << QByteArray("a=rtpmap:98 L24/48000/9") << false << 0 << 0u << 0;
-    QTest::newRow("258 channels") << QByteArray("a=rtpmap:98 L24/48000/258") << false << 0 << 0u << 0;
-    QTest::newRow("no channel count") << QByteArray("a=rtpmap:98 L24/48000") << false << 0 << 0u << 0;
-    QTest::newRow("rate too wide") << QByteArray("a=rtpmap:98 L24/4294967296/2") << false << 0 << 0u << 0;
-    QTest::newRow("not linear PCM") << QByteArray("a=rtpmap:98 AM824/48000/2") << false << 0 << 0u << 0;
+    QTest::newRow("L24 stereo") << QByteArray("a=rtpmap:98 L24/48000/2") << 3 << 48000u << 2;
+    QTest::newRow("L16 8ch 44.1k") << QByteArray("a=rtpmap:96 L16/44100/8") << 2 << 44100u << 8;
+    QTest::newRow("L8 mono") << QByteArray("a=rtpmap:97 L8/48000/1") << 1 << 48000u << 1;
+    QTest::newRow("hex and octal") << QByteArray("a=rtpmap:98 L0x18/0xBB80/010") << 3 << 48000u << 8;
 }
 
 void TestSapParser::sampleFormat()
 {
     QFETCH(QByteArray, rtpmap);
-    QFETCH(bool, ok);
     FlowDescription f;
-    QCOMPARE(parse(sapPacket(sdpWith("a=rtpmap", rtpmap)), &f), ok);
-    if (!ok)
-        return;
+    QVERIFY(parse(sapPacket(sdpWith("a=rtpmap", rtpmap)), &f));
     QTEST(int(f.sampleByteNum), "bytes");
     QTEST(f.sampleRate, "rate");
     QTEST(int(f.chNum), "channels");
@@ -238,35 +226,24 @@ void TestSapParser::framesPerPacket()
 
 void TestSapParser::portAndOffset_data()
 {
-    // Both read as C numbers, whose base follows the text; what else is checked is each field's range.
+    // Both read as C numbers, whose base follows the text; out-of-range values are rows of rejected.
     QTest::addColumn<QByteArray>("prefix");
     QTest::addColumn<QByteArray>("line");
-    QTest::addColumn<bool>("ok");
     QTest::addColumn<quint32>("value");
     const QByteArray m = "m=audio", c = "a=mediaclk";
-    QTest::newRow("port hex") << m << QByteArray("m=audio 0x138c RTP/AVP 98") << true << 5004u;
-    QTest::newRow("port highest") << m << QByteArray("m=audio 65535 RTP/AVP 98") << true << 65535u;
-    QTest::newRow("port zero") << m << QByteArray("m=audio 0 RTP/AVP 98") << false << 0u;
-    QTest::newRow("port 65536") << m << QByteArray("m=audio 65536 RTP/AVP 98") << false << 0u;
-    QTest::newRow("port wraps to 5004") << m << QByteArray("m=audio 70540 RTP/AVP 98") << false << 0u;
-    QTest::newRow("port negative") << m << QByteArray("m=audio -5004 RTP/AVP 98") << false << 0u;
-    QTest::newRow("offset with rate") << c << QByteArray("a=mediaclk:direct=963214424 rate=48000") << true << 963214424u;
-    QTest::newRow("offset highest") << c << QByteArray("a=mediaclk:direct=0xffffffff") << true << 4294967295u;
-    QTest::newRow("offset wraps to 0") << c << QByteArray("a=mediaclk:direct=4294967296") << false << 0u;
-    QTest::newRow("offset huge") << c << QByteArray("a=mediaclk:direct=99999999999999999999999") << false << 0u;
-    QTest::newRow("offset negative") << c << QByteArray("a=mediaclk:direct=-1") << false << 0u;
-    QTest::newRow("offset empty") << c << QByteArray("a=mediaclk:direct=") << false << 0u;
+    QTest::newRow("port hex") << m << QByteArray("m=audio 0x138c RTP/AVP 98") << 5004u;
+    QTest::newRow("port highest") << m << QByteArray("m=audio 65535 RTP/AVP 98") << 65535u;
+    QTest::newRow("offset with rate") << c << QByteArray("a=mediaclk:direct=963214424 rate=48000") << 963214424u;
+    QTest::newRow("offset highest") << c << QByteArray("a=mediaclk:direct=0xffffffff") << 4294967295u;
 }
 
 void TestSapParser::portAndOffset()
 {
     QFETCH(QByteArray, prefix);
     QFETCH(QByteArray, line);
-    QFETCH(bool, ok);
     FlowDescription f;
-    QCOMPARE(parse(sapPacket(sdpWith(prefix, line)), &f), ok);
-    if (ok)
-        QTEST(prefix == "m=audio" ? quint32(f.dstPort) : f.rtpTsOffset, "value");
+    QVERIFY(parse(sapPacket(sdpWith(prefix, line)), &f));
+    QTEST(prefix == "m=audio" ? quint32(f.dstPort) : f.rtpTsOffset, "value");
 }
 
 void TestSapParser::sessionName_data()
@@ -352,6 +329,16 @@ void TestSapParser::rejected_data()
     // Nothing after the group on the filter line (and no space further on in this text): no source.
     QTest::newRow("filter without source")
         << sapPacket(sdpWith("a=source-filter", "a=source-filter: incl IN IP4 239.1.2.3"));
+
+    // Sample formats: widths, channel counts (258 would wrap to 2), rates and encodings not taken.
+    for (const char *format : {"L40/48000/2", "L4/48000/2", "L24/48000/0", "L24/48000/9", "L24/48000/258", "L24/48000",
+                               "L24/4294967296/2", "AM824/48000/2"})
+        QTest::newRow(format) << sapPacket(sdpWith("a=rtpmap", QByteArray("a=rtpmap:98 ") + format));
+    // Ports and offsets out of range, also where they would wrap to a good value.
+    for (const char *port : {"0", "65536", "70540", "-5004"})
+        QTest::newRow(port) << sapPacket(sdpWith("m=audio", QByteArray("m=audio ") + port + " RTP/AVP 98"));
+    for (const char *offset : {"4294967296", "99999999999999999999999", "-1", ""})
+        QTest::newRow(offset) << sapPacket(sdpWith("a=mediaclk", QByteArray("a=mediaclk:direct=") + offset));
 
     // Lines that must be there, in the form read.
     for (const char *prefix : {"s=", "m=audio", "a=rtpmap", "a=ptime", "a=ts-refclk", "a=mediaclk"})

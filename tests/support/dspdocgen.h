@@ -50,10 +50,7 @@ inline QJsonObject eq(int seed)
         bands.append(QJsonObject{{"dbGain", num((seed * 7 + i) % 37 * 0.5 - 12.0)},
                                  {"freq0", num(kFreqs[i] * (1.0 + (seed % 5) * 0.0125))},
                                  {"qBwS", num(0.017 + ((seed + i) % 11) * 0.271)},
-                                 {"type", num(i == 0                ? 1
-                                              : i == 6              ? 2
-                                              : (seed + i) % 4 == 0 ? 7
-                                                                    : 0)}});
+                                 {"type", num(i == 0 ? 1 : i == 6 ? 2 : (seed + i) % 4 == 0 ? 7 : 0)}});
     }
     return QJsonObject{{"bypassArr", bypass}, {"eqArr", bands}};
 }
@@ -94,14 +91,8 @@ inline QJsonArray inputChain(int ch)
     a.append(block(9, {{"freq", num(20 + ch * 97)}, {"gainDb", num(-60 + ch * 0.5)}, {"mode", num(ch % 3)}}));
     a.append(block(7, {{"closeMs", num(ch * 15)}, {"openMs", "10"}, {"trigDb", num(-90 + ch * 0.1)}}, false));
     if (ch % 2)
-        a.append(block(10, {{"aecLevel", num(ch % 4)},
-                            {"ansLevel", "2"},
-                            {"banMask", num(ch * 3)},
-                            {"farCh", num(ch)},
-                            {"farFromOut", "1"},
-                            {"hasAec", "1"},
-                            {"hasAgc", "0"},
-                            {"hasAns", "1"}}));
+        a.append(block(10, {{"aecLevel", num(ch % 4)}, {"ansLevel", "2"}, {"banMask", num(ch * 3)}, {"farCh", num(ch)},
+                            {"farFromOut", "1"}, {"hasAec", "1"}, {"hasAgc", "0"}, {"hasAns", "1"}}));
     else
         a.append(block(3, {{"freqShift", num(1 + ch % 5)}}));
     a.append(block(1, {{"delayNum", num(ch * 48)}, {"maxNum", "24000"}}, ch % 3 == 0));
@@ -123,12 +114,8 @@ inline QJsonArray outputChain(int ch, int firTaps)
     a.append(block(2, dynamics(s + 4), false, ch % 2));
     a.append(block(6, {{"limitDb", num(-(ch % 200) * 0.25)}}));
     a.append(block(5, fir(firTaps, s)));
-    a.append(block(11, {{"attackMs", "50"},
-                        {"duckDb", num(-15 - ch % 10)},
-                        {"holdMs", "500"},
-                        {"refCh", num(ch)},
-                        {"releaseMs", "500"},
-                        {"trigDb", "-40"}}));
+    a.append(block(11, {{"attackMs", "50"}, {"duckDb", num(-15 - ch % 10)}, {"holdMs", "500"}, {"refCh", num(ch)},
+                        {"releaseMs", "500"}, {"trigDb", "-40"}}));
     return a;
 }
 
@@ -180,20 +167,10 @@ inline QJsonObject config(const Options &o = Options())
             mask.append(ch % 8 == 7 ? "0" : "1");
         }
         nodes.append(node(3, ports,
-                          {{"attackMs", "10"},
-                           {"chNumLimit", num(o.inputs)},
-                           {"decayDb", "-6"},
-                           {"duckAttackMs", "50"},
-                           {"duckDb", "-15"},
-                           {"duckReleaseMs", "500"},
-                           {"holdMs", "500"},
-                           {"leaveLastOn", "1"},
-                           {"maskArr", mask},
-                           {"mode", "0"},
-                           {"nomAttenuate", "1"},
-                           {"releaseMs", "300"},
-                           {"slope", "2.5"},
-                           {"trigDb", "-40"}}));
+                          {{"attackMs", "10"}, {"chNumLimit", num(o.inputs)}, {"decayDb", "-6"}, {"duckAttackMs", "50"},
+                           {"duckDb", "-15"}, {"duckReleaseMs", "500"}, {"holdMs", "500"}, {"leaveLastOn", "1"},
+                           {"maskArr", mask}, {"mode", "0"}, {"nomAttenuate", "1"}, {"releaseMs", "300"},
+                           {"slope", "2.5"}, {"trigDb", "-40"}}));
     }
 
     QJsonArray gains;
@@ -218,11 +195,8 @@ inline QJsonObject config(const Options &o = Options())
     const QJsonArray groups{QJsonObject{{"gainDb", "-3"}, {"mute", "0"}, {"name", "Front fill"}},
                             QJsonObject{{"gainDb", "1.5"}, {"mute", "1"}, {"name", "舞台 \"B\""}},
                             QJsonObject{{"gainDb", "0"}, {"mute", "0"}, {"name", ""}}};
-    return QJsonObject{{"customStr", "Hall A / 大厅"},
-                       {"groupArr", groups},
-                       {"nodeArr", nodes},
-                       {"sampleRate", "48000"},
-                       {"version", "4"}};
+    return QJsonObject{{"customStr", "Hall A / 大厅"}, {"groupArr", groups}, {"nodeArr", nodes},
+                       {"sampleRate", "48000"}, {"version", "4"}};
 }
 
 inline QByteArray text(const QJsonObject &o)
@@ -230,10 +204,15 @@ inline QByteArray text(const QJsonObject &o)
     return QJsonDocument(o).toJson(QJsonDocument::Compact);
 }
 
-/// The "getConfig" reply that carries config.
+/// The "getConfig" reply that carries config (as an object or as its text).
+inline QByteArray reply(const QByteArray &configText)
+{
+    return "{\"config\":" + configText + ",\"ops\":\"getConfig\",\"result\":\"succ\",\"uiTag\":\"dspUiTag\"}";
+}
+
 inline QByteArray reply(const QJsonObject &config)
 {
-    return text(QJsonObject{{"config", config}, {"ops", "getConfig"}, {"result", "succ"}, {"uiTag", "dspUiTag"}});
+    return reply(text(config));
 }
 
 } // namespace DspDocGen
