@@ -239,7 +239,7 @@ void SimDevice::boot()
     m_clock->reset();
     m_nextAnnounce = announcementAfter(t - 1);
     m_nextSap = t + (m_network->config().sapMs > 1 ? m_network->random().bounded(m_network->config().sapMs) : 0);
-    m_lastActive = m_routing->activeSignature();
+    m_routing->activityChanged();
     if (m_dspLink && !m_dspLink->isListening()) {
         QString error;
         if (!m_dspLink->listen(QHostAddress(m_address), &error))
@@ -280,9 +280,7 @@ void SimDevice::tick(qint64 t)
         m_nextBlink = t + qint64(m_profile.blinkEveryS) * 1000;
     }
     m_clock->tick(t);
-    const QString active = m_routing->activeSignature();
-    if (active != m_lastActive) {
-        m_lastActive = active;
+    if (m_routing->activityChanged()) {
         sendGroup(announceGroup, QJsonObject{{QStringLiteral("ops"), QStringLiteral("updateActive")},
                                              {QStringLiteral("devId"), devId()}});
     }

@@ -167,5 +167,4 @@ private:
     qint64 m_rebootUntil = -1; ///< >= 0 while rebooting
     bool m_gone = false;
     qint64 m_nextAnnounce = 0, m_nextSap = 0, m_nextBlink = 0;
-    QString m_lastActive;
 };

@@ -25,6 +25,7 @@ const char *const emptyPlace = "4294967295";
 
 SimRouting::SimRouting(SimDevice &device, const SimDeviceProfile &profile)
     : m_device(device)
+    , m_active(size_t(profile.ucastNumRx + profile.mcastNumRx), false)
     , m_rxRoute(profile.chNumRx, -1)
     , m_rtp(profile.chNumRx)
     , m_ucastRx(profile.ucastNumRx)
@@ -63,15 +64,16 @@ bool SimRouting::routeActive(int ch) const
     return false;
 }
 
-QString SimRouting::activeSignature() const
+bool SimRouting::activityChanged()
 {
-    QString s;
-    s.reserve(m_ucastRx.size() + m_mcastRx.size());
-    for (int k = 0; k < m_ucastRx.size(); ++k)
-        s += ucastRxActive(k) ? QLatin1Char('1') : QLatin1Char('0');
-    for (int k = 0; k < m_mcastRx.size(); ++k)
-        s += mcastRxActive(k) ? QLatin1Char('1') : QLatin1Char('0');
-    return s;
+    bool changed = false;
+    const int ucast = m_ucastRx.size();
+    for (int k = 0; k < int(m_active.size()); ++k) {
+        const bool now = k < ucast ? ucastRxActive(k) : mcastRxActive(k - ucast);
+        changed = changed || now != m_active[size_t(k)];
+        m_active[size_t(k)] = now;
+    }
+    return changed;
 }
 
 bool SimRouting::source(int ch, const SimDevice **tx, int *txChannel) const

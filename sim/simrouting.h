@@ -5,6 +5,7 @@
 #include <QString>
 #include <QVector>
 #include <functional>
+#include <vector>
 
 class SimDevice;
 struct SimDeviceProfile;
@@ -25,8 +26,10 @@ public:
     int ucastTxChannelCount(int stream) const { return m_ucastTx.value(stream).channels.size(); }
     /// What receive channel \a ch hears: false when its route carries nothing.
     bool source(int ch, const SimDevice **tx, int *txChannel) const;
-    /// One character per receive stream, "1" while it carries audio; a change is an "updateActive".
-    QString activeSignature() const;
+    /// Notes which receive streams carry audio now; true when that differs
+    /// from the last time (an "updateActive"). Allocates nothing: it runs on
+    /// every tick of every device.
+    bool activityChanged();
 
     /// The routing tables "getAll..." pages through.
     bool page(const QString &ops, int *size, std::function<QJsonValue(int)> *item) const;
@@ -79,7 +82,8 @@ private:
     void clearRoute(int ch, bool *changed);
 
     SimDevice &m_device;
-    QVector<int> m_rxRoute; ///< per receive channel: its route entry, or -1
+    std::vector<bool> m_active; ///< per receive stream, unicast then multicast, as last noted
+    QVector<int> m_rxRoute;     ///< per receive channel: its route entry, or -1
     QVector<RouteEntry> m_rtp;
     QVector<UcastRx> m_ucastRx;
     QVector<UcastTx> m_ucastTx;

@@ -11,6 +11,7 @@
 #include <QMutexLocker>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 
 namespace {
 
@@ -46,8 +47,7 @@ quint32 address(const QJsonValue &v)
     return Ipv4::fromText(v.toString());
 }
 
-template<typename T>
-void ensureSize(QVector<T> &table, int size)
+template <typename T> void ensureSize(QVector<T> &table, int size)
 {
     if (table.size() < size)
         table.resize(size);
@@ -94,6 +94,7 @@ DevManager::DevManager(CommandSink *sink)
     : m_devices(kSlots)
     , m_flows(kSlots)
     , m_sink(sink)
+    , m_askedAt(kSlots, std::numeric_limits<qint64>::min() / 2)
 {
     m_activeDevices.reserve(kSlots);
     m_activeFlows.reserve(kSlots);
@@ -149,8 +150,8 @@ bool DevManager::intakeAnnouncement(const char *data, int length, quint32 sender
         DeviceTables &t = m_devices[size_t(slot)].tables;
         if (route) {
             // The route tables are fetched again from the start.
-            for (auto table : {DeviceTables::RxCh, DeviceTables::RtpCh, DeviceTables::UcastRx,
-                               DeviceTables::UcastTx, DeviceTables::McastRx, DeviceTables::McastTx})
+            for (auto table : {DeviceTables::RxCh, DeviceTables::RtpCh, DeviceTables::UcastRx, DeviceTables::UcastTx,
+                               DeviceTables::McastRx, DeviceTables::McastTx})
                 t.fetched[table] = 0;
         } else {
             t.fetched[DeviceTables::ActiveUcastId] = 0;
@@ -313,8 +314,8 @@ bool DevManager::intakeReply(const QJsonObject &reply, quint32 senderIp)
                     ip = dev.rec.ip;
                     port = quint16(dev.rec.port);
                 }
-                notices.append(deviceNotice(isRouteTable(DeviceTables::Table(table)) ? "updateRoute" : "updateActive",
-                                            dev.rec));
+                notices.append(
+                    deviceNotice(isRouteTable(DeviceTables::Table(table)) ? "updateRoute" : "updateActive", dev.rec));
                 m_dirty = true;
             }
         } else if (storeNamePage(dev, DeviceTables::NameTable(nameTable), reply)) {
@@ -416,8 +417,7 @@ bool DevManager::storeTablePage(Device &dev, DeviceTables::Table t, const QJsonO
             ensureSize(tables.activeMcast, count);
             tables.activeMcast[id] = item.value(QLatin1String("active")).toString() == QLatin1String("1");
             break;
-        default:
-            break;
+        default: break;
         }
     }
     tables.fetched[t] = idNext;
@@ -504,6 +504,8 @@ void DevManager::pollRound()
         int k = 0;
         for (; k < active && requests < kMaxRequestsPerRound; ++k) {
             const int slot = m_activeDevices.at((m_pollCursor + k) % active);
+            if (m_elapsed - m_askedAt[size_t(slot)] < kRetryMs)
+                continue;
             const Device &d = m_devices[size_t(slot)];
             Ask &a = asks[size_t(n)];
             int missing = 0;
@@ -516,6 +518,7 @@ void DevManager::pollRound()
                 continue;
             a.ip = d.rec.ip;
             a.port = quint16(d.rec.port);
+            m_askedAt[size_t(slot)] = m_elapsed;
             requests += missing;
             ++n;
         }
@@ -562,8 +565,8 @@ void DevManager::pollNames()
             for (int t = 0; t < DeviceTables::NameTableCount; ++t) {
                 const auto table = DeviceTables::NameTable(t);
                 if (d.tables.namesFetched[t] < DeviceTables::announcedNameCount(d.rec, table))
-                    asks.append({DeviceTables::nameOperation(table), d.tables.namesFetched[t], d.rec.ip,
-                                 quint16(d.rec.port)});
+                    asks.append(
+                        {DeviceTables::nameOperation(table), d.tables.namesFetched[t], d.rec.ip, quint16(d.rec.port)});
             }
         }
     }
