@@ -47,7 +47,8 @@ quint32 address(const QJsonValue &v)
     return Ipv4::fromText(v.toString());
 }
 
-template <typename T> void ensureSize(QVector<T> &table, int size)
+template<typename T>
+void ensureSize(QVector<T> &table, int size)
 {
     if (table.size() < size)
         table.resize(size);
@@ -150,8 +151,8 @@ bool DevManager::intakeAnnouncement(const char *data, int length, quint32 sender
         DeviceTables &t = m_devices[size_t(slot)].tables;
         if (route) {
             // The route tables are fetched again from the start.
-            for (auto table : {DeviceTables::RxCh, DeviceTables::RtpCh, DeviceTables::UcastRx, DeviceTables::UcastTx,
-                               DeviceTables::McastRx, DeviceTables::McastTx})
+            for (auto table : {DeviceTables::RxCh, DeviceTables::RtpCh, DeviceTables::UcastRx,
+                               DeviceTables::UcastTx, DeviceTables::McastRx, DeviceTables::McastTx})
                 t.fetched[table] = 0;
         } else {
             t.fetched[DeviceTables::ActiveUcastId] = 0;
@@ -314,8 +315,8 @@ bool DevManager::intakeReply(const QJsonObject &reply, quint32 senderIp)
                     ip = dev.rec.ip;
                     port = quint16(dev.rec.port);
                 }
-                notices.append(
-                    deviceNotice(isRouteTable(DeviceTables::Table(table)) ? "updateRoute" : "updateActive", dev.rec));
+                notices.append(deviceNotice(isRouteTable(DeviceTables::Table(table)) ? "updateRoute" : "updateActive",
+                                            dev.rec));
                 m_dirty = true;
             }
         } else if (storeNamePage(dev, DeviceTables::NameTable(nameTable), reply)) {
@@ -417,7 +418,8 @@ bool DevManager::storeTablePage(Device &dev, DeviceTables::Table t, const QJsonO
             ensureSize(tables.activeMcast, count);
             tables.activeMcast[id] = item.value(QLatin1String("active")).toString() == QLatin1String("1");
             break;
-        default: break;
+        default:
+            break;
         }
     }
     tables.fetched[t] = idNext;
@@ -565,8 +567,8 @@ void DevManager::pollNames()
             for (int t = 0; t < DeviceTables::NameTableCount; ++t) {
                 const auto table = DeviceTables::NameTable(t);
                 if (d.tables.namesFetched[t] < DeviceTables::announcedNameCount(d.rec, table))
-                    asks.append(
-                        {DeviceTables::nameOperation(table), d.tables.namesFetched[t], d.rec.ip, quint16(d.rec.port)});
+                    asks.append({DeviceTables::nameOperation(table), d.tables.namesFetched[t], d.rec.ip,
+                                 quint16(d.rec.port)});
             }
         }
     }

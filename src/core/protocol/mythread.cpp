@@ -81,7 +81,8 @@ void enableBroadcast(qintptr fd)
 MyThread::MyThread(DevManager *registry, QObject *parent)
     : QThread(parent)
     , m_registry(registry)
-{}
+{
+}
 
 MyThread::~MyThread()
 {
@@ -114,11 +115,10 @@ int MyThread::sendDatagram(const QByteArray &data, quint32 ip, quint16 port)
     to.sin_port = htons(port);
     to.sin_addr.s_addr = htonl(ip);
 #ifdef Q_OS_WIN
-    const int sent =
-        ::sendto(SOCKET(fd), data.constData(), data.size(), 0, reinterpret_cast<sockaddr *>(&to), sizeof to);
+    const int sent = ::sendto(SOCKET(fd), data.constData(), data.size(), 0, reinterpret_cast<sockaddr *>(&to), sizeof to);
 #else
-    const int sent =
-        int(::sendto(int(fd), data.constData(), size_t(data.size()), 0, reinterpret_cast<sockaddr *>(&to), sizeof to));
+    const int sent = int(::sendto(int(fd), data.constData(), size_t(data.size()), 0,
+                                  reinterpret_cast<sockaddr *>(&to), sizeof to));
 #endif
     return sent < 0 ? -1 : sent;
 }
@@ -292,12 +292,15 @@ void MyThread::handleUdpMcast(const char *data, int length, quint32 ip, quint16)
 {
     const McastIntake::Result r = McastIntake::classify(data, length, ip);
     switch (r.kind) {
-    case McastIntake::Event: emit signal_recv_message(r.text); break;
+    case McastIntake::Event:
+        emit signal_recv_message(r.text);
+        break;
     case McastIntake::Blink:
         qDebug().noquote() << "handleUdpMcast => ops:" << r.op << r.text;
         emit signal_blinkingDev(r.devId);
         break;
-    default: break;
+    default:
+        break;
     }
 }
 
