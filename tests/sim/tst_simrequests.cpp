@@ -2,13 +2,16 @@
 // settings, paged tables, levels and the side ports. The requests and the
 // expected answers are written out by hand.
 #include "grouplistener.h"
+#include "simdevice.h"
 #include "simpeer.h"
 #include "simtestnet.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
+#include <QThread>
 #include <QtTest>
+#include <algorithm>
 
 namespace {
 
@@ -63,6 +66,8 @@ private slots:
     void statisticsOfFreeSlots();
     void factoryQuery();
     void identifyKeyAsksForABlink();
+    void announcementPhasesSpreadAndSurviveALateTick();
+    void announcementKeepsItsTurnUnderAFlood();
 
 private:
     std::unique_ptr<SimNetwork> m_net;
@@ -574,6 +579,64 @@ void TestSimRequests::identifyKeyAsksForABlink()
     const GroupListener::Heard h = l.waitFor(GroupListener::ops("devReqGuiBlink"), 3000);
     QCOMPARE(h.json, QJsonDocument::fromJson(R"({"ops":"devReqGuiBlink","devId":"B"})").object());
     QCOMPARE(h.from, QHostAddress("127.0.0.2"));
+}
+
+void TestSimRequests::announcementPhasesSpreadAndSurviveALateTick()
+{
+    m_net.reset();
+    SimConfig c = fastConfig();
+    c.announceMs = 1000;
+    m_net = startNetwork(SimScenario::generated(16), c);
+    auto phases = [this] {
+        QVector<qint64> p;
+        for (const SimDevice *d : m_net->devices())
+            p << d->nextAnnouncement() % 1000;
+        return p;
+    };
+    const QVector<qint64> before = phases();
+    QVector<qint64> sorted = before;
+    std::sort(sorted.begin(), sorted.end());
+    sorted << sorted.first() + 1000;
+    // Sixteen devices: no two within the same tick, no gap much above a sixteenth of the period.
+    for (int i = 1; i < sorted.size(); ++i)
+        QVERIFY2(sorted[i] - sorted[i - 1] > 10 && sorted[i] - sorted[i - 1] <= 2 * 1000 / 16,
+                 qPrintable(QStringLiteral("%1 -> %2").arg(sorted[i - 1]).arg(sorted[i])));
+    // The event loop held up past a whole period: every device overdue at once. Each keeps its own phase.
+    QThread::msleep(1100);
+    QTRY_VERIFY(std::all_of(m_net->devices().begin(), m_net->devices().end(),
+                            [this](const SimDevice *d) { return d->nextAnnouncement() > m_net->nowMs(); }));
+    QCOMPARE(phases(), before);
+}
+
+void TestSimRequests::announcementKeepsItsTurnUnderAFlood()
+{
+    GroupListener l;
+    QVERIFY(l.isReady());
+    QVERIFY(!l.waitFor(GroupListener::ops("iAmCorvane", "SIM-0001"), 3000).json.isEmpty());
+    l.clear();
+    // Each request moves the channel to the flow's other channel: an "updateRoute" on the same group socket
+    // as the announcements, so the listener hears them in the order they were sent.
+    const int flood = 120;
+    for (int i = 0; i < flood; ++i)
+        m_peer->send(box2, 9990,
+                     QStringLiteral(R"({"ops":"setMcastRx","dstChId":"0","srcChId":"%1","sdp":{"dstIp":"239.69.1.2",)"
+                                    R"("srcIp":"127.0.0.3","dstPort":"5004","chNum":"2"}})")
+                         .arg(i % 2)
+                         .toUtf8());
+    // The requests wait in the queue while the announcement falls due.
+    QThread::msleep(fastConfig().announceMs + 2 * fastConfig().tickMs);
+    SimPeer::Answer a;
+    for (int i = 0; i < flood; ++i)
+        QVERIFY2(m_peer->next(&a, 3000), qPrintable(QString::number(i)));
+    l.listen(50);
+    int routesBefore = 0;
+    for (const GroupListener::Heard &h : l.all([](const GroupListener::Heard &h) { return h.json.value("devId") == QJsonValue("SIM-0001"); })) {
+        if (h.json.value("ops") == QJsonValue("iAmCorvane"))
+            break;
+        routesBefore += h.json.value("ops") == QJsonValue("updateRoute");
+    }
+    // Answering the whole queue first would put all of them before it.
+    QVERIFY2(routesBefore < flood / 2, qPrintable(QString::number(routesBefore)));
 }
 
 QTEST_GUILESS_MAIN(TestSimRequests)
