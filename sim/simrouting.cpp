@@ -37,7 +37,9 @@ SimRouting::SimRouting(SimDevice &device, const SimDeviceProfile &profile)
 
 bool SimRouting::ucastRxActive(int k) const
 {
-    const UcastRx &u = m_ucastRx.value(k);
+    if (k < 0 || k >= m_ucastRx.size())
+        return false;
+    const UcastRx &u = m_ucastRx.at(k);
     if (u.rtp.isEmpty() || !m_device.isUp())
         return false;
     const SimDevice *tx = m_device.network()->deviceById(u.srcDevId);
@@ -46,7 +48,9 @@ bool SimRouting::ucastRxActive(int k) const
 
 bool SimRouting::mcastRxActive(int k) const
 {
-    const McastRx &m = m_mcastRx.value(k);
+    if (k < 0 || k >= m_mcastRx.size())
+        return false;
+    const McastRx &m = m_mcastRx.at(k);
     if (!m.dstIp || !m_device.isUp())
         return false;
     int slot = -1;
