@@ -4,30 +4,40 @@
 
 #include <QHash>
 #include <QHostAddress>
-#include <QJsonArray>
 #include <QJsonObject>
-#include <QNetworkDatagram>
 #include <QObject>
 #include <QVector>
 #include <functional>
 #include <memory>
 
+class SimClock;
 class SimDspDocument;
 class SimDspLink;
 class SimEndpoint;
+class SimFlows;
+class SimLevels;
+class SimLock;
 class SimNetwork;
+class SimPeripherals;
+class SimRouting;
+class SimSettings;
 
-/// One virtual device: its state, the device side of every request it
-/// understands, and what it announces. The network it belongs to ticks it
-/// and lets it reach the other devices (a receiver opens streams on its
-/// transmitter). Lives on the network's thread.
+/// One virtual device: the operation table that sends each request to the
+/// part owning its state (routing, flows, clock, levels, lock, settings,
+/// peripherals, signal processor), its sockets, its address and what it
+/// announces. The network it belongs to ticks it and lets it reach the
+/// other devices. Lives on the network's thread.
 class SimDevice : public QObject
 {
     Q_OBJECT
 public:
     static const QString zeroClockId;
+    static const char *const announceGroup; ///< announcements and notices
+    static const char *const eventGroup;    ///< clock events
 
-    SimDevice(const SimDeviceProfile &profile, const QHostAddress &address, SimNetwork *network);
+    /// \a announcePhaseMs: where in the announcement period this device
+    /// speaks, so that many devices do not all speak in the same tick.
+    SimDevice(const SimDeviceProfile &profile, const QHostAddress &address, int announcePhaseMs, SimNetwork *network);
     ~SimDevice() override;
 
     /// Binds the device's sockets and powers it on.
@@ -35,11 +45,11 @@ public:
 
     const SimDeviceProfile &profile() const { return m_profile; }
     QString devId() const { return m_profile.devId; }
-    QString name() const { return m_name; }
+    QString name() const;
     QString model() const { return m_profile.model; }
     quint32 address() const { return m_address; }
     QString addressText() const;
-    int sampleRate() const { return m_sampleRate; }
+    int sampleRate() const;
 
     /// Powered, running, not rebooting and not gone: takes part in the clock and carries audio.
     bool isUp() const;
@@ -47,17 +57,17 @@ public:
     bool hasListened() const;
     bool canLeadClock() const;
     QString clockId() const { return m_profile.clockId; }
-    QString grandmaster() const { return m_gm; }
-    int ptpPriority() const { return m_ptpPriority; }
-    int ptpDomain() const { return m_ptpDomain; }
+    int ptpPriority() const;
+    int ptpDomain() const;
     /// From the election; a new leader restarts the settling.
     void setGrandmaster(const QString &clockId);
-    /// The state number "masterOffset" events carry: 0 leader, 1 settling, 2 locked.
-    int ptpState() const;
 
     QJsonObject announcement() const;
     /// Runs the periodic work due at \a now (milliseconds of the network's clock).
     void tick(qint64 now);
+    /// When the next announcement is due; it keeps the device's phase even
+    /// when a tick comes late.
+    qint64 nextAnnouncement() const { return m_nextAnnounce; }
 
     /// The device side of one request arriving on \a localPort; an empty
     /// object when the device does not answer (another device's devId).
@@ -67,70 +77,38 @@ public:
     /// As if the identify key on the front panel were pressed.
     void pressIdentifyKey();
 
-    // The transmitting side of unicast streams and flows, used by receivers.
-    int flowIndexByGroup(quint32 group) const;
-    QString flowName(int index) const;
-    int flowChannel(int index, int position) const;
-    /// Finds or opens a stream to \a rxDevId carrying \a srcChId: its slot, or -1 when none is free.
-    int attachUcastTx(const QString &rxDevId, quint32 rxIp, int srcChId);
-    void releaseUcastTx(int stream, int srcChId);
-    /// Network transmit level in dBFS, or a NaN for silence.
-    double netTxLevel(int channel) const;
+    // What the parts share.
+    SimNetwork *network() const { return m_network; }
+    qint64 now() const;
+    void log(const QString &text) const;
+    /// On the multicast socket, if the device has one.
+    void sendGroup(const char *group, quint16 port, const QByteArray &bytes);
+    void sendGroup(const char *group, const QJsonObject &obj);
+    /// "updateRoute": receivers and the program re-read the routing tables.
+    void notifyRoute();
+    /// The port of the request being handled, 0 between requests.
+    quint16 requestPort() const { return m_localPort; }
+    SimRouting &routing() { return *m_routing; }
+    const SimRouting &routing() const { return *m_routing; }
+    SimFlows &flows() { return *m_flows; }
+    const SimFlows &flows() const { return *m_flows; }
+    SimClock &clock() { return *m_clock; }
+    const SimClock &clock() const { return *m_clock; }
+    const SimLevels &levels() const { return *m_levels; }
+    SimLevels &levels() { return *m_levels; }
+    SimLock &lock() { return *m_lock; }
+    SimSettings &settings() { return *m_settings; }
+    const SimSettings &settings() const { return *m_settings; }
+    SimPeripherals &peripherals() { return *m_peripherals; }
+    const SimPeripherals &peripherals() const { return *m_peripherals; }
+    /// The uptime "getDebugInfo" reports, in milliseconds.
+    qint64 sinceBoot() const;
+
+    /// Each operation's handler: fills the reply, returns "" on success or the reason.
+    using Handler = QString (*)(SimDevice &device, const QJsonObject &request, QJsonObject &reply);
+    template <class Part> Part &part();
 
 private:
-    struct RouteEntry
-    {
-        enum Kind { None, Unicast, Multicast } kind = None;
-        int stream = -1;
-        int srcChId = -1;
-    };
-    struct UcastRx
-    {
-        QString srcDevId;
-        QString srcName;
-        quint32 srcIp = 0;
-        int txStream = -1;
-        QVector<int> rtp;
-        qint64 statsSince = 0;
-        qint64 delaySince = 0;
-    };
-    struct UcastTx
-    {
-        QString dstDevId;
-        quint32 dstIp = 0;
-        QVector<int> channels;
-    };
-    struct McastRx
-    {
-        QString name;
-        quint32 srcIp = 0;
-        quint32 dstIp = 0;
-        int dstPort = 0;
-        int chNum = 0;
-        int sampleByteNum = 3;
-        quint32 rtpTsOffset = 0;
-        QVector<int> rtp;
-        qint64 statsSince = 0;
-        qint64 delaySince = 0;
-    };
-    struct McastTx
-    {
-        QString name;
-        quint32 dstIp = 0;
-        int dstPort = 5004;
-        QVector<int> channels;
-        int sampleByteNum = 3;
-        quint32 rtpTsOffset = 0;
-        quint32 sessionId = 0;
-        quint32 sessionVersion = 1;
-    };
-    struct Gpio
-    {
-        bool output = false;
-        bool high = false;
-    };
-
-    using Handler = QString (SimDevice::*)(const QJsonObject &request, QJsonObject &reply);
     struct Op
     {
         Handler handler;
@@ -147,55 +125,18 @@ private:
     QByteArray handleDspFrame(const QByteArray &payload);
 
     void boot();
+    /// The first moment after \a t at the device's announcement phase.
+    qint64 announcementAfter(qint64 t) const;
     void announce();
-    void sendSap();
-    void sendSapFor(const McastTx &flow, bool deletion);
-    void sendClockEvents();
-    void sendGroup(const char *group, const QJsonObject &obj);
     void sendRaw(quint16 localPort, QByteArray bytes, const QHostAddress &to, quint16 toPort, bool mayMangle);
-    void notifyRoute();
-    void log(const QString &text) const;
-    qint64 now() const;
-    QString activeSignature() const;
-    bool ucastRxActive(int k) const;
-    bool mcastRxActive(int k) const;
-    bool routeActive(int ch) const;
-    void clearRoute(int ch, bool *txChanged);
     void moveTo(const QHostAddress &newAddress);
-    double phyInLevel(int channel) const;
-    double phyInDbv(int channel) const { return phyInLevel(channel) + 18.0; }
-    double netRxLevel(int channel) const;
-    double phyOutLevel(int channel) const;
-    int temperature() const;
     bool pagedTable(const QString &ops, int *size, std::function<QJsonValue(int)> *item) const;
 
-    // Handlers: each fills the reply and returns "" on success or the reason.
     QString opPaged(const QJsonObject &req, QJsonObject &r);
-    QString opSetUcastRx(const QJsonObject &req, QJsonObject &r);
-    QString opSetMcastRx(const QJsonObject &req, QJsonObject &r);
-    QString opClrRxCh(const QJsonObject &req, QJsonObject &r);
-    QString opSetMcastTx(const QJsonObject &req, QJsonObject &r);
-    QString opClrMcastTx(const QJsonObject &req, QJsonObject &r);
-    QString opSetDevName(const QJsonObject &req, QJsonObject &r);
-    QString opSetChName(const QJsonObject &req, QJsonObject &r);
-    QString opSetFormat(const QJsonObject &req, QJsonObject &r);
-    QString opSetPtp(const QJsonObject &req, QJsonObject &r);
-    QString opGetVersion(const QJsonObject &req, QJsonObject &r);
     QString opGetDebugInfo(const QJsonObject &req, QJsonObject &r);
     QString opGetIp(const QJsonObject &req, QJsonObject &r);
     QString opSetIp(const QJsonObject &req, QJsonObject &r);
-    QString opOemAndCustom(const QJsonObject &req, QJsonObject &r);
-    QString opIdentify(const QJsonObject &req, QJsonObject &r);
     QString opReboot(const QJsonObject &req, QJsonObject &r);
-    QString opAmplifier(const QJsonObject &req, QJsonObject &r);
-    QString opGpio(const QJsonObject &req, QJsonObject &r);
-    QString opCfg(const QJsonObject &req, QJsonObject &r);
-    QString opUart(const QJsonObject &req, QJsonObject &r);
-    QString opPhyGainMute(const QJsonObject &req, QJsonObject &r);
-    QString opStats(const QJsonObject &req, QJsonObject &r);
-    QString opGetLock(const QJsonObject &req, QJsonObject &r);
-    QString opSetLock(const QJsonObject &req, QJsonObject &r);
-    QString opSetPassword(const QJsonObject &req, QJsonObject &r);
     QString opDspChange(const QJsonObject &req, QJsonObject &r);
     QString opDspRead(const QJsonObject &req, QJsonObject &r);
     QString opDspMeters(const QJsonObject &req, QJsonObject &r);
@@ -204,44 +145,26 @@ private:
     SimDeviceProfile m_profile;
     SimNetwork *m_network;
     SimEndpoint *m_endpoint;
+    std::unique_ptr<SimSettings> m_settings;
+    std::unique_ptr<SimClock> m_clock;
+    std::unique_ptr<SimLock> m_lock;
+    std::unique_ptr<SimLevels> m_levels;
+    std::unique_ptr<SimRouting> m_routing;
+    std::unique_ptr<SimFlows> m_flows;
+    std::unique_ptr<SimPeripherals> m_peripherals;
     std::unique_ptr<SimDspDocument> m_dsp; ///< only on DSP-capable devices
     SimDspLink *m_dspLink = nullptr;
     quint32 m_address = 0;
     quint16 m_localPort = 0; ///< set while a request is being handled
 
-    QString m_name;
-    int m_sampleRate, m_sampleByteNum, m_packetTimeDiv, m_delayUs, m_dscp;
-    int m_ptpPriority, m_ptpDomain, m_ptpDscp;
-    QString m_customOemType = QStringLiteral("0");
-    QString m_customStr;
     bool m_fixedIp = true;
     int m_prefix = 24;
     QString m_gateway, m_dns;
-    QStringList m_chNameRx, m_chNameTx, m_phyChNameRx, m_phyChNameTx;
-    QVector<double> m_phyGainRx, m_phyGainTx;
-    QVector<bool> m_phyMuteRx, m_phyMuteTx;
-    quint32 m_lockVal = 0;
-    quint32 m_dspLockVal = 0;
-    QString m_password;
-    bool m_power = true;
-    QVector<double> m_ampGain;
-    QVector<Gpio> m_gpio;
-    QJsonObject m_cfg;
 
-    QVector<int> m_rxRoute; ///< per receive channel: its route entry, or -1
-    QVector<RouteEntry> m_rtp;
-    QVector<UcastRx> m_ucastRx;
-    QVector<UcastTx> m_ucastTx;
-    QVector<McastRx> m_mcastRx;
-    QVector<McastTx> m_mcastTx;
-
-    QString m_gm;
+    int m_announcePhase = 0;
     qint64 m_startedAt = 0;
     qint64 m_bootAt = 0;
-    qint64 m_settleStart = 0;
     qint64 m_rebootUntil = -1; ///< >= 0 while rebooting
     bool m_gone = false;
-    qint64 m_nextAnnounce = 0, m_nextSap = 0, m_nextClockEvent = 0, m_nextBlink = 0;
-    QString m_lastActive;
-    quint32 m_levelSeed = 0;
+    qint64 m_nextAnnounce = 0, m_nextSap = 0, m_nextBlink = 0;
 };

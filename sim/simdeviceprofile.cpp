@@ -1,4 +1,5 @@
 #include "simdeviceprofile.h"
+#include "simports.h"
 
 #include <QHostAddress>
 #include <QJsonArray>
@@ -70,7 +71,8 @@ QJsonArray indicesToJson(const QVector<int> &v)
 
 const QSet<int> &fixedPorts()
 {
-    static const QSet<int> ports{9994, 9992, 9993, 7999, 9995, 8999, 12001, 9996, 9875};
+    using namespace SimPorts;
+    static const QSet<int> ports{device, peripheral, config, uart, lock, dsp, dspStatus, announce, sap};
     return ports;
 }
 
@@ -193,7 +195,7 @@ QJsonObject SimDeviceProfile::toJson(const SimFaults &scenarioFaults) const
             QJsonObject fo{{QStringLiteral("name"), f.name}, {QStringLiteral("channels"), indicesToJson(f.channels)}};
             if (!f.dstIp.isEmpty())
                 fo.insert(QStringLiteral("dstIp"), f.dstIp);
-            if (f.dstPort != 5004)
+            if (f.dstPort != SimPorts::rtp)
                 fo.insert(QStringLiteral("dstPort"), f.dstPort);
             fa.append(fo);
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "simfaults.h"
+#include "simports.h"
 
 #include <QJsonObject>
 #include <QString>
@@ -17,14 +18,14 @@ struct SimDeviceProfile
         QString name;
         QVector<int> channels; ///< transmit channel indices, from 0
         QString dstIp;         ///< empty: the device picks a group
-        int dstPort = 5004;
+        int dstPort = SimPorts::rtp;
     };
 
     QString devId;
     QString name;
     QString model;
     QString address; ///< empty: the network's base address + the device's index
-    int port = 9990;
+    int port = SimPorts::control;
     int chNumRx = 8;
     int chNumTx = 8;
     int phyChNumRx = 8;

@@ -2,6 +2,7 @@
 
 #include "simfaults.h"
 #include "simnetwork.h"
+#include "simports.h"
 
 #include "core/app/log.h"
 
@@ -59,9 +60,12 @@ bool SimDspLink::listen(const QHostAddress &address, QString *error)
 {
     close();
     m_server = new QTcpServer(this);
-    if (!m_server->listen(address, port)) {
+    if (!m_server->listen(address, SimPorts::dsp)) {
         if (error)
-            *error = QStringLiteral("%1:%2 (TCP): %3").arg(address.toString()).arg(port).arg(m_server->errorString());
+            *error = QStringLiteral("%1:%2 (TCP): %3")
+                         .arg(address.toString())
+                         .arg(SimPorts::dsp)
+                         .arg(m_server->errorString());
         LOG_FAIL();
         delete m_server;
         m_server = nullptr;

@@ -17,7 +17,6 @@ class SimDspLink : public QObject
 {
     Q_OBJECT
 public:
-    static const quint16 port = 8999;
     static const quint32 maxFrame = 64u * 1024 * 1024;
     static const int piecePauseMs = 20; ///< between the pieces of a split reply
 

@@ -1,4 +1,5 @@
 #include "simendpoint.h"
+#include "simports.h"
 
 #include "core/app/log.h"
 
@@ -7,7 +8,8 @@
 
 const QVector<quint16> &SimEndpoint::fixedPorts()
 {
-    static const QVector<quint16> ports{9994, 9992, 9993, 7999, 9995, 8999, 12001};
+    using namespace SimPorts;
+    static const QVector<quint16> ports{device, peripheral, config, uart, lock, dsp, dspStatus};
     return ports;
 }
 
@@ -30,9 +32,9 @@ bool SimEndpoint::open(const QHostAddress &address, quint16 controlPort, const Q
             ports << p;
     for (quint16 port : ports) {
         auto *s = new QUdpSocket(this);
-        // 9994 is also bound on 0.0.0.0 for the broadcast "setIp"; both binds
+        // The device port is also bound on 0.0.0.0 for the broadcast "setIp"; both binds
         // need the shared mode to coexist on Linux.
-        const QAbstractSocket::BindMode mode = port == 9994
+        const QAbstractSocket::BindMode mode = port == SimPorts::device
                                                    ? QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint
                                                    : QAbstractSocket::DefaultForPlatform;
         if (!s->bind(address, port, mode)) {
@@ -117,7 +119,10 @@ void SimEndpoint::sendGroup(const QHostAddress &group, quint16 port, const QByte
 
 void SimEndpoint::readPending(QUdpSocket *socket, quint16 localPort)
 {
-    while (socket->hasPendingDatagrams()) {
+    // A few at a time: what is left raises the notifier again on the next turn
+    // of the event loop, after the tick and the other sockets had theirs, so a
+    // peer flooding one port cannot hold up the announcements.
+    for (int n = 0; n < maxPerTurn && socket->hasPendingDatagrams(); ++n) {
         const QNetworkDatagram dg = socket->receiveDatagram(2048);
         if (dg.isValid())
             emit datagramReceived(dg, localPort);

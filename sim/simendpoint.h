@@ -16,6 +16,8 @@ class SimEndpoint : public QObject
     Q_OBJECT
 public:
     static const QVector<quint16> &fixedPorts();
+    /// Datagrams one socket reads in one turn of the event loop.
+    static const int maxPerTurn = 8;
 
     explicit SimEndpoint(QObject *parent = nullptr);
     ~SimEndpoint() override;

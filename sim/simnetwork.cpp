@@ -1,6 +1,9 @@
 #include "simnetwork.h"
 
 #include "simdevice.h"
+#include "simendpoint.h"
+#include "simflows.h"
+#include "simports.h"
 
 #include "core/app/log.h"
 
@@ -48,9 +51,9 @@ bool SimNetwork::start(const SimScenario &scenario, QString *error)
     }
     if (m_config.bindBroadcast) {
         m_broadcast = new QUdpSocket(this);
-        if (!m_broadcast->bind(QHostAddress::AnyIPv4, 9994,
+        if (!m_broadcast->bind(QHostAddress::AnyIPv4, SimPorts::device,
                                QAbstractSocket::ShareAddress | QAbstractSocket::ReuseAddressHint)) {
-            *error = QStringLiteral("0.0.0.0:9994: ") + m_broadcast->errorString();
+            *error = QStringLiteral("0.0.0.0:%1: ").arg(SimPorts::device) + m_broadcast->errorString();
             LOG_FAIL();
             stop();
             return false;
@@ -58,11 +61,14 @@ bool SimNetwork::start(const SimScenario &scenario, QString *error)
         connect(m_broadcast, &QUdpSocket::readyRead, this, &SimNetwork::readBroadcast);
     }
     const quint32 base = m_config.baseAddress.toIPv4Address();
-    for (int k = 0; k < scenario.devices.size(); ++k) {
+    const int count = scenario.devices.size();
+    for (int k = 0; k < count; ++k) {
         const SimDeviceProfile &profile = scenario.devices[k];
         const QHostAddress address =
             profile.address.isEmpty() ? QHostAddress(base + quint32(k)) : QHostAddress(profile.address);
-        auto *d = new SimDevice(profile, address, this);
+        // The devices take turns over the announcement period, evenly spread.
+        const int phase = int(qint64(k) * qMax(1, m_config.announceMs) / count);
+        auto *d = new SimDevice(profile, address, phase, this);
         m_devices << d;
         m_byId.insert(profile.devId, d);
     }
@@ -111,7 +117,7 @@ SimDevice *SimNetwork::deviceByAddress(quint32 address) const
 SimDevice *SimNetwork::flowOwner(quint32 group, int *slot) const
 {
     for (SimDevice *d : m_devices) {
-        const int i = d->flowIndexByGroup(group);
+        const int i = d->flows().indexByGroup(group);
         if (i >= 0) {
             *slot = i;
             return d;
@@ -171,7 +177,8 @@ void SimNetwork::elect()
 
 void SimNetwork::readBroadcast()
 {
-    while (m_broadcast && m_broadcast->hasPendingDatagrams()) {
+    // Every device handles each broadcast: a few per turn of the event loop.
+    for (int n = 0; n < SimEndpoint::maxPerTurn && m_broadcast && m_broadcast->hasPendingDatagrams(); ++n) {
         const QNetworkDatagram dg = m_broadcast->receiveDatagram(2048);
         if (!dg.isValid())
             continue;
@@ -180,10 +187,10 @@ void SimNetwork::readBroadcast()
         const QHostAddress to = dg.destinationAddress();
         if (!to.isNull() && to != QHostAddress::Broadcast && (to.toIPv4Address() & 0xFFu) != 0xFFu)
             continue;
-        // Every device hears a broadcast and answers from its own 9994; the
+        // Every device hears a broadcast and answers from its own device port; the
         // devId in the request picks out who acts on it.
         const QVector<SimDevice *> devices = m_devices;
         for (SimDevice *d : devices)
-            d->handleDatagram(dg.data(), dg.senderAddress(), quint16(dg.senderPort()), 9994);
+            d->handleDatagram(dg.data(), dg.senderAddress(), quint16(dg.senderPort()), SimPorts::device);
     }
 }

@@ -46,7 +46,7 @@ QByteArray SimSap::packet(quint32 origin, quint16 messageHash, const QByteArray 
     QByteArray p(8, '\0');
     // Version 1, IPv4, announcement or deletion, not encrypted or compressed.
     p[0] = char(deletion ? 0x24 : 0x20);
-    p[1] = 0;          // no authentication data
+    p[1] = 0; // no authentication data
     qToBigEndian<quint16>(messageHash, p.data() + 2);
     qToBigEndian<quint32>(origin, p.data() + 4);
     p.append("application/sdp", 15);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "simports.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
@@ -14,7 +16,7 @@ public:
         QString name;       ///< session name
         quint32 source = 0; ///< the sending device
         quint32 group = 0;
-        int port = 5004;
+        int port = SimPorts::rtp;
         int sampleByteNum = 3;
         int sampleRate = 48000;
         int packetTimeDiv = 1; ///< packet time = 1 ms / div

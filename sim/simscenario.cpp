@@ -1,4 +1,5 @@
 #include "simscenario.h"
+#include "simports.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -60,14 +61,15 @@ SimScenario SimScenario::defaultScenario()
         QStringList{QStringLiteral("Vox 1"), QStringLiteral("Vox 2"), QStringLiteral("Gtr"),  QStringLiteral("Bass"),
                     QStringLiteral("Kick"),  QStringLiteral("Snare"), QStringLiteral("OH L"), QStringLiteral("OH R")};
     box8.silentInputs = {6, 7};
-    box8.flows << SimDeviceProfile::Flow{QStringLiteral("Stage L-R"), {0, 1}, QStringLiteral("239.69.1.2"), 5004};
+    box8.flows << SimDeviceProfile::Flow{
+        QStringLiteral("Stage L-R"), {0, 1}, QStringLiteral("239.69.1.2"), SimPorts::rtp};
     s.devices << box8;
 
     // Same priority as the 8x8: the tie goes to the lower clock identity, the 8x8's.
     SimDeviceProfile console = device(2, QStringLiteral("Console 64"), QStringLiteral("RK6464"), 64, 64, 32, 32);
     console.ptpPriority = 100;
     console.mcastNumTx = 8;
-    console.flows << SimDeviceProfile::Flow{QStringLiteral("Mix Bus"), {0, 1, 2, 3}, QString(), 5004};
+    console.flows << SimDeviceProfile::Flow{QStringLiteral("Mix Bus"), {0, 1, 2, 3}, QString(), SimPorts::rtp};
     s.devices << console;
 
     SimDeviceProfile amp = device(3, QStringLiteral("Amp Rack"), QStringLiteral("RK7731"), 4, 0, 0, 4);

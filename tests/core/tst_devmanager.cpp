@@ -193,9 +193,11 @@ void TestDevManager::pollAsksForEveryIncompleteTable()
                                   "{\"ops\":\"getAllActiveMcastId\",\"idStart\":\"0\"}"}));
     QCOMPARE(h.sink.sent.first().ip, ip("10.0.0.2"));
     QCOMPARE(h.sink.sent.first().port, quint16(9990));
-    // No answer: the same requests again on the next tick.
+    // No answer: the same requests again once the retry time has passed, not before.
     h.sink.sent.clear();
     h.registry.clock(20);
+    QCOMPARE(h.sink.sent.size(), 0);
+    h.registry.clock(DevManager::kRetryMs);
     QCOMPARE(h.sink.sent.size(), 7);
 }
 

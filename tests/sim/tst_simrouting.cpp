@@ -35,12 +35,10 @@ private slots:
     void init();
     void cleanup();
     void unicastRouteMadeExtendedAndCleared();
-    void transmitterStreamSlotsRunOut();
     void receiverStreamSlotsRunOut();
     void rerouteReplacesTheOldSource();
     void flowCreatedAnnouncedSubscribedRemoved();
     void flowSlotsRunOutAndBadFlowsAreRefused();
-    void subscriptionSlotsRunOut();
     void sampleRateMismatchCarriesNoAudio();
     void routingLockRefusesRouteChanges();
     void detailsLockRefusesSettings();
@@ -149,29 +147,6 @@ void TestSimRouting::unicastRouteMadeExtendedAndCleared()
     QCOMPARE(
         ask(box8, R"({"ops":"setUcastRx","srcDevId":"NOBODY","srcChId":"0","dstChId":"0"})").value("reason").toString(),
         QStringLiteral("bad param"));
-}
-
-void TestSimRouting::transmitterStreamSlotsRunOut()
-{
-    // The 2x2 has two transmit streams: one to each of two receivers, no third.
-    QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0001","srcChId":"0","dstChId":"0"})")
-                 .value("result")
-                 .toString(),
-             QStringLiteral("succ"));
-    QCOMPARE(ask(console, R"({"ops":"setUcastRx","srcDevId":"SIM-0001","srcChId":"0","dstChId":"0"})")
-                 .value("result")
-                 .toString(),
-             QStringLiteral("succ"));
-    QCOMPARE(
-        ask(matrix, R"({"ops":"setUcastRx","devId":"SIM-0006","srcDevId":"SIM-0001","srcChId":"1","dstChId":"0"})"),
-        parse(R"({"ops":"setUcastRx","devId":"SIM-0006","result":"fail","reason":"no free sdpId"})"));
-    QCOMPARE(item(matrix, "getAllRxCh", 0), QJsonValue(parse(R"({"id":"0","rtpChId":"-1"})")));
-    QCOMPARE(item(matrix, "getAllUcastRx", 0).toObject().value("srcIp").toString(), QStringLiteral("0.0.0.0"));
-    // More channels to a receiver that already has a stream still fit.
-    QCOMPARE(ask(box8, R"({"ops":"setUcastRx","srcDevId":"SIM-0001","srcChId":"1","dstChId":"1"})")
-                 .value("result")
-                 .toString(),
-             QStringLiteral("succ"));
 }
 
 void TestSimRouting::receiverStreamSlotsRunOut()
@@ -324,40 +299,6 @@ void TestSimRouting::flowSlotsRunOutAndBadFlowsAreRefused()
                  .value("result")
                  .toString(),
              QStringLiteral("succ"));
-}
-
-void TestSimRouting::subscriptionSlotsRunOut()
-{
-    // A receiver with more channels than subscription slots.
-    m_net.reset();
-    SimScenario s;
-    QString error;
-    QVERIFY(SimScenario::fromJson(R"({"devices":[{"devId":"R","name":"R","model":"RK0404","chNumRx":4,"chNumTx":4,)"
-                                  R"("mcastNumRx":2}]})",
-                                  &s, &error));
-    m_net = startNetwork(s);
-    const QString r = QStringLiteral("127.0.0.2");
-    auto subscribe = [&](const char *group, int dst) {
-        return ask(r,
-                   QStringLiteral(R"({"ops":"setMcastRx","sdp":{"srcIp":"127.0.0.40","dstIp":"%1","dstPort":"5004",)"
-                                  R"("chNum":"2","sampleByteNum":"3","rtpTsOffset":"0"},"srcChId":"0","dstChId":"%2"})")
-                       .arg(group)
-                       .arg(dst)
-                       .toUtf8());
-    };
-    QCOMPARE(subscribe("239.69.50.1", 0).value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(subscribe("239.69.50.2", 1).value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(subscribe("239.69.50.3", 2),
-             parse(R"({"ops":"setMcastRx","devId":"R","result":"fail","reason":"no free sdpId"})"));
-    QCOMPARE(item(r, "getAllRxCh", 2), QJsonValue(parse(R"({"id":"2","rtpChId":"-1"})")));
-    // A group already subscribed takes more channels without a slot of its own.
-    QCOMPARE(subscribe("239.69.50.1", 2).value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(item(r, "getAllMcastRx", 0).toObject().value("rtpChIdArr").toArray(), QJsonArray({"0", "2"}));
-    // Moving channel 1, the only one on its group, frees that group's slot for the new one.
-    QCOMPARE(subscribe("239.69.50.3", 1).value("result").toString(), QStringLiteral("succ"));
-    QCOMPARE(item(r, "getAllMcastRx", 1).toObject().value("dstIp").toString(), QStringLiteral("239.69.50.3"));
-    // Nobody sends these groups: subscribed, but no audio.
-    QCOMPARE(item(r, "getAllActiveMcastId", 0), QJsonValue(parse(R"({"id":"0","active":"0"})")));
 }
 
 void TestSimRouting::sampleRateMismatchCarriesNoAudio()

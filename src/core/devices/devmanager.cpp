@@ -6,12 +6,14 @@
 #include "core/protocol/commandsink.h"
 
 #include <QMutexLocker>
+#include <limits>
 #include <cstdio>
 
 DevManager::DevManager(CommandSink *sink)
     : m_devices(kSlots)
     , m_flows(kSlots)
     , m_sink(sink)
+    , m_askedAt(kSlots, std::numeric_limits<qint64>::min() / 2)
 {
     m_activeDevices.reserve(kSlots);
     m_activeFlows.reserve(kSlots);
@@ -237,6 +239,8 @@ void DevManager::pollRound()
         int k = 0;
         for (; k < active && requests < kMaxRequestsPerRound; ++k) {
             const int slot = m_activeDevices.at((m_pollCursor + k) % active);
+            if (m_elapsed - m_askedAt[size_t(slot)] < kRetryMs)
+                continue;
             const Device &d = m_devices[size_t(slot)];
             Ask &a = asks[size_t(n)];
             int missing = 0;
@@ -249,6 +253,7 @@ void DevManager::pollRound()
                 continue;
             a.ip = d.rec.ip;
             a.port = quint16(d.rec.port);
+            m_askedAt[size_t(slot)] = m_elapsed;
             requests += missing;
             ++n;
         }

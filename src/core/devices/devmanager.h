@@ -30,6 +30,10 @@ public:
     static constexpr int kLifetimeMs = 120000;
     /// Pages one poll round asks for at most.
     static constexpr int kMaxRequestsPerRound = 128;
+    /// A device asked by a round is left out of the rounds for this long: its
+    /// answers are under way, and asking again meanwhile only doubles the work
+    /// of a device that is slow to answer.
+    static constexpr int kRetryMs = 250;
 
     using Notifier = std::function<void(const RegistryNotice &)>;
 
@@ -92,5 +96,6 @@ private:
     Notifier m_notifier;
     qint64 m_elapsed = 0;
     int m_pollCursor = 0;
+    std::vector<qint64> m_askedAt; ///< per slot, on the m_elapsed clock
     std::atomic<bool> m_dirty{false};
 };

@@ -35,6 +35,36 @@ bool bindShared(QUdpSocket *socket, quint16 port)
                         QUdpSocket::ShareAddress | QUdpSocket::ReuseAddressHint);
 }
 
+// Asks for the receive queue; false when the system grants less than asked.
+bool growReceiveQueue(qintptr fd, int wanted, int *granted)
+{
+    *granted = 0;
+    if (fd < 0)
+        return false;
+#ifdef Q_OS_WIN
+    ::setsockopt(SOCKET(fd), SOL_SOCKET, SO_RCVBUF, reinterpret_cast<const char *>(&wanted), sizeof wanted);
+    int size = 0;
+    int length = sizeof size;
+    ::getsockopt(SOCKET(fd), SOL_SOCKET, SO_RCVBUF, reinterpret_cast<char *>(&size), &length);
+    *granted = size;
+#else
+#ifdef SO_RCVBUFFORCE
+    // Past net.core.rmem_max where the process may (CAP_NET_ADMIN, as in a private namespace); else the capped size.
+    if (::setsockopt(int(fd), SOL_SOCKET, SO_RCVBUFFORCE, &wanted, sizeof wanted) != 0)
+#endif
+        ::setsockopt(int(fd), SOL_SOCKET, SO_RCVBUF, &wanted, sizeof wanted);
+    int size = 0;
+    socklen_t length = sizeof size;
+    ::getsockopt(int(fd), SOL_SOCKET, SO_RCVBUF, &size, &length);
+    // Linux reports twice what was set, the bookkeeping included.
+#ifdef Q_OS_LINUX
+    size /= 2;
+#endif
+    *granted = size;
+#endif
+    return *granted >= wanted;
+}
+
 void enableBroadcast(qintptr fd)
 {
     if (fd < 0)
@@ -176,9 +206,16 @@ void MyThread::run()
         Log::failure(__FILE__, "MyThread::run", __LINE__);
     // The loop sleeps 5 ms when idle and a full poll round takes several more; a default queue holds only a
     // few hundred small datagrams, so a burst of replies that arrives meanwhile would be dropped by the kernel.
-    // The system may grant less (Linux caps it at net.core.rmem_max).
-    for (QUdpSocket *s : {&announce, &sap, &unicast})
-        s->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, kReceiveBufferBytes);
+    // The system may grant less (Linux caps it at net.core.rmem_max); said once, on standard output.
+    static std::atomic<bool> shortQueueTold{false};
+    for (QUdpSocket *s : {&announce, &sap, &unicast}) {
+        int granted = 0;
+        if (!growReceiveQueue(s->socketDescriptor(), kReceiveBufferBytes, &granted) && s == &unicast &&
+            !shortQueueTold.exchange(true))
+            Log::line(QStringLiteral("receive queue of the unicast socket: %1 KiB granted of %2 KiB asked")
+                          .arg(granted / 1024)
+                          .arg(kReceiveBufferBytes / 1024));
+    }
     // The address command is broadcast; allow it on the send socket.
     enableBroadcast(unicast.socketDescriptor());
     m_unicastPort = unicast.localPort();
