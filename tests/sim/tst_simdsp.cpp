@@ -3,7 +3,6 @@
 // framing and faults, all seen from a plain socket as the program would.
 // The delayed link and the editor's own use of it run end to end in tst_clisim.
 #include "simpeer.h"
-#include "simtestnet.h"
 
 #include <QElapsedTimer>
 #include <QJsonArray>

@@ -1,7 +1,6 @@
 // Misbehaving devices, as the monitoring pages and the poller must meet them.
 #include "grouplistener.h"
 #include "simpeer.h"
-#include "simtestnet.h"
 
 #include <QElapsedTimer>
 #include <QJsonDocument>
