@@ -1,6 +1,5 @@
 #include "simpeer.h"
 
-#include <QElapsedTimer>
 #include <QJsonDocument>
 #include <QNetworkDatagram>
 #include <QNetworkInterface>
@@ -63,22 +62,10 @@ void SimPeer::send(const QString &address, quint16 port, const QByteArray &reque
     m_socket.writeDatagram(request, QHostAddress(address), port);
 }
 
-void SimPeer::drain()
-{
-    QCoreApplication::processEvents();
-    while (m_socket.hasPendingDatagrams())
-        m_socket.receiveDatagram();
-}
-
 bool SimPeer::next(Answer *answer, int timeoutMs)
 {
-    QElapsedTimer t;
-    t.start();
-    while (!m_socket.hasPendingDatagrams()) {
-        if (t.elapsed() >= timeoutMs)
-            return false;
-        QTest::qWait(5);
-    }
+    if (!QTest::qWaitFor([this] { return m_socket.hasPendingDatagrams(); }, timeoutMs))
+        return false;
     const QNetworkDatagram dg = m_socket.receiveDatagram(65536);
     answer->bytes = dg.data();
     answer->json = QJsonDocument::fromJson(answer->bytes).object();
@@ -89,7 +76,10 @@ bool SimPeer::next(Answer *answer, int timeoutMs)
 
 bool SimPeer::ask(const QString &address, quint16 port, const QByteArray &request, Answer *answer, int timeoutMs)
 {
-    drain();
+    // Late answers to earlier requests are dropped first.
+    QCoreApplication::processEvents();
+    while (m_socket.hasPendingDatagrams())
+        m_socket.receiveDatagram();
     send(address, port, request);
     return next(answer, timeoutMs);
 }
@@ -135,17 +125,17 @@ void SimPeer::clearHeard()
 
 SimPeer::Heard SimPeer::waitFor(const Match &match, int timeoutMs)
 {
-    QElapsedTimer t;
-    t.start();
-    for (int checked = 0;;) {
-        collect();
-        for (; checked < m_heard.size(); ++checked)
-            if (match(m_heard[checked]))
-                return m_heard[checked];
-        if (t.elapsed() >= timeoutMs)
-            return Heard();
-        QTest::qWait(5);
-    }
+    int checked = 0;
+    const bool found = QTest::qWaitFor(
+        [&] {
+            collect();
+            for (; checked < m_heard.size(); ++checked)
+                if (match(m_heard[checked]))
+                    return true;
+            return false;
+        },
+        timeoutMs);
+    return found ? m_heard[checked] : Heard();
 }
 
 QVector<SimPeer::Heard> SimPeer::heard(const Match &match)
@@ -156,16 +146,6 @@ QVector<SimPeer::Heard> SimPeer::heard(const Match &match)
         if (match(h))
             out << h;
     return out;
-}
-
-void SimPeer::listen(int ms)
-{
-    QElapsedTimer t;
-    t.start();
-    while (t.elapsed() < ms) {
-        QTest::qWait(5);
-        collect();
-    }
 }
 
 SimPeer::Match SimPeer::is(const char *key, const QString &value, const QString &devId)

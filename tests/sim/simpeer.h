@@ -43,7 +43,7 @@ public:
     bool isReady() const { return m_ready; }
 
     void send(const QString &address, quint16 port, const QByteArray &request);
-    /// Sends and waits for the first answer; false after \a timeoutMs.
+    /// Sends and waits for its answer; false after \a timeoutMs.
     bool ask(const QString &address, quint16 port, const QByteArray &request, Answer *answer, int timeoutMs = 2000);
     /// ask() for the JSON answer alone; an empty object when none came.
     QJsonObject request(const QString &address, quint16 port, const QByteArray &request, int timeoutMs = 2000);
@@ -51,16 +51,12 @@ public:
     QString outcome(const QString &address, quint16 port, const QByteArray &request);
     /// Waits for one more answer.
     bool next(Answer *answer, int timeoutMs);
-    /// Drops answers still waiting, e.g. late ones to earlier requests.
-    void drain();
 
     /// Forgets everything heard on the groups so far.
     void clearHeard();
     /// The first thing heard (already or newly) that matches; an empty Heard after \a timeoutMs.
     Heard waitFor(const Match &match, int timeoutMs);
     QVector<Heard> heard(const Match &match);
-    /// Keeps listening for \a ms, for checks that something did not come.
-    void listen(int ms);
 
     /// Announcements and events whose \a key is \a value, from \a devId when given.
     static Match is(const char *key, const QString &value, const QString &devId = QString());

@@ -28,7 +28,8 @@ void TestSimBinary::initTestCase()
     m_sim = qEnvironmentVariable("CORVANE_BIN_DIR") + QStringLiteral("/corvane-sim");
     QVERIFY2(QFileInfo::exists(m_sim), qPrintable(m_sim));
     QVERIFY(m_file.open());
-    m_file.write(R"({"devices":[{"devId":"A","model":"RK0808"},{"devId":"B","model":"RK0202","chNumRx":2,"chNumTx":2}]})");
+    m_file.write(R"({"devices":[{"devId":"A","model":"RK0808"},)"
+                 R"({"devId":"B","model":"RK0202","chNumRx":2,"chNumTx":2}]})");
     m_file.close();
 }
 
@@ -38,10 +39,6 @@ void TestSimBinary::printsTheScenarioItWouldRun_data()
     QTest::addColumn<QByteArray>("expected");
     QTest::newRow("default") << QStringList{} << SimScenario::defaultScenario().toJson();
     QTest::newRow("generated") << QStringList{"--devices", "100"} << SimScenario::generated(100).toJson();
-    SimScenario file = scenarioOf(R"({"devices":[{"devId":"A","model":"RK0808"},{"devId":"B","model":"RK0202",)"
-                                  R"("chNumRx":2,"chNumTx":2,"faults":{"silent":true}}]})");
-    QTest::newRow("file with a silent device") << QStringList{"--scenario", m_file.fileName(), "--silent", "B"}
-                                               << file.toJson();
 }
 
 void TestSimBinary::printsTheScenarioItWouldRun()
@@ -76,7 +73,6 @@ void TestSimBinary::scenarioFileBaseAndFaultFlags()
     QCOMPARE(p.exitCode(), 0);
     const QByteArray out = p.readAll();
     QVERIFY2(out.contains("sim: 2 devices on 127.0.0.20..127.0.0.21 via 127.0.0.1\n"), out.constData());
-    QVERIFY2(out.contains("sim: A: \"\" RK0808 8x8 at 127.0.0.20:9990\n"), out.constData());
     QVERIFY2(out.contains("sim: stopped\n"), out.constData());
 }
 
@@ -85,10 +81,8 @@ void TestSimBinary::badArgumentsAreRefused_data()
     QTest::addColumn<QStringList>("args");
     QTest::newRow("no devices") << QStringList{"--devices", "0"};
     QTest::newRow("missing scenario file") << QStringList{"--scenario", "/nonexistent/scenario.json"};
-    QTest::newRow("both scenario and devices") << QStringList{"--scenario", "x.json", "--devices", "4"};
     QTest::newRow("loss over 100") << QStringList{"--loss", "101"};
     QTest::newRow("silent device unknown") << QStringList{"--silent", "NOBODY"};
-    QTest::newRow("interface not IPv4") << QStringList{"--interface", "localhost"};
     QTest::newRow("interface nobody holds") << QStringList{"--interface", "10.255.255.1"};
 }
 
