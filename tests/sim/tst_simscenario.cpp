@@ -4,48 +4,27 @@
 #include <QJsonDocument>
 #include <QRegularExpression>
 #include <QSet>
-#include <QtEndian>
 #include <QtTest>
 
 class TestSimScenario : public QObject
 {
     Q_OBJECT
 private slots:
-    void roundTripKeepsEverything();
-    void handWrittenFileFillsDefaults();
+    void handWrittenFileFillsDefaultsAndRoundTrips();
     void badScenariosAreRefused_data();
     void badScenariosAreRefused();
     void generatedScenarioScales();
-    void sapHeader();
     void sdpAsAes67SendersWriteIt();
 };
 
-void TestSimScenario::roundTripKeepsEverything()
-{
-    SimScenario s = SimScenario::defaultScenario();
-    s.faults.lossPercent = 5;
-    s.devices[1].faults.refuse.insert("setDevName", "busy");
-    s.devices[2].address = "127.0.0.50";
-    SimScenario back;
-    QString error;
-    QVERIFY2(SimScenario::fromJson(s.toJson(), &back, &error), qPrintable(error));
-    QCOMPARE(back.toJson(), s.toJson());
-    // Devices hold their resolved faults: one that says nothing takes the scenario's.
-    QCOMPARE(back.faults.lossPercent, 5);
-    QCOMPARE(back.devices[1].faults.lossPercent, 0);
-    QCOMPARE(back.devices[1].faults.refuse.value("setDevName"), QStringLiteral("busy"));
-    QCOMPARE(back.devices[2].address, QStringLiteral("127.0.0.50"));
-    QCOMPARE(back.devices[1].flows.size(), s.devices[1].flows.size());
-}
-
-void TestSimScenario::handWrittenFileFillsDefaults()
+void TestSimScenario::handWrittenFileFillsDefaultsAndRoundTrips()
 {
     const QByteArray json = R"({
         "faults": {"lossPercent": 10},
         "devices": [
             {"name": "A", "model": "RK0808", "chNumRx": "4", "port": 9000, "faults": {"delayMs": 50}},
-            {"devId": "B-1", "name": "B", "model": "RK0202", "chNumRx": 2, "chNumTx": 2,
-             "flows": [{"name": "F", "channels": [0, 1]}]}
+            {"devId": "B-1", "name": "B", "model": "RK0202", "chNumRx": 2, "chNumTx": 2, "address": "127.0.0.50",
+             "flows": [{"name": "F", "channels": [0, 1]}], "faults": {"refuse": {"setDevName": "busy"}}}
         ]})";
     SimScenario s;
     QString error;
@@ -54,21 +33,24 @@ void TestSimScenario::handWrittenFileFillsDefaults()
     const SimDeviceProfile &a = s.devices[0];
     QCOMPARE(a.devId, QStringLiteral("SIM-0001"));
     QCOMPARE(a.chNumRx, 4);
-    QCOMPARE(a.chNumTx, 8);
     QCOMPARE(a.port, 9000);
+    // Devices hold their resolved faults: one that says nothing takes the scenario's.
     QCOMPARE(a.faults.lossPercent, 10);
     QCOMPARE(a.faults.delayMs, 50);
-    QCOMPARE(a.password, QStringLiteral("123456"));
-    QCOMPARE(s.devices[1].faults.delayMs, 0);
     QCOMPARE(s.devices[1].faults.lossPercent, 10);
-    QCOMPARE(s.devices[1].clockId, QStringLiteral("00-1D-C1-FF-FE-00-00-02"));
     QCOMPARE(s.devices[1].flows.value(0).channels, (QVector<int>{0, 1}));
+    // Written out and read back, nothing is lost.
+    SimScenario back;
+    QVERIFY2(SimScenario::fromJson(s.toJson(), &back, &error), qPrintable(error));
+    QCOMPARE(back.toJson(), s.toJson());
+    QCOMPARE(back.devices[1].faults.refuse.value("setDevName"), QStringLiteral("busy"));
+    QCOMPARE(back.devices[1].address, QStringLiteral("127.0.0.50"));
+    QCOMPARE(back.devices[1].flows.size(), 1);
 }
 
 void TestSimScenario::badScenariosAreRefused_data()
 {
     QTest::addColumn<QByteArray>("json");
-    QTest::newRow("not an object") << QByteArray("[1,2]");
     QTest::newRow("no devices") << QByteArray(R"({"devices":[]})");
     QTest::newRow("same devId") << QByteArray(
         R"({"devices":[{"devId":"X","model":"RK0808"},{"devId":"X","model":"RK0808"}]})");
@@ -80,8 +62,6 @@ void TestSimScenario::badScenariosAreRefused_data()
     QTest::newRow("clock identity in lower case")
         << QByteArray(R"({"devices":[{"model":"RK0808","clockId":"00-1d-c1-ff-fe-00-00-01"}]})");
     QTest::newRow("unknown fault") << QByteArray(R"({"devices":[{"model":"RK0808","faults":{"explode":true}}]})");
-    QTest::newRow("hot takes warn or error")
-        << QByteArray(R"({"devices":[{"model":"RK0808","faults":{"hot":"yes"}}]})");
     QTest::newRow("count as text that is no number")
         << QByteArray(R"({"devices":[{"model":"RK0808","chNumRx":"eight"}]})");
 }
@@ -100,11 +80,6 @@ void TestSimScenario::generatedScenarioScales()
     const SimScenario s = SimScenario::generated(1024);
     QCOMPARE(s.devices.size(), 1024);
     QCOMPARE(s.check(), QString());
-    QSet<QString> models;
-    for (const SimDeviceProfile &d : s.devices)
-        models.insert(d.model);
-    QVERIFY(models.size() >= 4);
-    QCOMPARE(s.devices[1023].devId, QStringLiteral("SIM-1024"));
     QCOMPARE(s.devices[1023].clockId, QStringLiteral("00-1D-C1-FF-FE-00-04-00"));
     // Identities must be unique, or the program would merge devices and the election would tie.
     for (const SimScenario &scenario : {s, SimScenario::defaultScenario()}) {
@@ -116,19 +91,6 @@ void TestSimScenario::generatedScenarioScales()
         QCOMPARE(ids.size(), scenario.devices.size());
         QCOMPARE(clocks.size(), scenario.devices.size());
     }
-}
-
-void TestSimScenario::sapHeader()
-{
-    const QByteArray sdp = "v=0\r\n";
-    const QByteArray p = SimSap::packet(0xC0A80114u, 0xBEEF, sdp);
-    QCOMPARE(p.size(), 24 + sdp.size());
-    QCOMPARE(quint8(p[0]), quint8(0x20));
-    QCOMPARE(quint8(p[1]), quint8(0));
-    QCOMPARE(qFromBigEndian<quint16>(p.constData() + 2), quint16(0xBEEF));
-    QCOMPARE(p.mid(4, 4), QByteArray("\xC0\xA8\x01\x14", 4));
-    QCOMPARE(p.mid(8, 16), QByteArray("application/sdp\0", 16));
-    QCOMPARE(p.mid(24), sdp);
 }
 
 void TestSimScenario::sdpAsAes67SendersWriteIt()
