@@ -54,11 +54,7 @@ struct Peer
 
 bool waitFor(const std::function<bool()> &done, int ms = 3000)
 {
-    QElapsedTimer t;
-    t.start();
-    while (!done() && t.elapsed() < ms)
-        QTest::qWait(10);
-    return done();
+    return QTest::qWaitFor(done, ms);
 }
 
 } // namespace
