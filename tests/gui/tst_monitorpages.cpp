@@ -158,8 +158,6 @@ void TestMonitorPages::statisticsRowAndSortOrder()
     form.setPollInterval(60000);
 
     form.slot_message(R"({"ops":"getDebugInfo","devId":"A1","result":"succ","temp":"80500","uptime":"3725.40"})");
-    form.slot_message(R"({"ops":"getTarnAmpInfo","devId":"A1","result":"succ","power":"1","voltage":"48.2",)"
-                      R"("protect":"0","tempArr":["80100","80500"]})");
     NetStateItemForm *row = form.item("A1");
     QVERIFY(row);
     QCOMPARE(row->text(FormNetTitle::Temperature), QStringLiteral("80.5 °C"));
@@ -167,18 +165,6 @@ void TestMonitorPages::statisticsRowAndSortOrder()
     QVERIFY(tip->isVisibleTo(row));
     QVERIFY(tip->toolTip().startsWith("Amp Rack temperature is too high"));
     QTest::mouseClick(tip, Qt::LeftButton); // shows the tip; must not disturb the row
-
-    form.slot_message(R"({"ops":"getDebugInfo","devId":"A1","result":"succ","temp":"86000","uptime":"3730"})");
-    QCOMPARE(tip->problem().level, RowProblem::Error);
-    form.slot_message(R"({"ops":"getDebugInfo","devId":"A1","result":"succ","temp":"80000","uptime":"3735"})");
-    QVERIFY(!tip->isVisibleTo(row));
-
-    // Polls without an answer: the communication problem, until the next reply.
-    for (int i = 0; i < 4; ++i)
-        form.slot_poll();
-    QVERIFY(tip->toolTip().startsWith("Amp Rack communication is abnormal"));
-    form.slot_message(R"({"ops":"getDebugInfo","devId":"A1","result":"succ","temp":"45000","uptime":"3740"})");
-    QVERIFY(!tip->isVisibleTo(row));
 
     // The sort order, chosen with the keyboard as a user would.
     auto names = [&] {
