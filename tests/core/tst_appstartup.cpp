@@ -18,8 +18,6 @@ private slots:
     void appConfigTitle_data();
     void appConfigTitle();
     void appConfigFile();
-    void langueAlwaysStartsEnglish_data();
-    void langueAlwaysStartsEnglish();
     void langueRoundTrip();
     void logLine_data();
     void logLine();
@@ -117,21 +115,6 @@ void TestAppStartup::appConfigFile()
     f.write("title=Studio A=B\n");
     f.close();
     QCOMPARE(AppConfig::readTitle(dir.path()).value_or(QString()), QStringLiteral("Studio A=B"));
-}
-
-void TestAppStartup::langueAlwaysStartsEnglish_data()
-{
-    QTest::addColumn<QString>("stored");
-    QTest::newRow("chs") << QStringLiteral("chs");
-    QTest::newRow("en") << QStringLiteral("en");
-    QTest::newRow("missing") << QString();
-    QTest::newRow("garbage") << QStringLiteral("xx");
-}
-
-void TestAppStartup::langueAlwaysStartsEnglish()
-{
-    QFETCH(QString, stored);
-    QVERIFY(!UserSettings::startsInChinese(stored));
 }
 
 void TestAppStartup::langueRoundTrip()
