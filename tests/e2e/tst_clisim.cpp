@@ -266,6 +266,9 @@ void TestCliSim::flowCreatedSeenSubscribedRemoved()
     QCOMPARE(flow.value("sampleByteNum").toInt(), 3);
     QCOMPARE(flow.value("sampleRate").toInt(), 48000);
     QCOMPARE(flow.value("gmClkId").toString(), QString::fromLatin1(kLeaderClock));
+    QCOMPARE(flow.value("pFrameNum").toInt(), 48);
+    QCOMPARE(flow.value("rtpTsOffset").toInt(), 0);
+    QVERIFY(cli({"--wait", "3", "flows"}).out.contains((group + ":5004").toUtf8()));
 
     // A page subscribes with the "sdp" the registry hands out with the flow.
     QTRY_VERIFY_WITH_TIMEOUT(watch.findOp("addMcast", "dstIp", group) >= 0, 10000);
