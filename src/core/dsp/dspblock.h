@@ -153,6 +153,9 @@ struct DspBlock
     QJsonObject objExtra;
     /// Members of the block itself this program does not know.
     QJsonObject extra;
+    /// The block's identity while the document is open: never written to the device or a file, so two
+    /// documents that differ only in it are the same document. 0 until the DSP controller gives one.
+    quint64 uid = 0;
 
     /// The block type number as on the wire.
     int type() const;

@@ -1,0 +1,1 @@
+#include "core/dsp/dspkinds.h"
