@@ -174,9 +174,14 @@ private slots:
     void saveSendsTheChainsAndLaterChangesUseTheirNewPlace()
     {
         QVERIFY(c->addBlock(DspSide::In, 0, DspKind::Compress).isEmpty());
+        // Saved while a change is on its way: the save carries it, or it would take it back on the device.
+        const quint64 delay = c->blockId(DspSide::In, 0, 3);
+        c->setBlockParams(delay, withDelay(*c, delay, 777));
         QSignalSpy saved(c, &DspController::signal_saved);
         c->save();
-        QVERIFY(sink.tcp.last().startsWith(QLatin1String("{\"inArr\":")));
+        answer();
+        QVERIFY(sink.tcp.last().startsWith(QLatin1String("{\"inArr\":[{\"procArr\":[")));
+        QVERIFY(sink.tcp.last().contains(QLatin1String("\"delayNum\":\"777\"")));
         answer();
         QCOMPARE(saved.last().at(0).toBool(), true);
         QVERIFY(!c->hasUnsavedChanges());

@@ -1299,7 +1299,12 @@ void DspController::save()
     p.key = QStringLiteral("setConfig");
     p.ops = QStringLiteral("setConfig");
     p.timeoutMs = kConfigTimeoutMs;
-    p.text = DspCommands::setConfig(m_doc, aecAsk, mixAsk);
+    // Changes still on their way travel ahead of the save; it must carry them too, or it would take them back.
+    CDeviceDspData toSave = m_doc;
+    for (auto it = m_askedBlocks.constBegin(); it != m_askedBlocks.constEnd(); ++it)
+        if (const std::optional<Place> at = place(it.key()))
+            toSave.nodeArr[nodeIdOf(at->side)].portArr[at->channel].procArr[at->procIndex] = it.value();
+    p.text = DspCommands::setConfig(toSave, aecAsk, mixAsk);
     p.done = [=](const Answer &a) {
         if (a.ok) {
             m_unsaved = false;
