@@ -106,6 +106,11 @@ DspMatrixForm::~DspMatrixForm()
         m_controller->endGesture();
 }
 
+bool DspMatrixForm::isWheelGestureOpen() const
+{
+    return m_wheelGesture->isActive();
+}
+
 void DspMatrixForm::setChannelNames(const QStringList &inputs, const QStringList &outputs)
 {
     m_model->setChannelNames(inputs, outputs);

@@ -32,6 +32,8 @@ public:
     /// Channel names for the headers (inputs across, outputs down).
     void setChannelNames(const QStringList &inputs, const QStringList &outputs);
 
+    /// Wheel turns are still being gathered into one undo step.
+    bool isWheelGestureOpen() const;
     QTableView *view() const { return m_view; }
     DspMatrixModel *model() const { return m_model; }
 
