@@ -11,6 +11,7 @@
 #include <QLabel>
 #include <QPointer>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalBlocker>
 #include <QSpinBox>
 #include <QVBoxLayout>
@@ -30,9 +31,10 @@ DspMicConfigDialog::DspMicConfigDialog(DspController *controller, QStringList in
     m_status->setWordWrap(true);
 
     // Sixteen inputs and more scroll rather than grow past the screen.
-    auto *area = new QScrollArea(this);
+    auto *area = m_area = new QScrollArea(this);
     area->setWidgetResizable(true);
     area->setFrameShape(QFrame::NoFrame);
+    area->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     area->setMinimumHeight(scaled(120));
     auto *inputs = new QWidget(area);
     m_grid = new QGridLayout(inputs);
@@ -91,7 +93,8 @@ void DspMicConfigDialog::showInputs(const QVector<DspMicConfig::Input> &inputs)
 {
     showStatus(QString(), false);
     for (int i = 0; i < inputs.size(); ++i) {
-        Row row{new QLabel(inputName(i), this), new QSpinBox(this), new QCheckBox(this), inputs[i]};
+        QWidget *box = m_grid->parentWidget();
+        Row row{new QLabel(inputName(i), box), new QSpinBox(box), new QCheckBox(box), inputs[i]};
         row.gain->setObjectName(QStringLiteral("sb_micGain_%1").arg(i));
         row.gain->setRange(DspMicConfig::kMinGainDb, DspMicConfig::kMaxGainDb);
         row.gain->setSuffix(QStringLiteral(" dB"));
@@ -101,11 +104,20 @@ void DspMicConfigDialog::showInputs(const QVector<DspMicConfig::Input> &inputs)
         m_grid->addWidget(row.name, i + 1, 0);
         m_grid->addWidget(row.gain, i + 1, 1);
         m_grid->addWidget(row.phantom, i + 1, 2);
+        // Added to a dialog already on screen, they would otherwise appear only once the event loop runs.
+        for (QWidget *w : std::initializer_list<QWidget *>{row.name, row.gain, row.phantom})
+            w->show();
         m_rows.append(row);
         showRow(i, inputs[i]);
         connect(row.gain, QOverload<int>::of(&QSpinBox::valueChanged), this, [this, i] { write(i); });
         connect(row.phantom, &QCheckBox::toggled, this, [this, i] { write(i); });
     }
+    // Every column in view; the rows scroll beyond about ten inputs.
+    const QSize content = m_grid->parentWidget()->sizeHint();
+    m_area->setMinimumWidth(content.width() + m_area->verticalScrollBar()->sizeHint().width());
+    m_area->setMinimumHeight(qMin(content.height(), scaled(360)));
+    if (layout())
+        layout()->activate();
     adjustSize();
 }
 

@@ -10,6 +10,7 @@ class DspController;
 class QCheckBox;
 class QGridLayout;
 class QLabel;
+class QScrollArea;
 class QSpinBox;
 
 /// "话筒配置": input gain and phantom power of every analog input of the device. Reads the settings when it
@@ -53,6 +54,7 @@ private:
     DspController *m_controller;
     QStringList m_inputNames;
     QVector<Row> m_rows;
+    QScrollArea *m_area;
     QGridLayout *m_grid;
     QLabel *m_inputHeader;
     QLabel *m_gainHeader;
