@@ -497,8 +497,10 @@ const QHash<QString, SimDevice::Op> &SimDevice::dspOperations()
         add("getConfig", read, link, Op::Free);
         add("setConfig", change, link, Op::Dsp);
         for (const char *n : {"setBorderProc", "setBorderProcBypass", "setBorderProcGroupIdBatch", "setNodeData",
-                              "setGain", "setMute", "setInverse", "setGroupId"})
+                              "setGain", "setMute", "setInverse", "setGroupId", "setMatrixCell"})
             add(n, change, both, Op::Dsp);
+        add("getMicConfig", &call<SimLevels, &SimLevels::opMicConfig>, both, Op::Free);
+        add("setMicConfig", &call<SimLevels, &SimLevels::opMicConfig>, both, Op::Dsp);
         add("getBorderProcStatus", read, both, Op::Free);
         for (const char *n : {"getCpuUsage", "getVolumeDbBatchIn", "getVolumeDbBatchOut"})
             add(n, &call<SimDevice, &SimDevice::opDspMeters>, {SimPorts::dsp}, Op::Free);

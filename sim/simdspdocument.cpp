@@ -119,6 +119,38 @@ QJsonObject channelMembers()
             {QStringLiteral("mute"), QStringLiteral("0")}};
 }
 
+// An AEC channel as docs/dsp.md sets it out: its near end is its own input.
+QJsonObject aecMembers(int channel)
+{
+    QJsonObject m = channelMembers();
+    m.insert(QStringLiteral("aecLevel"), QStringLiteral("2"));
+    m.insert(QStringLiteral("ansLevel"), QStringLiteral("2"));
+    m.insert(QStringLiteral("farArr"), QJsonArray());
+    m.insert(QStringLiteral("hasAec"), QStringLiteral("1"));
+    m.insert(QStringLiteral("hasAgc"), QStringLiteral("0"));
+    m.insert(QStringLiteral("hasAns"), QStringLiteral("1"));
+    m.insert(QStringLiteral("nearArr"), QJsonArray{text(channel)});
+    return m;
+}
+
+QJsonObject automixerObj(int channels)
+{
+    return QJsonObject{{QStringLiteral("attackMs"), QStringLiteral("10")},
+                       {QStringLiteral("chNumLimit"), text(channels)},
+                       {QStringLiteral("decayDb"), QStringLiteral("-6")},
+                       {QStringLiteral("duckAttackMs"), QStringLiteral("50")},
+                       {QStringLiteral("duckDb"), QStringLiteral("-15")},
+                       {QStringLiteral("duckReleaseMs"), QStringLiteral("500")},
+                       {QStringLiteral("holdMs"), QStringLiteral("500")},
+                       {QStringLiteral("leaveLastOn"), QStringLiteral("1")},
+                       {QStringLiteral("maskArr"), repeat(QStringLiteral("1"), channels)},
+                       {QStringLiteral("mode"), QStringLiteral("0")},
+                       {QStringLiteral("nomAttenuate"), QStringLiteral("1")},
+                       {QStringLiteral("releaseMs"), QStringLiteral("300")},
+                       {QStringLiteral("slope"), QStringLiteral("2")},
+                       {QStringLiteral("trigDb"), QStringLiteral("-40")}};
+}
+
 // What a firmware would accept for a member, by the member's name (an
 // array's elements go by the array's name). Unlisted members are free text.
 struct Rule
@@ -305,17 +337,8 @@ SimDspDocument::SimDspDocument(const Layout &layout, InputLevel input)
     if (layout.aec) {
         Node aec;
         aec.type = 2;
-        for (int c = 0; c < layout.inputs; ++c) {
-            QJsonObject m = channelMembers();
-            m.insert(QStringLiteral("aecLevel"), QStringLiteral("2"));
-            m.insert(QStringLiteral("ansLevel"), QStringLiteral("2"));
-            m.insert(QStringLiteral("farArr"), QJsonArray());
-            m.insert(QStringLiteral("hasAec"), QStringLiteral("1"));
-            m.insert(QStringLiteral("hasAgc"), QStringLiteral("0"));
-            m.insert(QStringLiteral("hasAns"), QStringLiteral("1"));
-            m.insert(QStringLiteral("nearArr"), QJsonArray{text(c)});
-            aec.ports << Port{m, {}};
-        }
+        for (int c = 0; c < layout.inputs; ++c)
+            aec.ports << Port{aecMembers(c), {}};
         m_nodes << aec;
     }
     if (layout.automixer) {
@@ -323,20 +346,7 @@ SimDspDocument::SimDspDocument(const Layout &layout, InputLevel input)
         mix.type = 3;
         for (int c = 0; c < layout.inputs; ++c)
             mix.ports << Port{channelMembers(), {}};
-        mix.obj = QJsonObject{{QStringLiteral("attackMs"), QStringLiteral("10")},
-                              {QStringLiteral("chNumLimit"), text(layout.inputs)},
-                              {QStringLiteral("decayDb"), QStringLiteral("-6")},
-                              {QStringLiteral("duckAttackMs"), QStringLiteral("50")},
-                              {QStringLiteral("duckDb"), QStringLiteral("-15")},
-                              {QStringLiteral("duckReleaseMs"), QStringLiteral("500")},
-                              {QStringLiteral("holdMs"), QStringLiteral("500")},
-                              {QStringLiteral("leaveLastOn"), QStringLiteral("1")},
-                              {QStringLiteral("maskArr"), repeat(QStringLiteral("1"), layout.inputs)},
-                              {QStringLiteral("mode"), QStringLiteral("0")},
-                              {QStringLiteral("nomAttenuate"), QStringLiteral("1")},
-                              {QStringLiteral("releaseMs"), QStringLiteral("300")},
-                              {QStringLiteral("slope"), QStringLiteral("2")},
-                              {QStringLiteral("trigDb"), QStringLiteral("-40")}};
+        mix.obj = automixerObj(layout.inputs);
         m_nodes << mix;
     }
     Node matrix;
@@ -464,6 +474,8 @@ QString SimDspDocument::apply(const QString &ops, const QJsonObject &req, QJsonO
         return setBlockGroups(req);
     if (ops == QLatin1String("setNodeData"))
         return setNodeData(req);
+    if (ops == QLatin1String("setMatrixCell"))
+        return setMatrixCell(req);
     if (ops == QLatin1String("setGain") || ops == QLatin1String("setMute") || ops == QLatin1String("setInverse") ||
         ops == QLatin1String("setGroupId"))
         return setChannel(ops, req, reply);
@@ -497,11 +509,77 @@ QString SimDspDocument::setConfig(const QJsonObject &req)
             chains[side] << chain;
         }
     }
+    // The AEC and automixer channel counts ride along; none of them outnumbers the inputs.
+    int nodeChannels[2] = {aecChannels(), automixerChannels()};
+    const char *countKeys[2] = {"aecChNum", "autoMixerChNum"};
+    for (int k = 0; k < 2; ++k) {
+        if (!req.contains(QLatin1String(countKeys[k])))
+            continue;
+        nodeChannels[k] = readInt(req, countKeys[k], &ok);
+        if (!ok || nodeChannels[k] < 0 || nodeChannels[k] > m_layout.inputs)
+            return badParam;
+    }
     for (int c = 0; c < m_layout.inputs; ++c)
         m_nodes.first().ports[c].procs = chains[0][c];
     for (int c = 0; c < m_layout.outputs; ++c)
         m_nodes.last().ports[c].procs = chains[1][c];
+    resizeNode(2, nodeChannels[0]);
+    resizeNode(3, nodeChannels[1]);
     return QString();
+}
+
+int SimDspDocument::nodeOfType(int type) const
+{
+    for (int n = 1; n < matrixNode(); ++n)
+        if (m_nodes[n].type == type)
+            return n;
+    return -1;
+}
+
+int SimDspDocument::aecChannels() const
+{
+    const int n = nodeOfType(2);
+    return n < 0 ? 0 : m_nodes[n].ports.size();
+}
+
+int SimDspDocument::automixerChannels() const
+{
+    const int n = nodeOfType(3);
+    return n < 0 ? 0 : m_nodes[n].ports.size();
+}
+
+void SimDspDocument::resizeNode(int type, int channels)
+{
+    int at = nodeOfType(type);
+    if (channels == 0) {
+        if (at >= 0)
+            m_nodes.remove(at);
+        return;
+    }
+    if (at < 0) {
+        // Echo cancellation comes straight after the inputs, the automixer after it.
+        at = type == 3 && m_nodes[1].type == 2 ? 2 : 1;
+        Node node;
+        node.type = type;
+        if (type == 3)
+            node.obj = automixerObj(channels);
+        m_nodes.insert(at, node);
+    }
+    Node &node = m_nodes[at];
+    node.ports.resize(qMin(node.ports.size(), channels));
+    while (node.ports.size() < channels)
+        node.ports << Port{type == 2 ? aecMembers(node.ports.size()) : channelMembers(), {}};
+    if (type == 3) {
+        QJsonArray mask = node.obj.value(QLatin1String("maskArr")).toArray();
+        while (mask.size() > channels)
+            mask.removeLast();
+        while (mask.size() < channels)
+            mask.append(QStringLiteral("1"));
+        node.obj.insert(QStringLiteral("maskArr"), mask);
+        // The limit may not name more channels than there are.
+        if (num(node.obj, "chNumLimit") > channels)
+            node.obj.insert(QStringLiteral("chNumLimit"), text(channels));
+    }
 }
 
 QString SimDspDocument::setBlock(const QJsonObject &req)
@@ -612,6 +690,31 @@ QString SimDspDocument::setChannel(const QString &ops, const QJsonObject &req, Q
     return QString();
 }
 
+QString SimDspDocument::setMatrixCell(const QJsonObject &req)
+{
+    bool okNode = false, okOut = false, okIn = false, okGain = false, okMute = false;
+    const int node = readInt(req, "nodeId", &okNode);
+    const int out = readInt(req, "outIndex", &okOut);
+    const int in = readInt(req, "inIndex", &okIn);
+    const double gain = readReal(req, "gainDb", &okGain);
+    const int mute = readInt(req, "mute", &okMute);
+    if (!okNode || !okOut || !okIn || !okGain || !okMute || node != matrixNode() || out < 0 ||
+        out >= m_layout.outputs || in < 0 || in >= m_layout.inputs || gain < -100 || gain > 12 ||
+        (mute != 0 && mute != 1))
+        return badParam;
+    QJsonObject &obj = m_nodes[node].obj;
+    const auto setCell = [&obj, out, in](const char *key, const QString &value) {
+        QJsonArray rows = obj.value(QLatin1String(key)).toArray();
+        QJsonArray row = rows.at(out).toArray();
+        row.replace(in, value);
+        rows.replace(out, row);
+        obj.insert(QLatin1String(key), rows);
+    };
+    setCell("gainArr", real(gain));
+    setCell("muteArr", flagText(mute));
+    return QString();
+}
+
 // ---------------------------------------------------------------- live figures
 
 double SimDspDocument::chainLevel(const Port &port, double level, int upTo) const
@@ -664,8 +767,10 @@ double SimDspDocument::matrixOut(int output) const
             continue;
         const Port &in = m_nodes.first().ports[i];
         double level = afterChannel(in.members, chainLevel(in, m_input(i), in.procs.size()));
+        // An input without a channel on the AEC or automixer node passes it untouched.
         for (int n = 1; n < matrixNode(); ++n)
-            level = afterChannel(m_nodes[n].ports[i].members, level);
+            if (i < m_nodes[n].ports.size())
+                level = afterChannel(m_nodes[n].ports[i].members, level);
         sum = powerSum(sum, level + gains.at(i).toString().toDouble());
     }
     return sum;

@@ -13,12 +13,14 @@
 class SimDspDocument
 {
 public:
+    /// The layout a device starts with; "setConfig" can later change the channel counts of the AEC and
+    /// automixer nodes, never the inputs and outputs.
     struct Layout
     {
         int inputs = 0;
         int outputs = 0;
-        bool aec = false;       ///< an echo-cancellation node after the inputs
-        bool automixer = false; ///< an automixer node after the inputs (and the AEC)
+        bool aec = false;       ///< an echo-cancellation node after the inputs, one channel per input
+        bool automixer = false; ///< an automixer node after the inputs (and the AEC), one channel per input
     };
     /// "RKiiooD" carries ii inputs and oo outputs; a model code that does not
     /// read so takes the physical channel counts. Sixteen inputs or more bring
@@ -31,11 +33,14 @@ public:
     SimDspDocument(const Layout &layout, InputLevel input);
 
     const Layout &layout() const { return m_layout; }
+    /// Channels of the echo-cancellation and automixer nodes now; 0 when the node is absent.
+    int aecChannels() const;
+    int automixerChannels() const;
 
     /// The document "getConfig" answers.
     QJsonObject config(int sampleRate) const;
 
-    /// One change of the DSP link ("setConfig", "setBorderProc", "setGain", ...):
+    /// One change of the DSP link ("setConfig", "setBorderProc", "setGain", "setMatrixCell", ...):
     /// "" with the reply members added, or the reason, the document unchanged.
     QString apply(const QString &ops, const QJsonObject &request, QJsonObject &reply);
     /// "getBorderProcStatus": the live state of a dynamics block or the gate.
@@ -67,6 +72,10 @@ private:
     bool locate(const QJsonObject &req, bool wantPort, bool wantBlock, Address *a) const;
     bool hasChains(int node) const { return node == 0 || node == m_nodes.size() - 1; }
     int matrixNode() const { return m_nodes.size() - 2; }
+    int nodeOfType(int type) const;
+    /// Gives the AEC (type 2) or automixer (type 3) node that many channels, adding or removing the node;
+    /// channels that stay keep their settings, new ones take the defaults.
+    void resizeNode(int type, int channels);
     bool crossCheck(int blockType, const QJsonObject &obj) const;
     bool validBlock(const QJsonValue &v, QJsonObject *out) const;
 
@@ -76,6 +85,7 @@ private:
     QString setBlockGroups(const QJsonObject &req);
     QString setNodeData(const QJsonObject &req);
     QString setChannel(const QString &ops, const QJsonObject &req, QJsonObject &reply);
+    QString setMatrixCell(const QJsonObject &req);
 
     double chainLevel(const Port &port, double level, int upTo) const;
     double matrixOut(int output) const;

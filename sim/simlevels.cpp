@@ -8,6 +8,8 @@
 #include "simrouting.h"
 #include "simtext.h"
 
+#include <QJsonArray>
+
 #include <cmath>
 #include <limits>
 
@@ -28,6 +30,8 @@ SimLevels::SimLevels(SimDevice &device, const SimDeviceProfile &profile)
     , m_phyGainTx(profile.phyChNumTx, 0.0)
     , m_phyMuteRx(profile.phyChNumRx, false)
     , m_phyMuteTx(profile.phyChNumTx, false)
+    , m_micGainDb(profile.phyChNumRx, 0)
+    , m_phantom(profile.phyChNumRx, false)
 {}
 
 double SimLevels::phyIn(int ch) const
@@ -41,7 +45,7 @@ double SimLevels::phyIn(int ch) const
     const double base = -14.0 - double(h % 24);
     const double swell = 6.0 * std::sin(t / (2.0 + (h >> 8) % 5) + (h >> 16) % 7);
     const double flicker = 1.5 * std::sin(t * 7.3 + (h >> 4) % 11);
-    return qMin(-0.5, base + swell + flicker + m_phyGainRx.value(ch));
+    return qMin(-0.5, base + swell + flicker + m_micGainDb.value(ch) + m_phyGainRx.value(ch));
 }
 
 double SimLevels::netTx(int ch) const
@@ -138,5 +142,45 @@ QString SimLevels::opPhyGainMute(const QJsonObject &req, QJsonObject &r)
             return SimText::badParam;
         mutes[ch] = v == QLatin1String("1");
     }
+    return QString();
+}
+
+QString SimLevels::opMicConfig(const QJsonObject &req, QJsonObject &r)
+{
+    const auto flag = [](bool on) { return on ? QStringLiteral("1") : QStringLiteral("0"); };
+    if (r.value(QLatin1String("ops")).toString() == QLatin1String("getMicConfig")) {
+        QJsonArray arr;
+        for (int ch = 0; ch < m_micGainDb.size(); ++ch)
+            arr.append(QJsonObject{{QStringLiteral("gainDb"), QString::number(m_micGainDb[ch])},
+                                   {QStringLiteral("phantom"), flag(m_phantom[ch])}});
+        r.insert(QStringLiteral("arr"), arr);
+        return QString();
+    }
+    // Either member may be left out and keeps its value; the preamplifier steps in whole dB.
+    bool ok = false;
+    const int ch = readInt(req, "portIndex", &ok);
+    if (!ok || ch < 0 || ch >= m_micGainDb.size())
+        return SimText::badParam;
+    const bool hasGain = req.contains(QLatin1String("gainDb"));
+    const bool hasPhantom = req.contains(QLatin1String("phantom"));
+    int gain = m_micGainDb[ch];
+    int phantom = m_phantom[ch];
+    if (!hasGain && !hasPhantom)
+        return SimText::badParam;
+    if (hasGain) {
+        const double v = readReal(req, "gainDb", &ok);
+        if (!ok || v < 0 || v > kMicGainMaxDb || v != std::floor(v))
+            return SimText::badParam;
+        gain = int(v);
+    }
+    if (hasPhantom) {
+        phantom = readInt(req, "phantom", &ok);
+        if (!ok || (phantom != 0 && phantom != 1))
+            return SimText::badParam;
+    }
+    m_micGainDb[ch] = gain;
+    m_phantom[ch] = phantom == 1;
+    r.insert(QStringLiteral("gainDb"), QString::number(gain));
+    r.insert(QStringLiteral("phantom"), flag(m_phantom[ch]));
     return QString();
 }

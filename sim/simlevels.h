@@ -34,10 +34,17 @@ public:
     bool page(const QString &ops, int *size, std::function<QJsonValue(int)> *item) const;
     /// "setPhyGainDbRx", "setPhyGainDbTx", "setPhyMuteRx", "setPhyMuteTx".
     QString opPhyGainMute(const QJsonObject &req, QJsonObject &r);
+    /// "getMicConfig" and "setMicConfig": input gain and phantom power of the analog inputs, which sit before
+    /// everything else, so every level of an input follows its input gain.
+    QString opMicConfig(const QJsonObject &req, QJsonObject &r);
+
+    static const int kMicGainMaxDb = 60;
 
 private:
     const SimDevice &m_device;
     quint32 m_seed;
     QVector<double> m_phyGainRx, m_phyGainTx;
     QVector<bool> m_phyMuteRx, m_phyMuteTx;
+    QVector<int> m_micGainDb;
+    QVector<bool> m_phantom;
 };

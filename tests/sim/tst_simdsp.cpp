@@ -27,6 +27,7 @@ const char *const fSlow = "127.0.0.9";
 const char *const fRefuse = "127.0.0.10";
 const char *const fGarbage = "127.0.0.11";
 const char *const fBig = "127.0.0.12";
+const char *const a8 = "127.0.0.13"; // RK0808D whose AEC and automixer nodes come and go
 
 const QByteArray kScenario = R"({"devices":[
     {"devId":"M16","model":"RK1616D","phyChNumRx":16,"phyChNumTx":16},
@@ -39,7 +40,8 @@ const QByteArray kScenario = R"({"devices":[
     {"devId":"SLOW","model":"RK0808","faults":{"delayMs":300}},
     {"devId":"REF","model":"RK0808","faults":{"refuse":{"setDevName":"busy","setUcastRx":"no free sdpId"}}},
     {"devId":"MAL","model":"RK0808","faults":{"malformedPercent":100}},
-    {"devId":"BIG","model":"RK0808","faults":{"oversizePercent":100}}]})";
+    {"devId":"BIG","model":"RK0808","faults":{"oversizePercent":100}},
+    {"devId":"A8","model":"RK0808D"}]})";
 
 QJsonObject parse(const QByteArray &json)
 {
@@ -134,7 +136,6 @@ void diff(const QJsonValue &a, const QJsonValue &b, const QString &path, QJsonOb
     }
 }
 
-
 QStringList types(const QJsonArray &items)
 {
     QStringList t;
@@ -155,6 +156,10 @@ private slots:
     void documentFollowsTheModel();
     void changesTouchExactlyTheirTarget_data();
     void changesTouchExactlyTheirTarget();
+    void matrixCell_data();
+    void matrixCell();
+    void echoAndAutomixerChannelCounts();
+    void microphoneInputs();
     void lockRefusesChangesNotReads_data();
     void lockRefusesChangesNotReads();
     void onlyProcessorsAnswer();
@@ -172,7 +177,7 @@ private:
 void TestSimDsp::initTestCase()
 {
     m_net = startNetwork(scenarioOf(kScenario));
-    QCOMPARE(m_net->devices().size(), 11);
+    QCOMPARE(m_net->devices().size(), 12);
     m_peer = std::make_unique<SimPeer>(true);
     QVERIFY(m_peer->isReady());
 }
@@ -255,7 +260,8 @@ void TestSimDsp::changesTouchExactlyTheirTarget_data()
     QTest::newRow("input gain, shortest form")
         << false << QByteArray(R"({"ops":"setGain","uiTag":"dspUiTag","nodeId":"0","portIndex":"3","val":"-12.250"})")
         << QByteArray(R"({"nodeArr/0/portArr/3/gainDb":"-12.25"})");
-    QTest::newRow("block out of range: nothing") << false
+    QTest::newRow("block out of range: nothing")
+        << false
         << QByteArray(R"({"ops":"setBorderProcBypass","nodeId":"0","portIndex":"0","procIndex":"8","val":"0"})")
         << QByteArray("{}");
 }
@@ -275,6 +281,137 @@ void TestSimDsp::changesTouchExactlyTheirTarget()
     QJsonObject changed;
     diff(before, config(m16), QString(), &changed);
     QCOMPARE(changed, parse(changes));
+}
+
+void TestSimDsp::matrixCell_data()
+{
+    QTest::addColumn<bool>("udp");
+    QTest::addColumn<QByteArray>("cell");
+    QTest::addColumn<QByteArray>("changes");
+    const QByteArray none = "{}";
+    QTest::newRow("over the link, shortest form")
+        << false << QByteArray(R"("nodeId":"3","outIndex":"2","inIndex":"5","gainDb":"-6.50","mute":"0")")
+        << QByteArray(R"({"nodeArr/3/obj/gainArr/2/5":"-6.5","nodeArr/3/obj/muteArr/2/5":"0"})");
+    QTest::newRow("by datagram, muted")
+        << true << QByteArray(R"("nodeId":"3","outIndex":"15","inIndex":"15","gainDb":"12","mute":"1")")
+        << QByteArray(R"({"nodeArr/3/obj/gainArr/15/15":"12","nodeArr/3/obj/muteArr/15/15":"1"})");
+    QTest::newRow("not the matrix") << false
+                                    << QByteArray(
+                                           R"("nodeId":"2","outIndex":"0","inIndex":"0","gainDb":"0","mute":"0")")
+                                    << none;
+    QTest::newRow("no such output") << false
+                                    << QByteArray(
+                                           R"("nodeId":"3","outIndex":"16","inIndex":"0","gainDb":"0","mute":"0")")
+                                    << none;
+    QTest::newRow("no such input") << true
+                                   << QByteArray(
+                                          R"("nodeId":"3","outIndex":"0","inIndex":"-1","gainDb":"0","mute":"0")")
+                                   << none;
+    QTest::newRow("gain above 12") << false
+                                   << QByteArray(
+                                          R"("nodeId":"3","outIndex":"0","inIndex":"0","gainDb":"12.1","mute":"0")")
+                                   << none;
+    QTest::newRow("mute not a flag") << false
+                                     << QByteArray(
+                                            R"("nodeId":"3","outIndex":"0","inIndex":"0","gainDb":"0","mute":"2")")
+                                     << none;
+}
+
+void TestSimDsp::matrixCell()
+{
+    QFETCH(bool, udp);
+    QFETCH(QByteArray, cell);
+    QFETCH(QByteArray, changes);
+    const QByteArray request = R"({"ops":"setMatrixCell","uiTag":"dspUiTag",)" + cell + "}";
+    const QJsonObject before = config(m16);
+    const QString outcome = udp ? m_peer->outcome(m16, 8999, request)
+                                : DspClient(m16).ask(request).value(changes == "{}" ? "reason" : "result").toString();
+    QCOMPARE(outcome, changes == "{}" ? QStringLiteral("bad param") : succ);
+    QJsonObject changed;
+    diff(before, config(m16), QString(), &changed);
+    QCOMPARE(changed, parse(changes));
+}
+
+void TestSimDsp::echoAndAutomixerChannelCounts()
+{
+    DspClient c(a8);
+    const auto nodes = [] { return config(a8).value("nodeArr").toArray(); };
+    // The chains as they are, with the counts riding along.
+    const auto setConfig = [&](const char *aec, const char *mix) {
+        QJsonObject req{{"ops", "setConfig"}, {"uiTag", "dspUiTag"}, {"index", "0"}};
+        for (const char *side : {"inArr", "outArr"}) {
+            const QJsonObject node = (qstrcmp(side, "inArr") ? nodes().last() : nodes().first()).toObject();
+            QJsonArray chains;
+            for (const QJsonValue &p : node.value("portArr").toArray())
+                chains.append(QJsonObject{{"procArr", p.toObject().value("procArr")}});
+            req.insert(side, chains);
+        }
+        if (aec)
+            req.insert("aecChNum", aec);
+        if (mix)
+            req.insert("autoMixerChNum", mix);
+        const QJsonObject r = c.ask(QJsonDocument(req).toJson(QJsonDocument::Compact));
+        return r.value("result") == QJsonValue("succ") ? QString("succ") : r.value("reason").toString();
+    };
+    QCOMPARE(types(nodes()), (QStringList{"0", "1", "0"}));
+    QCOMPARE(setConfig("3", "2"), succ);
+    QJsonArray n = nodes();
+    QCOMPARE(types(n), (QStringList{"0", "2", "3", "1", "0"}));
+    const QJsonArray aecPorts = n.at(1).toObject().value("portArr").toArray();
+    QCOMPARE(aecPorts.size(), 3);
+    QCOMPARE(aecPorts.at(2).toObject().value("nearArr"), QJsonValue(QJsonArray{"2"}));
+    QJsonObject mix = n.at(2).toObject().value("obj").toObject();
+    QCOMPARE(mix.value("chNumLimit"), QJsonValue("2"));
+    QCOMPARE(mix.value("maskArr"), QJsonValue(QJsonArray{"1", "1"}));
+    // Channels that stay keep their settings; the matrix and outputs moved up by two.
+    QCOMPARE(c.ask(R"({"ops":"setGain","nodeId":"2","portIndex":"1","val":"-3"})").value("result"), QJsonValue(succ));
+    QCOMPARE(c.ask(R"({"ops":"setMatrixCell","nodeId":"3","outIndex":"0","inIndex":"1","gainDb":"-3","mute":"0"})")
+                 .value("result"),
+             QJsonValue(succ));
+    QCOMPARE(setConfig(nullptr, "5"), succ);
+    n = nodes();
+    QCOMPARE(types(n), (QStringList{"0", "2", "3", "1", "0"}));
+    QCOMPARE(n.at(2).toObject().value("portArr").toArray().at(1).toObject().value("gainDb"), QJsonValue("-3"));
+    QCOMPARE(n.at(2).toObject().value("portNum"), QJsonValue("5"));
+    QCOMPARE(n.at(2).toObject().value("obj").toObject().value("maskArr").toArray().size(), 5);
+    // Refused whole: more channels than inputs, or not a count.
+    for (const char *bad : {"9", "-1", "two"}) {
+        QCOMPARE(setConfig(bad, "1"), QStringLiteral("bad param"));
+        QCOMPARE(nodes(), n);
+    }
+    QCOMPARE(setConfig("0", "1"), succ);
+    n = nodes();
+    QCOMPARE(types(n), (QStringList{"0", "3", "1", "0"}));
+    mix = n.at(1).toObject().value("obj").toObject();
+    QCOMPARE(mix.value("chNumLimit"), QJsonValue("1"));
+    QCOMPARE(mix.value("maskArr"), QJsonValue(QJsonArray{"1"}));
+}
+
+void TestSimDsp::microphoneInputs()
+{
+    const QByteArray get = R"({"ops":"getMicConfig","uiTag":"dspUiTag"})";
+    const QJsonArray defaults = DspClient(b8).ask(get).value("arr").toArray();
+    QCOMPARE(defaults.size(), 8);
+    for (const QJsonValue &input : defaults)
+        QCOMPARE(input.toObject(), parse(R"({"gainDb":"0","phantom":"0"})"));
+    const auto set = [this](const QByteArray &members) {
+        return m_peer->request(b8, 8999, R"({"ops":"setMicConfig","uiTag":"dspUiTag",)" + members + "}");
+    };
+    const QJsonObject r = set(R"("portIndex":"1","gainDb":"60","phantom":"1")");
+    QCOMPARE(r.value("result"), QJsonValue(succ));
+    QCOMPARE(r.value("gainDb"), QJsonValue("60"));
+    // Left out, a member keeps its value.
+    QCOMPARE(set(R"("portIndex":"1","gainDb":"60")").value("phantom"), QJsonValue("1"));
+    QCOMPARE(DspClient(b8).ask(get).value("arr").toArray().at(1).toObject(), parse(R"({"gainDb":"60","phantom":"1"})"));
+    // Sixty dB more drives even the quietest programme to the top.
+    const QJsonArray levels = m_peer->request(b8, 8999, R"({"ops":"getVolumeDbBatchIn"})").value("arr").toArray();
+    QCOMPARE(levels.at(1), QJsonValue("-0.5"));
+    QVERIFY(levels.at(0).toString().toDouble() < -6);
+    for (const char *bad :
+         {R"("portIndex":"8","gainDb":"0")", R"("portIndex":"0","gainDb":"61")", R"("portIndex":"0","gainDb":"-1")",
+          R"("portIndex":"0","gainDb":"10.5")", R"("portIndex":"0","phantom":"2")", R"("portIndex":"0")"})
+        QCOMPARE(set(bad).value("reason"), QJsonValue("bad param"));
+    QCOMPARE(DspClient(b8).ask(get).value("arr").toArray().at(0).toObject(), defaults.at(0).toObject());
 }
 
 void TestSimDsp::lockRefusesChangesNotReads_data()
