@@ -151,7 +151,7 @@ public:
 
     /// A request outside the document (microphone settings, later the programs): queued like the others;
     /// done gets the reply, or an empty object when none came. Requests with the same key that have not
-    /// been written yet are replaced by the newest.
+    /// been written yet are replaced by the newest, and the replaced one's done is never called.
     void request(const QString &request, const QString &key, std::function<void(const QJsonObject &)> done);
 
     // ---------------------------------------------------------------- undo
