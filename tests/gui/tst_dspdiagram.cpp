@@ -424,7 +424,7 @@ void TstDspDiagram::windowNamesChannelsAndPacesQueries()
     // Channels beyond the physical ones are the USB channels; a physical channel without a name gets one.
     const QStringList names{QStringLiteral("Vox"), QString()};
     QCOMPARE(DevDspDialog::channelName(names, DspSide::In, 0), QStringLiteral("Vox"));
-    QCOMPARE(DevDspDialog::channelName(names, DspSide::In, 1), tx(Tx::DspInName).arg(2));
+    QCOMPARE(DevDspDialog::channelName(names, DspSide::In, 1), tx(Tx::DspChannelIn).arg(2));
     QCOMPARE(DevDspDialog::channelName(names, DspSide::In, 2), QStringLiteral("USBIn"));
     QCOMPARE(DevDspDialog::channelName(names, DspSide::Out, 2), QStringLiteral("USBOut"));
 
@@ -457,8 +457,8 @@ void TstDspDiagram::windowNamesChannelsAndPacesQueries()
 
     // The link going down says so at once.
     dialog.tcpStateChanged(0);
-    QCOMPARE(dialog.statusText(), tx(Tx::DspWinLinkLost));
-    QVERIFY(dialog.title().endsWith(tx(Tx::DspWinLinkLost)));
+    QCOMPARE(dialog.statusText(), tx(Tx::DspLinkLostText));
+    QVERIFY(dialog.title().endsWith(tx(Tx::DspLinkLostText)));
 }
 
 QTEST_MAIN(TstDspDiagram)

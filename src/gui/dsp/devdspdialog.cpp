@@ -176,7 +176,7 @@ QString DevDspDialog::channelName(const QStringList &physicalNames, DspSide side
     const bool input = side == DspSide::In;
     if (channel < physicalNames.size()) {
         const QString name = physicalNames[channel].trimmed();
-        return name.isEmpty() ? tx(input ? Tx::DspInName : Tx::DspOutName).arg(channel + 1) : name;
+        return name.isEmpty() ? tx(input ? Tx::DspChannelIn : Tx::DspChannelOut).arg(channel + 1) : name;
     }
     const int usb = channel - physicalNames.size();
     const QString base = tx(input ? Tx::DspUsbIn : Tx::DspUsbOut);
@@ -245,7 +245,7 @@ void DevDspDialog::tick()
 void DevDspDialog::showLinkLost()
 {
     m_showsLost = true;
-    const QString lost = tx(Tx::DspWinLinkLost);
+    const QString lost = tx(Tx::DspLinkLostText);
     const QString name = m_device.name.isEmpty() ? m_device.devId : m_device.name;
     setTitle(QStringLiteral("%1 | %2 | %3").arg(name, tx(Tx::DspWinTitleTag), lost));
     setWindowTitle(title());
@@ -256,8 +256,8 @@ void DevDspDialog::updateUndo()
 {
     const QString undo = m_controller->undoText();
     const QString redo = m_controller->redoText();
-    m_undo->setText(undo.isEmpty() ? tx(Tx::DspUndo) : tx(Tx::DspUndoWhat).arg(undo));
-    m_redo->setText(redo.isEmpty() ? tx(Tx::DspRedo) : tx(Tx::DspRedoWhat).arg(redo));
+    m_undo->setText(undo.isEmpty() ? tx(Tx::DspUndoPlain) : tx(Tx::DspUndoWhat).arg(undo));
+    m_redo->setText(redo.isEmpty() ? tx(Tx::DspRedoPlain) : tx(Tx::DspRedoWhat).arg(redo));
     m_undo->setEnabled(m_controller->canUndo());
     m_redo->setEnabled(m_controller->canRedo());
 }

@@ -44,7 +44,7 @@ DspDiagramForm::DspDiagramForm(DspController *controller, QWidget *parent)
 {
     setObjectName(QStringLiteral("DspDiagramForm"));
     m_nameOf = [](DspSide side, int channel) {
-        return tx(side == DspSide::In ? Tx::DspInName : Tx::DspOutName).arg(channel + 1);
+        return tx(side == DspSide::In ? Tx::DspChannelIn : Tx::DspChannelOut).arg(channel + 1);
     };
     for (DspSide side : {DspSide::In, DspSide::Out}) {
         const int s = sideIndex(side);
@@ -78,9 +78,6 @@ DspDiagramForm::DspDiagramForm(DspController *controller, QWidget *parent)
     connect(controller, &DspController::signal_unsavedChanged, this, &DspDiagramForm::updateUnsaved);
     connect(controller, &DspController::signal_notice, this, &DspDiagramForm::signal_showTips);
     connect(controller, &DspController::signal_levels, this, &DspDiagramForm::onLevels);
-    connect(controller, &DspController::signal_saved, this, [this](bool ok) {
-        emit signal_showTips(tx(ok ? Tx::DspSaved : Tx::DspSaveFailed), ok);
-    });
     retranslate();
     rebuild();
 }
