@@ -297,12 +297,14 @@ void TstDspDiagram::copyPasteAndDeleteBlocks()
     QPointer<DspBlockParamsView> view = m_form->findChild<DspBlockParamsView *>();
     QVERIFY(view && view->isVisible());
     QSignalSpy closed(m_form, &DspDiagramForm::signal_close);
-    CBaseItem *lpf = m_form->blockItem(uidAt(DspSide::In, 2, 6));
+    const quint64 lpf = uidAt(DspSide::In, 2, 6);
+    CBaseItem *otherRow = m_form->blockItem(uidAt(DspSide::In, 1, 5));
     menuEntry(DspSide::In, m_form->blockItem(hpf), "menu_block", "act_deleteBlock");
     QCOMPARE(m_ctl->chain(DspSide::In, 2).size(), 7);
     QVERIFY(!m_form->blockItem(hpf));
     QCOMPARE(m_form->channelItem(DspSide::In, 2)->items().size(), 7);
-    QCOMPARE(m_form->channelItem(DspSide::In, 2)->items().at(5), lpf);
+    QCOMPARE(m_form->channelItem(DspSide::In, 2)->items().at(5)->uid(), lpf);
+    QCOMPARE(m_form->blockItem(uidAt(DspSide::In, 1, 5)), otherRow); // only the changed row is rebuilt
     QCOMPARE(closed.size(), 1);
     QCOMPARE(closed.first().first().toString(), QStringLiteral("bf_in_ch_2_5"));
     QTRY_VERIFY(!view);

@@ -254,10 +254,8 @@ void DevDspDialog::showLinkLost()
 
 void DevDspDialog::updateUndo()
 {
-    const QString undo = m_controller->undoText();
-    const QString redo = m_controller->redoText();
-    m_undo->setText(undo.isEmpty() ? tx(Tx::DspUndoPlain) : tx(Tx::DspUndoWhat).arg(undo));
-    m_redo->setText(redo.isEmpty() ? tx(Tx::DspRedoPlain) : tx(Tx::DspRedoWhat).arg(redo));
+    m_undo->setText(m_controller->undoText());
+    m_redo->setText(m_controller->redoText());
     m_undo->setEnabled(m_controller->canUndo());
     m_redo->setEnabled(m_controller->canRedo());
 }

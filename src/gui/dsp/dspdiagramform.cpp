@@ -15,6 +15,7 @@
 #include <QGraphicsScene>
 #include <QGraphicsView>
 #include <QHBoxLayout>
+#include <QInputDialog>
 #include <QLabel>
 #include <QMenu>
 #include <QMouseEvent>
@@ -121,8 +122,8 @@ void DspDiagramForm::buildBars()
             m_controller->revokeAll();
     });
     m_pageMenu->addSeparator();
-    m_act.addAec = action("act_addAec", [this] { laterVersion(tx(Tx::DspAddAec)); });
-    m_act.addAutomixer = action("act_addAutomixer", [this] { laterVersion(tx(Tx::DspAddAutomixer)); });
+    m_act.addAec = action("act_addAec", [this] { askNodeChannels(true); });
+    m_act.addAutomixer = action("act_addAutomixer", [this] { askNodeChannels(false); });
     m_act.automixerConfig = action("act_automixerConfig", [this] {
         showNodeMembers(m_controller->automixerNodeId(), tx(Tx::DspKindAutomixer));
     });
@@ -411,9 +412,22 @@ void DspDiagramForm::showNodeMembers(int nodeId, const QString &what)
     view->show();
 }
 
-void DspDiagramForm::laterVersion(const QString &entry)
+void DspDiagramForm::askNodeChannels(bool echoCancel)
 {
-    emit signal_showTips(tx(Tx::DspLaterVersion).arg(entry), false);
+    const int nodeId = echoCancel ? m_controller->aecNodeId() : m_controller->automixerNodeId();
+    const DspNode *node = nodeId >= 0 ? m_controller->document().node(nodeId) : nullptr;
+    const int inputs = m_controller->channelCount(DspSide::In);
+    bool ok = false;
+    const int count = QInputDialog::getInt(this, tx(echoCancel ? Tx::DspAddAec : Tx::DspAddAutomixer),
+                                           tx(echoCancel ? Tx::DspAecChannelsAsk : Tx::DspAutomixerChannelsAsk),
+                                           node ? node->portNum() : inputs, 0, inputs, 1, &ok);
+    if (!ok)
+        return;
+    // A refusal comes back as the controller's notice.
+    if (echoCancel)
+        m_controller->setAecChannels(count);
+    else
+        m_controller->setAutomixerChannels(count);
 }
 
 QMenu *DspDiagramForm::blockMenu(quint64 uid)

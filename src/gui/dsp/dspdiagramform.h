@@ -88,7 +88,8 @@ private:
     void updateAddBar();
     void fillJumpMenu();
     void showNodeMembers(int nodeId, const QString &what);
-    void laterVersion(const QString &entry);
+    /// Asks how many channels the echo-cancellation or automixer node gets, and has the controller make it so.
+    void askNodeChannels(bool echoCancel);
     void retranslate();
     QString blockTitle(DspSide side, int channel, quint64 uid) const;
     void clicked(QGraphicsView *view, const QPoint &pos);
