@@ -160,8 +160,9 @@ void TestDevicesPage::actionsSendTheirCommands()
     QCOMPARE(settings.count(), 0);
     QCOMPARE(dspOpened.count(), 1);
     QCOMPARE(dspOpened.last().first().toString(), QStringLiteral("D"));
-    clickRow(form.view(), 0);
-    QTest::mouseDClick(form.view()->viewport(), Qt::LeftButton, {}, form.view()->visualRect(form.view()->model()->index(0, 2)).center());
+    const QPoint other = form.view()->visualRect(form.view()->model()->index(0, 2)).center();
+    QTest::mouseClick(form.view()->viewport(), Qt::LeftButton, {}, other);
+    QTest::mouseDClick(form.view()->viewport(), Qt::LeftButton, {}, other);
     QCOMPARE(settings.count(), 1);
     QCOMPARE(settings.last().first().toString(), QStringLiteral("A"));
 
