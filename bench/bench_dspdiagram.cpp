@@ -90,14 +90,21 @@ int main(int argc, char *argv[])
             blocks += form.channelItem(side, ch)->items().size();
     std::printf("dsp diagram: 64 in x 64 out, %d block items\n", blocks);
 
-    // A new document rebuilds every row.
-    const Figures build = timed([&] { emit controller.signal_documentLoaded(); }, 1e6);
+    // A new document rebuilds every row; the figures include the views painting the result.
+    const Figures build = timed(
+        [&] {
+            emit controller.signal_documentLoaded();
+            QApplication::processEvents();
+        },
+        1e6);
     QAction *fold = form.pageMenu()->findChild<QAction *>(QStringLiteral("act_foldAll"));
     QAction *expand = form.pageMenu()->findChild<QAction *>(QStringLiteral("act_expandAll"));
     const Figures folding = timed(
         [&] {
             fold->trigger();
+            QApplication::processEvents();
             expand->trigger();
+            QApplication::processEvents();
         },
         2e6); // each run folds and unfolds: half of it is one of them
     int sum = 0;
