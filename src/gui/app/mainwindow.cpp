@@ -447,22 +447,32 @@ DevDspDialog *MainWindow::slot_openDsp(const QString &devId)
     const auto d = m_link->registry().findByDevId(devId);
     if (!d)
         return nullptr;
+    // The processor's inputs are the physical inputs, its outputs the physical outputs.
+    auto names = [](const Device &dev, DeviceTables::NameTable table, int count) {
+        QStringList out;
+        for (int i = 0; i < count; ++i)
+            out.append(dev.channelName(table, i));
+        return out;
+    };
     DevDspDialog::Device device;
     device.devId = devId;
     device.name = d->rec.name.str();
     device.model = d->rec.model.str();
     device.ip = d->rec.ip;
-    // The processor's inputs are the physical inputs, its outputs the physical outputs.
-    for (int i = 0; i < d->rec.phyChNumRx; ++i)
-        device.inputNames.append(d->channelName(DeviceTables::PhyNameRx, i));
-    for (int i = 0; i < d->rec.phyChNumTx; ++i)
-        device.outputNames.append(d->channelName(DeviceTables::PhyNameTx, i));
+    device.inputNames = names(*d, DeviceTables::PhyNameRx, d->rec.phyChNumRx);
+    device.outputNames = names(*d, DeviceTables::PhyNameTx, d->rec.phyChNumTx);
     DeviceLink *link = m_link;
     auto *dialog = new DevDspDialog(device, [link](const QString &request, quint16 port) { link->sendToPort(request, port); },
                                     this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     connect(this, &MainWindow::signal_recv_message, dialog, &DevDspDialog::slot_message);
     connect(dialog, &DevDspDialog::signal_showTips, this, &MainWindow::slot_showTips);
+    // Channel names arrive with the device's tables, often after the window opened.
+    connect(this, &MainWindow::signal_refreshDevInfoUi, dialog, [this, dialog, names] {
+        if (const auto d = m_link->registry().findByDevId(dialog->devId()))
+            dialog->setPhysicalNames(names(*d, DeviceTables::PhyNameRx, d->rec.phyChNumRx),
+                                     names(*d, DeviceTables::PhyNameTx, d->rec.phyChNumTx));
+    });
     dialog->show();
     dialog->start();
     return dialog;

@@ -7,13 +7,6 @@
 #include <QCursor>
 #include <QPainter>
 
-namespace {
-
-/// Gap between two items of a row.
-constexpr int kGap = 8;
-
-} // namespace
-
 CBaseChannel::CBaseChannel(DspSide side, int channel, const QString &name, QGraphicsItem *parent)
     : QGraphicsItem(parent)
     , m_side(side)

@@ -19,8 +19,10 @@ class CBaseChannel : public QGraphicsItem
 {
 public:
     enum { Type = QGraphicsItem::UserType + 50 };
-    static constexpr int kWidth = 132;
-    static constexpr int kHeight = 46;
+    static constexpr int kWidth = 110;
+    static constexpr int kHeight = 50;
+    /// Between two items of a row.
+    static constexpr int kGap = 6;
     /// Level shown as empty at and below this.
     static constexpr double kFloorDb = -60.0;
 

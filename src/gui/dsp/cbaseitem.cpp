@@ -94,17 +94,25 @@ void CBaseItem::paint(QPainter *painter, const QStyleOptionGraphicsItem *, QWidg
     painter->setPen(bypassed ? QColor(150, 152, 160) : QColor(245, 246, 250));
     const qreal pad = scaled(4);
     QRectF text = r.adjusted(pad, pad / 2, -pad, -pad / 2);
-    if (bypassed)
-        text.setBottom(text.bottom() - QFontMetrics(font).height() + scaled(2));
+    QFont small = Style::font(7);
+    small.setBold(true);
+    // The bottom line tells the bypass, and the kind where the title does not: the equaliser and the two
+    // filters share one title suffix.
+    text.setBottom(text.bottom() - QFontMetrics(small).height() + scaled(2));
     QTextOption wrap(Qt::AlignCenter);
     wrap.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     painter->drawText(text, m_title, wrap);
+    painter->setFont(small);
+    const QRectF bottom = r.adjusted(pad, 0, -pad, -scaled(2));
+    const DspBlock *block = m_controller->block(m_uid);
+    const std::optional<DspKind> kind = block ? DspKinds::of(*block) : std::nullopt;
+    if (kind && (*kind == DspKind::Eq || *kind == DspKind::Hpf || *kind == DspKind::Lpf)) {
+        painter->setPen(bypassed ? QColor(130, 134, 146) : QColor(210, 225, 255));
+        painter->drawText(bottom, Qt::AlignLeft | Qt::AlignBottom, DspKinds::buttonText(*kind));
+    }
     if (bypassed) {
-        QFont small = Style::font(7);
-        small.setBold(true);
-        painter->setFont(small);
         painter->setPen(QColor(214, 160, 70));
-        painter->drawText(r.adjusted(pad, 0, -pad, -scaled(2)), Qt::AlignRight | Qt::AlignBottom, tx(Tx::DspBypassMark));
+        painter->drawText(bottom, Qt::AlignRight | Qt::AlignBottom, tx(Tx::DspBypassMark));
     }
 }
 

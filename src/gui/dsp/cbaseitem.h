@@ -16,8 +16,8 @@ class CBaseItem : public QGraphicsItem
 {
 public:
     enum { Type = QGraphicsItem::UserType + 1 };
-    static constexpr int kWidth = 112;
-    static constexpr int kHeight = 46;
+    static constexpr int kWidth = 80;
+    static constexpr int kHeight = 50;
 
     CBaseItem(const DspController *controller, quint64 uid, const QString &title, QGraphicsItem *parent = nullptr);
 

@@ -23,6 +23,14 @@ namespace {
 /// Replies longer than this are logged by their length only.
 constexpr int kLoggedReplyChars = 20000;
 
+const char kTabStyle[] =
+    "QTabWidget::pane { background-color: rgb(33, 34, 39); border: 1px solid rgb(56, 58, 66); top: -1px; }"
+    "QTabBar::tab { color: rgb(169, 169, 183); background: rgb(40, 42, 49); border: 1px solid rgb(56, 58, 66);"
+    " padding: 6px 18px; margin-right: 2px; }"
+    "QTabBar::tab:selected { color: white; background: rgb(33, 34, 39); border-bottom: 2px solid rgb(72, 112, 206); }"
+    "QTabBar::tab:hover { color: white; }"
+    "QLabel { color: rgb(200, 202, 210); }";
+
 QLabel *laterPage(QWidget *parent, const char *name)
 {
     auto *label = new QLabel(parent);
@@ -53,6 +61,7 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     });
     m_tabs = new QTabWidget(this);
     m_tabs->setObjectName(QStringLiteral("tab_pages"));
+    m_tabs->setStyleSheet(QLatin1String(kTabStyle));
     m_tabs->addTab(m_diagram, QString());
     m_programs = laterPage(this, "lb_programsLater");
     m_admin = laterPage(this, "lb_adminLater");
@@ -136,6 +145,17 @@ void DevDspDialog::start()
 {
     m_overlay->start(tx(Tx::DspWinConnecting), kConnectTimeoutMs);
     m_link->start(m_device.ip);
+}
+
+void DevDspDialog::setPhysicalNames(const QStringList &inputs, const QStringList &outputs)
+{
+    if (inputs == m_device.inputNames && outputs == m_device.outputNames)
+        return;
+    m_device.inputNames = inputs;
+    m_device.outputNames = outputs;
+    m_diagram->setChannelNames([this](DspSide side, int channel) {
+        return channelName(side == DspSide::In ? m_device.inputNames : m_device.outputNames, side, channel);
+    });
 }
 
 QString DevDspDialog::statusText() const

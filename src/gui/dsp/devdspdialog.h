@@ -48,6 +48,9 @@ public:
     /// Stops the link.
     ~DevDspDialog() override;
 
+    /// The device's physical channel names as the registry has them now; the diagram follows when they differ.
+    void setPhysicalNames(const QStringList &inputs, const QStringList &outputs);
+
     /// Opens the link and asks for the configuration once it is up.
     void start();
 

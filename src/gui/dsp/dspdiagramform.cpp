@@ -27,8 +27,8 @@
 namespace {
 
 /// Vertical distance between two channel rows.
-constexpr int kRowPitch = CBaseChannel::kHeight + 10;
-constexpr int kGap = 8;
+constexpr int kRowPitch = CBaseChannel::kHeight + 8;
+constexpr int kGap = CBaseChannel::kGap;
 
 int sideIndex(DspSide side)
 {
@@ -103,6 +103,10 @@ void DspDiagramForm::buildBars()
     m_menuButton->setObjectName(QStringLiteral("tb_menu"));
     m_menuButton->setMenu(m_pageMenu);
     m_menuButton->setPopupMode(QToolButton::InstantPopup);
+    m_menuButton->setToolButtonStyle(Qt::ToolButtonTextOnly);
+    m_menuButton->setStyleSheet(QStringLiteral("QToolButton { color: white; background: rgb(42, 44, 51); border: 1px solid rgb(62, 65, 75);"
+                                               " border-radius: 4px; padding: 5px 22px 5px 14px; }"
+                                               "QToolButton::menu-indicator { subcontrol-position: right center; right: 6px; }"));
     auto action = [this](const char *name, auto slot) {
         QAction *a = m_pageMenu->addAction(QString());
         a->setObjectName(QLatin1String(name));
@@ -169,9 +173,9 @@ void DspDiagramForm::buildBars()
 
     m_matrix = new QPushButton(this);
     m_matrix->setObjectName(QStringLiteral("matrix_bt"));
-    m_matrix->setFixedWidth(scaled(72));
+    m_matrix->setFixedWidth(scaled(64));
     m_matrix->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
-    m_matrix->setStyleSheet(QStringLiteral("QPushButton { background-color: rgb(50, 89, 182); color: white;"
+    m_matrix->setStyleSheet(QStringLiteral("QPushButton { background-color: rgb(50, 89, 182); color: white; padding: 0;"
                                            " border-radius: 6px; font-weight: bold; }"
                                            "QPushButton:hover { background-color: rgb(64, 104, 200); }"));
     connect(m_matrix, &QPushButton::clicked, this, &DspDiagramForm::signal_matrixRequested);
