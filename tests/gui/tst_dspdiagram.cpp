@@ -457,6 +457,23 @@ void TstDspDiagram::windowNamesChannelsAndPacesQueries()
     for (const auto &d : datagrams)
         QCOMPARE(d.second, quint16(d.first.startsWith("getDsp") ? 12001 : 8999));
 
+    // Ctrl+Z on the window takes the last change back; the menu entry names what it undoes.
+    QApplication::setActiveWindow(&dialog);
+    QVERIFY(QTest::qWaitForWindowActive(&dialog));
+    DspDiagramForm *form = dialog.diagram();
+    QGraphicsView *inputs = form->view(DspSide::In);
+    QTest::mouseClick(inputs->viewport(), Qt::LeftButton, {},
+                      inputs->mapFromScene(form->channelItem(DspSide::In, 0)->sceneBoundingRect().center()));
+    QTest::mouseClick(form->findChild<QPushButton *>(DspKinds::buttonName(DspKind::Compress)), Qt::LeftButton);
+    QCOMPARE(dialog.controller()->chain(DspSide::In, 0).size(), 9);
+    auto *undo = dialog.findChild<QAction *>("act_undo");
+    QVERIFY(undo && undo->isEnabled());
+    QCOMPARE(undo->text(), dialog.controller()->undoText());
+    QTest::keyClick(&dialog, Qt::Key_Z, Qt::ControlModifier);
+    QCOMPARE(dialog.controller()->chain(DspSide::In, 0).size(), 8);
+    QTest::keyClick(&dialog, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    QCOMPARE(dialog.controller()->chain(DspSide::In, 0).size(), 9);
+
     // The link going down says so at once.
     dialog.tcpStateChanged(0);
     QCOMPARE(dialog.statusText(), tx(Tx::DspLinkLostText));
