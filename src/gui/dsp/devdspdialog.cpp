@@ -267,7 +267,7 @@ void DevDspDialog::showLinkLost()
     m_showsLost = true;
     const QString lost = tx(Tx::DspLinkLostText);
     const QString name = m_device.name.isEmpty() ? m_device.devId : m_device.name;
-    setTitle(QStringLiteral("%1 | %2 | %3").arg(name, tx(Tx::DspWinTitleTag), lost));
+    setTitle(QStringLiteral("%1 | (%2) | %3").arg(name, tx(Tx::DspWinTitleTag), lost));
     setWindowTitle(title());
     m_status->setText(lost);
 }
@@ -283,7 +283,7 @@ void DevDspDialog::updateUndo()
 void DevDspDialog::retranslate()
 {
     const QString name = m_device.name.isEmpty() ? m_device.devId : m_device.name;
-    setTitle(QStringLiteral("%1 | %2").arg(name, tx(Tx::DspWinTitleTag)));
+    setTitle(QStringLiteral("%1 | (%2)").arg(name, tx(Tx::DspWinTitleTag)));
     setWindowTitle(title());
     m_tabs->setTabText(m_tabs->indexOf(m_diagram), tx(Tx::DspTabDiagram));
     m_tabs->setTabText(m_tabs->indexOf(m_programs), tx(Tx::DspTabPrograms));
