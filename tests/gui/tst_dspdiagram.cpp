@@ -205,9 +205,15 @@ void TstDspDiagram::bypassByContextMenu()
 
 void TstDspDiagram::copyPasteAndDeleteBlocks()
 {
-    // An equaliser's parameters pasted onto a filter: the rule's words, nothing changes.
+    // An equaliser's parameters pasted onto another equaliser, then onto a filter: the rule's words there.
     const quint64 from = uidAt(DspSide::In, 0, 4);
+    const quint64 to = uidAt(DspSide::In, 3, 4);
     menuEntry(DspSide::In, m_form->blockItem(from), "menu_block", "act_copyBlock");
+    menuEntry(DspSide::In, m_form->blockItem(to), "menu_block", "act_pasteBlock");
+    for (const QJsonObject &request : QVector<QJsonObject>(m_sink->sent))
+        answer(request);
+    QCOMPARE(m_ctl->block(to)->objToJson(), m_ctl->block(from)->objToJson());
+    m_tips->clear();
     const quint64 hpf = uidAt(DspSide::In, 2, 5);
     const QByteArray hpfBefore = m_ctl->block(hpf)->objToJson();
     const QString rule = DspRules::checkPasteBlock(*m_ctl->block(from), *m_ctl->block(hpf));
@@ -277,6 +283,14 @@ void TstDspDiagram::saveSendsTheChains()
     answer(s);
     QCOMPARE(tips(), QStringList{tx(Tx::DspSaved)});
     QVERIFY(m_form->findChild<QLabel *>("lb_unsaved")->text().isEmpty());
+
+    // A failed save keeps the edited document and its mark.
+    QTest::mouseClick(m_form->findChild<QPushButton *>(DspKinds::buttonName(DspKind::Delay)), Qt::LeftButton);
+    QTest::mouseClick(m_form->findChild<QPushButton *>("pb_save"), Qt::LeftButton);
+    m_ctl->handleTcpReply(R"({"ops":"setConfig","uiTag":"dspUiTag","result":"fail","reason":"bad param"})");
+    QVERIFY(tips().contains(tx(Tx::DspSaveFailed)));
+    QCOMPARE(m_ctl->chain(DspSide::In, 1).size(), 10);
+    QVERIFY(!m_form->findChild<QLabel *>("lb_unsaved")->text().isEmpty());
 }
 
 void TstDspDiagram::clickOpensParametersAndMetersMove()
