@@ -5,12 +5,16 @@
 #include "gui/app/screenmetrics.h"
 #include "core/routing/hiddenchannels.h"
 #include "gui/app/mainwindow.h"
+#include "gui/dsp/devdspdialog.h"
+#include "core/dsp/dspcontroller.h"
 #include "gui/widgets/style.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDebug>
+#include <QElapsedTimer>
 #include <QNetworkProxy>
+#include <QPointer>
 #include <QScreen>
 #include <QTimer>
 #include <cstdint>
@@ -67,6 +71,9 @@ int main(int argc, char *argv[])
     const QCommandLineOption allChannelsOption(
         QStringLiteral("all-channels"), QStringLiteral("Show every channel in the routing grid, those some models hide too."));
     options.addOption(allChannelsOption);
+    const QCommandLineOption dspOption(
+        QStringLiteral("dsp"), QStringLiteral("Open the DSP window of this device once it is found."), QStringLiteral("DEVID"));
+    options.addOption(dspOption);
     options.addOption(interfaceOption);
     options.addOption(chineseOption);
     options.addOption(screenshotOption);
@@ -108,14 +115,48 @@ int main(int argc, char *argv[])
             LOG_FAIL();
         w->setPage(MainWindow::Page(page));
     }
+    const QString dspDevice = options.value(dspOption);
+    if (!dspDevice.isEmpty()) {
+        // The device is known once it has announced itself; until then there is no address to open.
+        auto open = [w, dspDevice] {
+            if (!w->dspWindow(dspDevice))
+                w->slot_openDsp(dspDevice);
+        };
+        QObject::connect(w, &MainWindow::signal_send_addDev, w, [open, dspDevice](const QString &devId) {
+            if (devId == dspDevice)
+                open();
+        });
+        QTimer::singleShot(0, w, open);
+    }
     if (options.isSet(screenshotOption)) {
         const QString file = options.value(screenshotOption);
-        QTimer::singleShot(1500, w, [w, file] {
-            if (!w->grab().save(file))
+        auto take = [w, file](QWidget *what) {
+            if (!what->grab().save(file))
                 LOG_FAIL();
             w->setQuitConfirmed(true);
             w->close();
-        });
+        };
+        if (dspDevice.isEmpty()) {
+            QTimer::singleShot(1500, w, [w, take] { take(w); });
+        } else {
+            // The picture is of the DSP window with its document; a device that never answers still ends the
+            // run, with whatever the window shows by then.
+            auto *poll = new QTimer(w);
+            auto *clock = new QElapsedTimer;
+            clock->start();
+            QObject::connect(poll, &QTimer::timeout, w, [w, take, poll, clock, dspDevice] {
+                DevDspDialog *dsp = w->dspWindow(dspDevice);
+                const bool loaded = dsp && dsp->controller()->isLoaded();
+                if (!loaded && clock->elapsed() < 20000)
+                    return;
+                poll->stop();
+                delete clock;
+                // One more moment for the first level meters and the processor figure.
+                const QPointer<QWidget> shown = dsp ? static_cast<QWidget *>(dsp) : w;
+                QTimer::singleShot(loaded ? 1500 : 0, w, [w, take, shown] { take(shown ? shown.data() : w); });
+            });
+            poll->start(100);
+        }
     }
     const int rc = app.exec();
     delete w;

@@ -154,9 +154,17 @@ void TestDevicesPage::actionsSendTheirCommands()
     QVERIFY(dsp->isEnabled());
     const QPoint cell = form.view()->visualRect(form.view()->model()->index(1, 2)).center();
     QTest::mouseClick(form.view()->viewport(), Qt::LeftButton, {}, cell);
+    // A signal processor opens its DSP window on a double click, any other device its settings.
+    QSignalSpy dspOpened(&form, &DeviceListForm::signal_openDsp);
     QTest::mouseDClick(form.view()->viewport(), Qt::LeftButton, {}, cell);
+    QCOMPARE(settings.count(), 0);
+    QCOMPARE(dspOpened.count(), 1);
+    QCOMPARE(dspOpened.last().first().toString(), QStringLiteral("D"));
+    const QPoint other = form.view()->visualRect(form.view()->model()->index(0, 2)).center();
+    QTest::mouseClick(form.view()->viewport(), Qt::LeftButton, {}, other);
+    QTest::mouseDClick(form.view()->viewport(), Qt::LeftButton, {}, other);
     QCOMPARE(settings.count(), 1);
-    QCOMPARE(settings.last().first().toString(), QStringLiteral("D"));
+    QCOMPARE(settings.last().first().toString(), QStringLiteral("A"));
 
     // Missing version and lock are asked for.
     sent.clear();

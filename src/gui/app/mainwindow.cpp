@@ -7,6 +7,7 @@
 #include "gui/app/interfacechooser.h"
 #include "gui/device/devicelistform.h"
 #include "gui/device/devicesettingsdialog.h"
+#include "gui/dsp/devdspdialog.h"
 #include "gui/factory/devicetestdialog.h"
 #include "gui/app/placeholderpage.h"
 #include "core/mcast/flowview.h"
@@ -171,10 +172,7 @@ void MainWindow::buildPages()
     connect(devices, &DeviceListForm::signal_sendUdp, this, &MainWindow::slot_sendUdp);
     connect(devices, &DeviceListForm::signal_showTips, this, &MainWindow::slot_showTips);
     connect(devices, &DeviceListForm::signal_openSettings, this, &MainWindow::slot_openDeviceSettings);
-    connect(devices, &DeviceListForm::signal_openDsp, this, [this](const QString &devId) {
-        const auto d = m_link->registry().findByDevId(devId);
-        m_snack->showMessage(tx(Tx::DspComing).arg(d ? d->rec.name.str() : devId), SnackBar::Info);
-    });
+    connect(devices, &DeviceListForm::signal_openDsp, this, &MainWindow::slot_openDsp);
     for (auto signal : {&MainWindow::signal_send_addDev, &MainWindow::signal_send_delDev,
                         &MainWindow::signal_send_updateDev})
         connect(this, signal, devices, &DeviceListForm::slot_refresh);
@@ -428,6 +426,56 @@ void MainWindow::slot_openDeviceSettings(const QString &devId)
     connect(this, &MainWindow::signal_send_updateDev, dialog, &DeviceSettingsDialog::slot_refreshDevice);
     connect(this, &MainWindow::signal_refreshUi, dialog, &DeviceSettingsDialog::slot_refresh);
     dialog->show();
+}
+
+DevDspDialog *MainWindow::dspWindow(const QString &devId) const
+{
+    for (DevDspDialog *open : findChildren<DevDspDialog *>())
+        if (open->devId() == devId)
+            return open;
+    return nullptr;
+}
+
+DevDspDialog *MainWindow::slot_openDsp(const QString &devId)
+{
+    if (DevDspDialog *open = dspWindow(devId)) {
+        open->show();
+        open->raise();
+        open->activateWindow();
+        return open;
+    }
+    const auto d = m_link->registry().findByDevId(devId);
+    if (!d)
+        return nullptr;
+    // The processor's inputs are the physical inputs, its outputs the physical outputs.
+    auto names = [](const Device &dev, DeviceTables::NameTable table, int count) {
+        QStringList out;
+        for (int i = 0; i < count; ++i)
+            out.append(dev.channelName(table, i));
+        return out;
+    };
+    DevDspDialog::Device device;
+    device.devId = devId;
+    device.name = d->rec.name.str();
+    device.model = d->rec.model.str();
+    device.ip = d->rec.ip;
+    device.inputNames = names(*d, DeviceTables::PhyNameRx, d->rec.phyChNumRx);
+    device.outputNames = names(*d, DeviceTables::PhyNameTx, d->rec.phyChNumTx);
+    DeviceLink *link = m_link;
+    auto *dialog = new DevDspDialog(device, [link](const QString &request, quint16 port) { link->sendToPort(request, port); },
+                                    this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(this, &MainWindow::signal_recv_message, dialog, &DevDspDialog::slot_message);
+    connect(dialog, &DevDspDialog::signal_showTips, this, &MainWindow::slot_showTips);
+    // Channel names arrive with the device's tables, often after the window opened.
+    connect(this, &MainWindow::signal_refreshDevInfoUi, dialog, [this, dialog, names] {
+        if (const auto d = m_link->registry().findByDevId(dialog->devId()))
+            dialog->setPhysicalNames(names(*d, DeviceTables::PhyNameRx, d->rec.phyChNumRx),
+                                     names(*d, DeviceTables::PhyNameTx, d->rec.phyChNumTx));
+    });
+    dialog->show();
+    dialog->start();
+    return dialog;
 }
 
 void MainWindow::slot_showAbout()

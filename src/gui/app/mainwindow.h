@@ -5,6 +5,7 @@
 #include <QWidget>
 #include <cstdint>
 
+class DevDspDialog;
 class DeviceLink;
 class DeviceUiStore;
 class InterfaceChooser;
@@ -76,6 +77,10 @@ public slots:
     void slot_showAbout();
     /// Opens the settings window of a device, or raises the one already open.
     void slot_openDeviceSettings(const QString &devId);
+    /// Opens the DSP window of a device, or raises the one already open; null when the device is unknown.
+    DevDspDialog *slot_openDsp(const QString &devId);
+    /// The device's open DSP window, or null.
+    DevDspDialog *dspWindow(const QString &devId) const;
     /// The details of an announced flow (a flow row of the routing grid).
     void slot_showFlowDetails(const QString &flowName);
     McastWidget *flowDetails() const;

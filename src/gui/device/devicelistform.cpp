@@ -73,8 +73,14 @@ DeviceListForm::DeviceListForm(const DevManager &registry, DeviceUiStore *uiStor
     // Every column in view at once: the table is the page's whole point.
     m_view->horizontalHeader()->setSectionResizeMode(QHeaderView::Stretch);
     m_view->horizontalHeader()->setMinimumSectionSize(scaled(70));
+    // A device with a signal processor is opened for what it is mostly used for: its processing.
     connect(m_view, &QTableView::doubleClicked, this, [this](const QModelIndex &index) {
-        emit signal_openSettings(m_proxy->data(index, DeviceTableModel::DevIdRole).toString());
+        const QString devId = m_proxy->data(index, DeviceTableModel::DevIdRole).toString();
+        const auto d = m_registry.findByDevId(devId);
+        if (d && DeviceModels::isDspCapable(d->rec.model.str()))
+            emit signal_openDsp(devId);
+        else
+            emit signal_openSettings(devId);
     });
     connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this, &DeviceListForm::updateButtons);
 
