@@ -5,7 +5,10 @@
 #include "core/app/texts.h"
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dsplink.h"
+#include "gui/dsp/dspchannelstripform.h"
 #include "gui/dsp/dspdiagramform.h"
+#include "gui/dsp/dspmatrixform.h"
+#include "gui/dsp/dspmicconfigdialog.h"
 #include "gui/widgets/busyoverlay.h"
 #include "gui/widgets/snackbar.h"
 
@@ -130,6 +133,23 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     connect(m_diagram, &DspDiagramForm::signal_matrixRequested, this, &DevDspDialog::showMatrix);
     connect(m_diagram, &DspDiagramForm::signal_micConfigRequested, this, &DevDspDialog::signal_micConfigRequested);
 
+    m_matrix = new DspMatrixForm(m_controller, this);
+    m_matrix->setObjectName(QStringLiteral("page_dspMatrix"));
+    addPage(m_matrix, QString());
+    m_strip = new DspChannelStripForm(m_controller, this);
+    setChannelPanel(m_strip);
+    connect(m_diagram, &DspDiagramForm::signal_channelSelected, m_strip, &DspChannelStripForm::showChannel);
+    connect(m_controller, &DspController::signal_documentLoaded, this, &DevDspDialog::passNames);
+    connect(m_controller, &DspController::signal_documentLoaded, this, [this] {
+        if (m_controller->channelCount(DspSide::In) > 0)
+            m_strip->showChannel(DspSide::In, 0);
+    });
+    connect(this, &DevDspDialog::signal_micConfigRequested, this, [this] {
+        auto *mic = new DspMicConfigDialog(m_controller, m_device.inputNames, this);
+        mic->setAttribute(Qt::WA_DeleteOnClose);
+        mic->show();
+    });
+
     resize(scaled(1880), scaled(1000));
     retranslate();
     updateUndo();
@@ -156,6 +176,18 @@ void DevDspDialog::setPhysicalNames(const QStringList &inputs, const QStringList
     m_diagram->setChannelNames([this](DspSide side, int channel) {
         return channelName(side == DspSide::In ? m_device.inputNames : m_device.outputNames, side, channel);
     });
+    passNames();
+}
+
+void DevDspDialog::passNames()
+{
+    QStringList names[2];
+    for (DspSide side : {DspSide::In, DspSide::Out})
+        for (int ch = 0; ch < m_controller->channelCount(side); ++ch)
+            names[side == DspSide::Out].append(
+                channelName(side == DspSide::In ? m_device.inputNames : m_device.outputNames, side, ch));
+    m_matrix->setChannelNames(names[0], names[1]);
+    m_strip->setChannelNames(names[0], names[1]);
 }
 
 QString DevDspDialog::statusText() const
@@ -286,6 +318,7 @@ void DevDspDialog::retranslate()
     setTitle(QStringLiteral("%1 | (%2)").arg(name, tx(Tx::DspWinTitleTag)));
     setWindowTitle(title());
     m_tabs->setTabText(m_tabs->indexOf(m_diagram), tx(Tx::DspTabDiagram));
+    m_tabs->setTabText(m_tabs->indexOf(m_matrix), tx(Tx::DspTabMatrix));
     m_tabs->setTabText(m_tabs->indexOf(m_programs), tx(Tx::DspTabPrograms));
     m_tabs->setTabText(m_tabs->indexOf(m_admin), tx(Tx::DspTabAdmin));
     m_programs->setText(tx(Tx::DspPageLater));

@@ -8,7 +8,9 @@
 
 class BusyOverlay;
 class DspController;
+class DspChannelStripForm;
 class DspDiagramForm;
+class DspMatrixForm;
 class DspLink;
 class QAction;
 class QHBoxLayout;
@@ -57,6 +59,8 @@ public:
     QString devId() const { return m_device.devId; }
     DspController *controller() const { return m_controller; }
     DspDiagramForm *diagram() const { return m_diagram; }
+    DspMatrixForm *matrix() const { return m_matrix; }
+    DspChannelStripForm *channelStrip() const { return m_strip; }
     BusyOverlay *overlay() const { return m_overlay; }
     QString statusText() const;
 
@@ -91,12 +95,16 @@ private:
     void showLinkLost();
     void retranslate();
     void updateUndo();
+    /// The channels' names to the pages that list them by name.
+    void passNames();
 
     Device m_device;
     DspLink *m_link;
     DspLinkSink m_sink;
     DspController *m_controller;
     DspDiagramForm *m_diagram;
+    DspMatrixForm *m_matrix;
+    DspChannelStripForm *m_strip;
     QTabWidget *m_tabs;
     QLabel *m_programs;
     QLabel *m_admin;
