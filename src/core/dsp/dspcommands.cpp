@@ -106,6 +106,17 @@ QString channelRequest(const char *ops, int nodeId, int portIndex, const QByteAr
     return r.done();
 }
 
+QString bare(const char *ops)
+{
+    Request r;
+    r.ops(ops);
+    r.uiTag();
+    return r.done();
+}
+
+QString setConfigWith(const QVector<QVector<DspBlock>> &inChains, const QVector<QVector<DspBlock>> &outChains,
+                      int aecChNum, int autoMixerChNum, int index);
+
 std::optional<double> number(const QJsonValue &v)
 {
     bool ok = false;
@@ -123,10 +134,7 @@ QString DspCommands::blockFlag(bool outputSide, int channel, int procIndex)
 
 QString DspCommands::getConfig()
 {
-    Request r;
-    r.ops("getConfig");
-    r.uiTag();
-    return r.done();
+    return bare("getConfig");
 }
 
 QString DspCommands::setConfig(const CDeviceDspData &doc, int index)
@@ -137,7 +145,60 @@ QString DspCommands::setConfig(const CDeviceDspData &doc, int index)
 QString DspCommands::setConfig(const QVector<QVector<DspBlock>> &inChains, const QVector<QVector<DspBlock>> &outChains,
                                int index)
 {
+    return setConfigWith(inChains, outChains, -1, -1, index);
+}
+
+QString DspCommands::setConfig(const CDeviceDspData &doc, int aecChNum, int autoMixerChNum, int index)
+{
+    return setConfigWith(chainsOf(doc.node(0)), chainsOf(doc.isLoaded() ? doc.node(doc.outputNodeId()) : nullptr),
+                         aecChNum, autoMixerChNum, index);
+}
+
+QString DspCommands::setMatrixCell(int nodeId, int output, int input, double gainDb, bool mute)
+{
     Request r;
+    r.writer().key("gainDb");
+    r.writer().real(gainDb);
+    r.integer("inIndex", input);
+    r.writer().key("mute");
+    r.writer().flag(mute);
+    r.integer("nodeId", nodeId);
+    r.ops("setMatrixCell");
+    r.integer("outIndex", output);
+    r.uiTag();
+    return r.done();
+}
+
+QString DspCommands::getCpuUsage()
+{
+    return bare("getCpuUsage");
+}
+
+QString DspCommands::getVolumeDbBatch(bool outputs)
+{
+    return bare(outputs ? "getVolumeDbBatchOut" : "getVolumeDbBatchIn");
+}
+
+QString DspCommands::getDspStatus()
+{
+    return bare("getDspStatus");
+}
+
+QString DspCommands::getDspTemperature()
+{
+    return bare("getDspTemperature");
+}
+
+namespace {
+
+QString setConfigWith(const QVector<QVector<DspBlock>> &inChains, const QVector<QVector<DspBlock>> &outChains,
+                      int aecChNum, int autoMixerChNum, int index)
+{
+    Request r;
+    if (aecChNum >= 0)
+        r.integer("aecChNum", aecChNum);
+    if (autoMixerChNum >= 0)
+        r.integer("autoMixerChNum", autoMixerChNum);
     r.writer().key("inArr");
     writeChains(r.writer(), inChains);
     r.integer("index", index);
@@ -147,6 +208,8 @@ QString DspCommands::setConfig(const QVector<QVector<DspBlock>> &inChains, const
     r.uiTag();
     return r.done();
 }
+
+} // namespace
 
 QString DspCommands::setBorderProc(const QString &blockFlag, const DspBlockAddress &at, const DspBlock &block)
 {

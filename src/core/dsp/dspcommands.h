@@ -25,6 +25,16 @@ QString getConfig();
 QString setConfig(const CDeviceDspData &doc, int index = 0);
 QString setConfig(const QVector<QVector<DspBlock>> &inChains, const QVector<QVector<DspBlock>> &outChains,
                   int index = 0);
+/// The same, also asking the device to give its echo-cancellation and automixer nodes these many channels
+/// ("aecChNum", "autoMixerChNum"; 0 removes the node); a count below 0 is left out.
+QString setConfig(const CDeviceDspData &doc, int aecChNum, int autoMixerChNum, int index = 0);
+/// One cell of the matrix mixer: output row, input column.
+QString setMatrixCell(int nodeId, int output, int input, double gainDb, bool mute);
+/// The datagram queries of the DSP window.
+QString getCpuUsage();
+QString getVolumeDbBatch(bool outputs);
+QString getDspStatus();
+QString getDspTemperature();
 /// The whole obj of the block.
 QString setBorderProc(const QString &blockFlag, const DspBlockAddress &at, const DspBlock &block);
 QString setBorderProcBypass(const QString &blockFlag, const DspBlockAddress &at, bool bypass);

@@ -139,6 +139,11 @@ public:
     /// A node's own object as a whole (matrix, automixer).
     QString setNodeObj(int nodeId, const DspNode &changed);
 
+    /// Gives the configuration an echo-cancellation node, or an automixer node, of this many channels (at most
+    /// the inputs; 0 removes it). Like adding blocks, it reaches the device when saved.
+    QString setAecChannels(int count);
+    QString setAutomixerChannels(int count);
+
     /// Stores the edited configuration on the device ("setConfig"); signal_saved follows.
     void save();
     /// Drops every change not saved and takes the device's configuration again.
@@ -200,9 +205,10 @@ private:
     struct Pending;
     struct Target;
 
+    struct Answer;
     void enqueue(Pending p);
     void sendNext();
-    void finishInFlight(const QJsonObject *reply);
+    void finishInFlight(const Answer &answer);
     void onTimeout();
     void touch();
 
@@ -220,11 +226,29 @@ private:
     void changeChannels(DspSide side, const QVector<int> &channels, const QVector<DspChannel> &after,
                         const QString &text, bool fromUndo);
     void changeNode(int nodeId, const DspNode &after, const QString &text, bool fromUndo);
+    void changeNodes(const QVector<DspNode> &middle, const QString &text, bool fromUndo);
+    void sendChannel(DspSide side, int channel, const DspChannel &before, const DspChannel &after);
+    void linkBlocks(DspSide side, int channel, int group);
+    void settle(const QString &target, const Answer &answer, const QString &undoKey, Tx failure);
+    int deviceNodeIdOf(int nodeId) const;
+    QString blockLabel(quint64 id) const;
+    QString channelLabel(DspSide side, int channel) const;
+    void placeChannel(DspSide side, int channel);
     void replay(const DspUndoStep &step, bool forward);
     QVector<int> groupOf(DspSide side, int channel) const;
     QVector<quint64> linkedBlocks(quint64 id) const;
     DspBlock *mutableBlock(quint64 id);
     QString nodeTitle(int nodeId) const;
+    QString setNodeChannels(int type, int count);
+    int deviceNodeId(DspSide side) const;
+    int deviceMatrixNodeId() const;
+    std::optional<Place> devicePlace(quint64 id) const;
+    DspBlock current(quint64 id) const;
+    DspChannel currentChannel(DspSide side, int channel) const;
+    DspNode currentNode(int nodeId) const;
+    void recomputeBudget();
+    void recountUnsaved();
+    void changed(const QString &key, bool succeeded);
 
     DspSink *m_sink;
     QString m_devId;
@@ -236,6 +260,22 @@ private:
     QHash<quint64, Place> m_places;
     /// The ids of every chain as the device has it (load and last save).
     QVector<QVector<quint64>> m_deviceChains[2];
+    /// Node types as the device has them, for the addresses of requests sent before a save.
+    struct NodeShape
+    {
+        int type;
+        int ports;
+    };
+    QVector<NodeShape> m_deviceNodes;
+    QHash<quint64, Place> m_devicePlaces;
+    /// Changes taken into the document without the device (the link is lost).
+    bool m_localEdits = false;
+    QHash<QString, int> m_outstanding; ///< requests not yet answered, by target
+    QString m_sendUndoKey;             ///< the step the requests being sent belong to; empty when replaying
+    /// The latest value asked for and not yet confirmed, by target: what the next change starts from.
+    QHash<quint64, DspBlock> m_askedBlocks;
+    QHash<QString, DspChannel> m_askedChannels;
+    QHash<int, DspNode> m_askedNodes;
     bool m_unsaved = false;
     bool m_linkLost = false;
 

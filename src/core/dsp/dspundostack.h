@@ -15,6 +15,7 @@ struct DspUndoStep
         Chain,   ///< a channel's chain: blocks added, removed or pasted
         Channel, ///< a channel's gain, mute, inversion or link group
         Node,    ///< a node's own object: the matrix, the automixer
+        Nodes,   ///< the echo-cancellation and automixer nodes added, resized or removed
     };
     Kind kind = Block;
     QString text;     ///< what the menu says: "Undo %1"
@@ -26,6 +27,7 @@ struct DspUndoStep
     QVector<DspChannel> channelsBefore, channelsAfter;    ///< Channel: members other than the chain
     int nodeId = -1;
     DspNode nodeBefore, nodeAfter; ///< Node
+    QVector<DspNode> nodesBefore, nodesAfter; ///< Nodes: every node between the inputs and the matrix
 };
 
 /// The steps that undo and redo walk. Inside a gesture (a control dragged from press to release) a step whose

@@ -14,5 +14,6 @@ constexpr quint16 kConfig = 9993;   ///< device configuration blocks
 constexpr quint16 kUart = 7999;     ///< the serial bridge
 constexpr quint16 kLock = 9995;     ///< lock and password of the settings side
 constexpr quint16 kDsp = 8999;      ///< the DSP's TCP link, its datagrams and its lock
+constexpr quint16 kDspStatus = 12001; ///< the DSP window's two status queries
 
 } // namespace DevicePorts
