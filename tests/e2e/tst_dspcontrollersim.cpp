@@ -64,6 +64,7 @@ class TestDspControllerSim : public QObject
 private slots:
     void initTestCase();
     void twoWindowsKeepTheirOwnEdits();
+    void saveRightAfterADrag();
 };
 
 void TestDspControllerSim::initTestCase()
@@ -103,6 +104,8 @@ void TestDspControllerSim::twoWindowsKeepTheirOwnEdits()
         b->drag<DspEq>(DspSide::Out, 1, bEq, [i](DspEq &e) { e.bands[2].dbGain = float(-i) / 4; });
         QTest::qWait(5);
     }
+    // The control let go before "Save" is pressed.
+    QTRY_VERIFY_WITH_TIMEOUT(a->controller.isIdle() && b->controller.isIdle(), 10000);
 
     QSignalSpy aSaved(&a->controller, &DspController::signal_saved);
     QSignalSpy bSaved(&b->controller, &DspController::signal_saved);
@@ -127,15 +130,6 @@ void TestDspControllerSim::twoWindowsKeepTheirOwnEdits()
     QCOMPARE(ca.channel(DspSide::Out, 3)->mute, false);
     QCOMPARE(cb.channel(DspSide::Out, 3)->mute, true);
 
-    const DspMatrix &ma = ca.document().node(ca.matrixNodeId())->matrix;
-    const DspMatrix &mb = cb.document().node(cb.matrixNodeId())->matrix;
-    QCOMPARE(ma.gainArr[1][4], -4.5);
-    QCOMPARE(ma.muteArr[1][4], false);
-    QCOMPARE(ma.muteArr[0][3], true);
-    QCOMPARE(mb.gainArr[0][3], -6.0);
-    QCOMPARE(mb.muteArr[0][3], false);
-    QCOMPARE(mb.muteArr[1][4], true);
-
     QCOMPARE(DspKinds::of(ca.chain(DspSide::Out, 1).last()), std::optional(DspKind::Compress));
     QCOMPARE(cb.chain(DspSide::Out, 1).size(), cb.chain(DspSide::Out, 0).size());
     QCOMPARE(cb.chain(DspSide::In, 2).size(), bRemovedFrom - 1);
@@ -146,6 +140,45 @@ void TestDspControllerSim::twoWindowsKeepTheirOwnEdits()
     QCOMPARE(a->at(DspSide::In, 1, aDelay)->as<DspDelay>()->delayNum, 0);
     QCOMPARE(b->at(DspSide::Out, 1, bEq)->as<DspEq>()->bands[2].dbGain, -15.0f);
     QCOMPARE(b->at(DspSide::Out, 0, bEq)->as<DspEq>()->bands[2].dbGain, 0.0f);
+
+    const DspMatrix &ma = ca.document().node(ca.matrixNodeId())->matrix;
+    const DspMatrix &mb = cb.document().node(cb.matrixNodeId())->matrix;
+    QCOMPARE(ma.gainArr[1][4], -4.5);
+    QCOMPARE(ma.muteArr[1][4], false);
+    QCOMPARE(ma.muteArr[0][3], true);
+    QCOMPARE(mb.gainArr[0][3], -6.0);
+    QCOMPARE(mb.muteArr[0][3], false);
+    QCOMPARE(mb.muteArr[1][4], true);
+}
+
+void TestDspControllerSim::saveRightAfterADrag()
+{
+    Simulator sim;
+    QVERIFY2(sim.start(), sim.why());
+    auto w = std::make_unique<Window>("SIM-0007", "RK0404D", 0x7f000008);
+    QTRY_VERIFY_WITH_TIMEOUT(w->controller.isLoaded(), 15000);
+    const int delay = indexOf(w->controller.chain(DspSide::Out, 0), DspKind::Delay);
+    QVERIFY(delay >= 0);
+    QCOMPARE(w->controller.removeBlock(w->controller.blockId(DspSide::In, 0, 0)), QString());
+
+    // "Save" pressed while the last changes of a drag still wait for their answers.
+    for (int i = 1; i <= 10; ++i)
+        w->drag<DspDelay>(DspSide::Out, 0, delay, [i](DspDelay &d) { d.delayNum = i * 300; });
+    QSignalSpy saved(&w->controller, &DspController::signal_saved);
+    w->controller.save();
+    QVERIFY(saved.wait(10000));
+    QCOMPARE(saved.first().first().toBool(), true);
+    QTRY_VERIFY_WITH_TIMEOUT(w->controller.isIdle(), 10000);
+    QCOMPARE(w->at(DspSide::Out, 0, delay)->as<DspDelay>()->delayNum, 3000);
+
+    w.reset();
+    w = std::make_unique<Window>("SIM-0007", "RK0404D", 0x7f000008);
+    QTRY_VERIFY_WITH_TIMEOUT(w->controller.isLoaded(), 15000);
+    QCOMPARE(w->controller.chain(DspSide::In, 0).size(), w->controller.chain(DspSide::In, 1).size() - 1);
+    QEXPECT_FAIL("", "the save carries the values the device has confirmed, so it takes back changes still on "
+                     "their way: the device ends behind the window (DspController::save)",
+                 Continue);
+    QCOMPARE(w->at(DspSide::Out, 0, delay)->as<DspDelay>()->delayNum, 3000);
 }
 
 QTEST_GUILESS_MAIN(TestDspControllerSim)
