@@ -77,6 +77,9 @@ DspController::DspController(DspSink *sink, QObject *parent)
     , m_sink(sink)
     , m_timeout(new QTimer(this))
 {
+    // Views may take the notices queued.
+    qRegisterMetaType<DspSide>("DspSide");
+    qRegisterMetaType<QVector<double>>("QVector<double>");
     m_timeout->setSingleShot(true);
     connect(m_timeout, &QTimer::timeout, this, &DspController::onTimeout);
     m_budget.cores = 2;

@@ -3,6 +3,7 @@
 #include "core/app/texts.h"
 #include "core/dsp/dspblock.h"
 
+#include <QMetaType>
 #include <QString>
 
 #include <optional>
@@ -13,6 +14,8 @@ enum class DspSide { In, Out };
 /// What a user adds to a channel. The high-pass and the low-pass filter are one block type on the wire
 /// (type "4", told apart by "isHpf") but two kinds here, as each has its own add rule and button.
 enum class DspKind { Eq, Delay, Compress, Fbe, Hpf, Lpf, Fir, Limit, NoiseGate, Expand, SignalGen, Aec, Ducker };
+
+Q_DECLARE_METATYPE(DspSide)
 
 namespace DspKinds {
 

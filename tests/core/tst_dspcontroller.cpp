@@ -1,0 +1,268 @@
+// The DSP controller against a recording sink: what it sends, when the document changes, and undo.
+#include "core/app/texts.h"
+#include "core/dsp/dspcommands.h"
+#include "core/dsp/dspcontroller.h"
+
+#include "../support/dspdocs.h"
+
+#include <QSignalSpy>
+#include <QtTest>
+
+namespace {
+
+QString succ(const QString &request, bool ok = true)
+{
+    QJsonObject o = QJsonDocument::fromJson(request.toUtf8()).object();
+    o.insert(QStringLiteral("result"), ok ? QStringLiteral("succ") : QStringLiteral("fail"));
+    return QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact));
+}
+
+double delayOf(const DspController &c, quint64 id)
+{
+    return c.block(id)->as<DspDelay>()->delayNum;
+}
+
+DspBlock withDelay(const DspController &c, quint64 id, int samples)
+{
+    DspBlock b = *c.block(id);
+    b.as<DspDelay>()->delayNum = samples;
+    return b;
+}
+
+} // namespace
+
+class TstDspController : public QObject
+{
+    Q_OBJECT
+
+    DspDocs::RecordingSink sink;
+    DspController *c = nullptr;
+
+    /// Answers the request waiting on the link as the device would.
+    void answer(bool ok = true)
+    {
+        QVERIFY(!sink.tcp.isEmpty());
+        c->handleTcpReply(succ(sink.tcp.last(), ok));
+    }
+
+private slots:
+    void init()
+    {
+        sink = DspDocs::RecordingSink();
+        c = new DspController(&sink, this);
+        c->setDevice(QStringLiteral("DEV-1"), QStringLiteral("RK1616D"));
+        c->requestConfig();
+        QCOMPARE(sink.tcp, QStringList{DspCommands::getConfig()});
+        c->handleTcpReply(DspDocs::reply(DspDocs::make(4, 4, DspDefaults::inputChain(), DspDefaults::outputChain())));
+        QVERIFY(c->isLoaded());
+        QVERIFY(c->isIdle());
+        sink.tcp.clear();
+    }
+    void cleanup() { delete c; }
+
+    void unusableConfigKeepsTheDocument()
+    {
+        QSignalSpy refused(c, &DspController::signal_configRefused);
+        c->requestConfig();
+        CDeviceDspData two = DspDocs::make(2, 2);
+        two.nodeArr.removeLast();
+        c->handleTcpReply(DspDocs::reply(two));
+        c->requestConfig();
+        c->handleTcpReply(QStringLiteral("{\"ops\":\"getConf"));
+        QCOMPARE(refused.count(), 2);
+        QCOMPARE(c->channelCount(DspSide::In), 4);
+    }
+
+    void changeEntersTheDocumentOnSuccess()
+    {
+        const quint64 id = c->blockId(DspSide::In, 1, 3); // the input chain's delay
+        QSignalSpy changed(c, &DspController::signal_blockChanged);
+        c->setBlockParams(id, withDelay(*c, id, 480));
+        const DspBlockAddress at{0, 1, 3};
+        QCOMPARE(sink.tcp, QStringList{DspCommands::setBorderProc(QStringLiteral("bf_in_ch_1_3"), at,
+                                                                  withDelay(*c, id, 480))});
+        QCOMPARE(delayOf(*c, id), 0.0); // not before the device said so
+        answer();
+        QCOMPARE(delayOf(*c, id), 480.0);
+        QCOMPARE(changed.count(), 1);
+
+        // A refusal leaves the document, says so, and leaves nothing to undo.
+        QSignalSpy notices(c, &DspController::signal_notice);
+        c->setBypass(id, false);
+        answer(false);
+        QVERIFY(c->block(id)->bypass);
+        QCOMPARE(notices.last().at(0).toString(), tx(Tx::DspSetBypassFailed));
+        c->undo();
+        QCOMPARE(sink.tcp.last().contains(QLatin1String("\"delayNum\":\"0\"")), true);
+    }
+
+    void oneRequestAtATimeAndTheNewestWins()
+    {
+        const quint64 id = c->blockId(DspSide::Out, 0, 0);
+        c->beginGesture();
+        for (int v = 1; v <= 50; ++v)
+            c->setBlockParams(id, withDelay(*c, id, v * 10));
+        c->endGesture();
+        QCOMPARE(sink.tcp.size(), 1); // the first, then nothing until it is answered
+        answer();
+        QCOMPARE(sink.tcp.size(), 2); // the waiting ones became one: the newest
+        QVERIFY(sink.tcp.last().contains(QLatin1String("\"delayNum\":\"500\"")));
+        answer();
+        QVERIFY(c->isIdle());
+        QCOMPARE(delayOf(*c, id), 500.0);
+
+        // The drag is one step; undoing it sends the value from before the drag.
+        c->undo();
+        QVERIFY(sink.tcp.last().contains(QLatin1String("\"delayNum\":\"0\"")));
+        answer();
+        QCOMPARE(delayOf(*c, id), 0.0);
+        QVERIFY(!c->canUndo());
+        c->redo();
+        answer();
+        QCOMPARE(delayOf(*c, id), 500.0);
+    }
+
+    void staleRepliesAreIgnored()
+    {
+        const quint64 id = c->blockId(DspSide::In, 0, 3);
+        c->setBlockParams(id, withDelay(*c, id, 100));
+        // Another block's answer, and an answer nothing waits for, change nothing.
+        c->handleTcpReply(QStringLiteral("{\"blockFlag\":\"bf_in_ch_2_3\",\"ops\":\"setBorderProc\",\"result\":\"succ\"}"));
+        QCOMPARE(delayOf(*c, id), 0.0);
+        QVERIFY(!c->isIdle());
+        // The block goes before its answer arrives: the answer finds nothing to change.
+        QVERIFY(c->removeBlock(id).isEmpty());
+        answer();
+        QVERIFY(!c->block(id));
+        QVERIFY(c->isIdle());
+        c->handleTcpReply(succ(sink.tcp.last()));
+    }
+
+    void identitySurvivesAndUndoRestoresTheChain()
+    {
+        const QVector<DspBlock> original = c->chain(DspSide::Out, 2);
+        const quint64 fir = c->blockId(DspSide::Out, 2, 6);
+        QVERIFY(c->removeBlock(c->blockId(DspSide::Out, 2, 0)).isEmpty());
+        QVERIFY(c->addBlock(DspSide::Out, 2, DspKind::Ducker).isEmpty());
+        QCOMPARE(c->place(fir)->procIndex, 5);
+        QVERIFY(c->hasUnsavedChanges());
+        QVERIFY(sink.tcp.isEmpty()); // structure reaches the device with a save
+
+        // The blocks the device still has are changed at their device address; a new one only in memory.
+        c->setBypass(fir, false);
+        QVERIFY(sink.tcp.last().contains(QLatin1String("\"procIndex\":\"6\"")));
+        answer();
+        const quint64 ducker = c->blockId(DspSide::Out, 2, 6);
+        c->setBypass(ducker, false);
+        QCOMPARE(sink.tcp.size(), 1);
+        QVERIFY(!c->block(ducker)->bypass);
+
+        c->undo(); // ducker bypass
+        c->undo(); // FIR bypass: sent back
+        answer();
+        c->undo(); // the ducker added
+        c->undo(); // the delay removed
+        QCOMPARE(c->chain(DspSide::Out, 2).size(), original.size());
+        for (int i = 0; i < original.size(); ++i)
+            QCOMPARE(c->chain(DspSide::Out, 2)[i].uid, original[i].uid);
+        QVERIFY(c->block(fir)->bypass);
+        QVERIFY(!c->hasUnsavedChanges());
+        c->redo();
+        QCOMPARE(c->chain(DspSide::Out, 2).size(), original.size() - 1);
+    }
+
+    void saveSendsTheChainsAndLaterChangesUseTheirNewPlace()
+    {
+        QVERIFY(c->addBlock(DspSide::In, 0, DspKind::Compress).isEmpty());
+        QSignalSpy saved(c, &DspController::signal_saved);
+        c->save();
+        QVERIFY(sink.tcp.last().startsWith(QLatin1String("{\"inArr\":")));
+        answer();
+        QCOMPARE(saved.last().at(0).toBool(), true);
+        QVERIFY(!c->hasUnsavedChanges());
+        const quint64 comp = c->blockId(DspSide::In, 0, 8);
+        c->setBypass(comp, false);
+        QVERIFY(sink.tcp.last().contains(QLatin1String("bf_in_ch_0_8")));
+
+        // A refused save keeps the edits.
+        answer();
+        QVERIFY(c->removeBlock(comp).isEmpty());
+        c->save();
+        answer(false);
+        QCOMPARE(saved.last().at(0).toBool(), false);
+        QVERIFY(c->hasUnsavedChanges());
+        QVERIFY(!c->block(comp));
+    }
+
+    void linkLostKeepsEditsInMemory()
+    {
+        const quint64 id = c->blockId(DspSide::In, 0, 3);
+        c->setBlockParams(id, withDelay(*c, id, 42));
+        QSignalSpy lost(c, &DspController::signal_linkLost);
+        c->linkLost();
+        QCOMPARE(lost.count(), 1);
+        QCOMPARE(delayOf(*c, id), 42.0);
+        QVERIFY(c->hasUnsavedChanges());
+        c->setChannelMute(DspSide::Out, 1, true);
+        QVERIFY(c->channel(DspSide::Out, 1)->mute);
+        QCOMPARE(sink.tcp.size(), 1);
+        QSignalSpy saved(c, &DspController::signal_saved);
+        c->save();
+        QCOMPARE(saved.last().at(0).toBool(), false);
+    }
+
+    void channelsGroupsAndMatrix()
+    {
+        // Two channels join group 0: the second's join links the blocks at every position where both hold one
+        // kind, and from then on gain and block changes reach both.
+        c->setChannelGroup(DspSide::Out, 0, 0);
+        QCOMPARE(sink.tcp.last(), DspCommands::setGroupId(2, 0, 0));
+        answer();
+        c->setChannelGroup(DspSide::Out, 1, 0);
+        answer();
+        QCOMPARE(sink.tcp.last(), DspCommands::setBorderProcGroupIdBatch(2, 0, {0, 1}, 0));
+        for (int p = 0; p < 7; ++p)
+            answer();
+        QVERIFY(c->isIdle());
+        QCOMPARE(c->chain(DspSide::Out, 1)[6].groupId, 6);
+
+        const int before = sink.tcp.size();
+        c->setChannelGain(DspSide::Out, 1, -6.5);
+        answer();
+        answer();
+        QCOMPARE(sink.tcp.mid(before), (QStringList{DspCommands::setGain(2, 0, -6.5), DspCommands::setGain(2, 1, -6.5)}));
+        QCOMPARE(c->channel(DspSide::Out, 0)->gainDb, -6.5);
+        c->setBypass(c->blockId(DspSide::Out, 0, 4), false);
+        answer();
+        answer();
+        QVERIFY(!c->chain(DspSide::Out, 1)[4].bypass);
+
+        c->setMatrixCell(3, 1, -12, false);
+        QCOMPARE(sink.tcp.last(), DspCommands::setMatrixCell(1, 3, 1, -12, false));
+        answer();
+        QCOMPARE(c->document().nodeArr[1].matrix.gainArr[3][1], -12.0);
+        QVERIFY(!c->document().nodeArr[1].matrix.muteArr[3][1]);
+    }
+
+    void datagramReplies()
+    {
+        QSignalSpy levels(c, &DspController::signal_levels);
+        QSignalSpy cpu(c, &DspController::signal_cpuUsage);
+        c->queryLevels();
+        QCOMPARE(sink.udpPorts, (QVector<quint16>{8999, 8999}));
+        c->handleUdpReply(QStringLiteral("{\"arr\":[\"-18.2\",\"-inf\"],\"devId\":\"DEV-1\",\"ops\":\"getVolumeDbBatchOut\","
+                                         "\"result\":\"succ\",\"uiTag\":\"dspUiTag\"}"));
+        c->handleUdpReply(QStringLiteral("{\"devId\":\"DEV-2\",\"ops\":\"getCpuUsage\",\"result\":\"succ\","
+                                         "\"uiTag\":\"dspUiTag\",\"val\":\"40\"}"));
+        QCOMPARE(levels.count(), 1);
+        QCOMPARE(levels.last().at(0).value<DspSide>(), DspSide::Out);
+        const QVector<double> v = levels.last().at(1).value<QVector<double>>();
+        QCOMPARE(v.at(0), -18.2);
+        QVERIFY(std::isinf(v.at(1)) && v.at(1) < 0);
+        QCOMPARE(cpu.count(), 0);
+        QVERIFY(c->msSinceLastMessage() >= 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TstDspController)
+#include "tst_dspcontroller.moc"
