@@ -1,5 +1,6 @@
 #include "cliapp.h"
 
+#include "clidspargs.h"
 #include "clioutput.h"
 #include "core/app/netscan.h"
 #include "core/devices/commandtargets.h"
@@ -37,18 +38,16 @@ QString CliApp::usage()
         "  route remove DST     clears the route of a receive channel\n"
         "  flow create DEVICE --name NAME --channels 1,2,... [--address A.B.C.D --port P] [--offset MS]\n"
         "  flow delete DEVICE NAME\n"
-        "  dsp get-config DEVICE                      the DSP configuration document (indented; --json: compact)\n"
-        "  dsp set-block DEVICE NODE PORT PROC JSON   change members of one processing block, e.g. '{\"ratio\":\"4\"}'\n"
-        "  dsp bypass DEVICE NODE PORT PROC 0|1       bypass (1) or activate (0) one block\n"
-        "                       NODE, PORT, PROC count from 0 as in the document: node in nodeArr,\n"
-        "                       channel of the node, block in the channel's procArr\n"
+        "%1"
         "options:\n"
         "  --interface ADDR     a local IPv4 address (loopback allowed); default: the only usable one\n"
         "  --wait SECONDS       how long to listen before answering (default 4; watch: until interrupted)\n"
         "  --json               JSON instead of text\n"
         "  --yes                answer yes to the questions the program would ask\n"
+        "  --force              dsp add-block, paste-channel: add even past the processor budget\n"
         "  --verbose            diagnostics on standard error\n"
-        "  --age-scale N        age devices and flows N times faster (for tests)\n");
+        "  --age-scale N        age devices and flows N times faster (for tests)\n")
+        .arg(CliDspArgs::usage());
 }
 
 bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
@@ -83,6 +82,8 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
             }
         } else if (a == QLatin1String("--yes")) {
             o.yes = true;
+        } else if (a == QLatin1String("--force")) {
+            o.force = true;
         } else if (QStringList{QStringLiteral("--name"), QStringLiteral("--channels"), QStringLiteral("--address"),
                                QStringLiteral("--port"), QStringLiteral("--offset")}
                        .contains(a)) {
@@ -133,11 +134,16 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
         *error = QStringLiteral("flow takes create DEVICE --name NAME --channels 1,2,... or delete DEVICE NAME");
         return false;
     }
-    if (o.command == QLatin1String("dsp")
-        && !((sub == QLatin1String("get-config") && o.args.size() == 2)
-             || ((sub == QLatin1String("set-block") || sub == QLatin1String("bypass")) && o.args.size() == 6))) {
-        *error = QStringLiteral("dsp takes get-config DEVICE, set-block DEVICE NODE PORT PROC JSON"
-                                " or bypass DEVICE NODE PORT PROC 0|1");
+    if (o.command == QLatin1String("dsp")) {
+        const std::optional<CliDspArgs> dsp = CliDspArgs::parse(o.args, error);
+        if (!dsp)
+            return false;
+        if (o.force && !dsp->takesForce()) {
+            *error = QStringLiteral("--force goes only with dsp add-block and dsp paste-channel");
+            return false;
+        }
+    } else if (o.force) {
+        *error = QStringLiteral("--force goes only with dsp add-block and dsp paste-channel");
         return false;
     }
     *out = o;

@@ -6,9 +6,10 @@
 #include <QObject>
 #include <QStringList>
 
+class CliDspSession;
 class DeviceLink;
-class DspLink;
 class QTextStream;
+struct CliDspArgs;
 struct CommandTargets;
 
 /// corvane-cli: the program's core without widgets, for scripts and tests.
@@ -25,6 +26,8 @@ public:
         bool verbose = false;
         int ageingScale = 1;
         bool yes = false;
+        /// dsp add-block and paste-channel: past the budget check, as the window's "ForceAdd".
+        bool force = false;
         /// Values of the route and flow commands' options ("name", "channels", ...).
         QHash<QString, QString> values;
         QString command;
@@ -61,10 +64,17 @@ private:
     int cmdLevels();
     int cmdRoute();
     int cmdFlow();
-    // The DSP configuration over the device's TCP link (clidsp.cpp).
+    // The DSP configuration through the DSP controller over the device's TCP link (clidsp.cpp).
     int cmdDsp();
-    /// One request on the link and its reply; false when none came in time.
-    bool dspRequest(DspLink *link, const QString &request, QString *reply);
+    int dspBudget(CliDspSession &session);
+    int dspSetBlock(CliDspSession &session, const CliDspArgs &a);
+    /// add-block, remove-block, paste-channel: the document changes, then it is saved.
+    int dspChangeChain(CliDspSession &session, const CliDspArgs &a);
+    int dspChannel(CliDspSession &session, const CliDspArgs &a);
+    int dspMatrix(CliDspSession &session, const CliDspArgs &a);
+    /// Waits for every answer; 0, or the exit code after saying what failed.
+    int dspAnswers(CliDspSession &session);
+    int dspPrint(const QJsonObject &json, const QString &text);
 
     /// Sends one request to a device through the request router and waits for
     /// its reply; empty when none came.

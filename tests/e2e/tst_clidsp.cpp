@@ -1,0 +1,212 @@
+// corvane-cli's DSP commands against corvane-sim's virtual DSP, both child processes inside a private network
+// namespace: each change is looked for afterwards in a fresh "dsp get-config", and a change the rules refuse
+// leaves the device exactly as it was.
+#include "../support/clirunner.h"
+
+#include <QtTest>
+
+namespace {
+
+const char kDevice[] = "SIM-0006"; // 16x16: inputs, echo cancelling, automixer, matrix, outputs
+
+CliRun cli(const QStringList &args)
+{
+    return CliRunner({"--interface", "127.0.0.1", "--wait", "3"}).run(args);
+}
+
+QJsonObject document()
+{
+    const CliRun r = cli({"--json", "dsp", "get-config", kDevice});
+    if (r.code != 0)
+        qWarning("dsp get-config: exit %d: %s", r.code, r.err.constData());
+    return r.json.object();
+}
+
+QJsonObject node(const QJsonObject &doc, int index)
+{
+    const QJsonArray nodes = doc.value("nodeArr").toArray();
+    return nodes.at(index < 0 ? nodes.size() + index : index).toObject();
+}
+
+QJsonObject channelOf(const QJsonObject &doc, int nodeIndex, int channel)
+{
+    return node(doc, nodeIndex).value("portArr").toArray().at(channel).toObject();
+}
+
+QStringList types(const QJsonObject &doc, int nodeIndex, int channel)
+{
+    QStringList out;
+    for (const QJsonValue &b : channelOf(doc, nodeIndex, channel).value("procArr").toArray())
+        out << b.toObject().value("type").toString();
+    return out;
+}
+
+QJsonObject budget()
+{
+    const CliRun r = cli({"--json", "dsp", "budget", kDevice});
+    if (r.code != 0)
+        qWarning("dsp budget: exit %d: %s", r.code, r.err.constData());
+    return r.json.object();
+}
+
+} // namespace
+
+class TestCliDsp : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void badArguments_data();
+    void badArguments();
+    void chainChangesAreSaved();
+    void refusedAddChangesNothing();
+    void channelMembers();
+    void matrixCells();
+
+private:
+    Simulator m_sim;
+};
+
+void TestCliDsp::initTestCase()
+{
+    REQUIRE_PRIVATE_NETWORK();
+    qRegisterMetaType<QProcess::ExitStatus>();
+    QVERIFY2(m_sim.start(), m_sim.why());
+}
+
+void TestCliDsp::badArguments_data()
+{
+    QTest::addColumn<QStringList>("args");
+    QTest::addColumn<QString>("message");
+    const QString d = kDevice;
+    QTest::newRow("side") << QStringList{"add-block", d, "left", "1", "eq"} << "the side is in or out, not \"left\"";
+    QTest::newRow("channel from 1") << QStringList{"add-block", d, "in", "0", "eq"} << "CH counts from 1, not \"0\"";
+    QTest::newRow("kind") << QStringList{"add-block", d, "in", "1", "reverb"} << "KIND is one of eq|";
+    QTest::newRow("block") << QStringList{"remove-block", d, "out", "1", "x"} << "BLOCK counts from 1, not \"x\"";
+    QTest::newRow("paste target") << QStringList{"paste-channel", d, "in", "1", "-2"} << "TO counts from 1";
+    QTest::newRow("gain") << QStringList{"channel", d, "in", "1", "gain", "loud"} << "the gain is a number of dB";
+    QTest::newRow("member") << QStringList{"channel", d, "in", "1", "pan", "0"} << "the channel member is gain, mute";
+    QTest::newRow("cell") << QStringList{"matrix", d, "1", "1", "nan"} << "the cell takes a gain in dB, mute or unmute";
+    QTest::newRow("force elsewhere") << QStringList{"--force", "channel", d, "in", "1", "mute", "on"}
+                                     << "--force goes only with dsp add-block and dsp paste-channel";
+    QTest::newRow("arity") << QStringList{"remove-block", d, "in", "1"} << "dsp takes remove-block DEVICE in|out CH BLOCK";
+    // Known only once the document is read: still nothing is sent.
+    QTest::newRow("channel range") << QStringList{"channel", d, "out", "17", "gain", "0"}
+                                   << "CH: the out side has 16 channels, not 17";
+    QTest::newRow("block range") << QStringList{"remove-block", d, "out", "1", "8"} << "BLOCK: out 1 has 7 blocks, not 8";
+    QTest::newRow("matrix range") << QStringList{"matrix", d, "1", "17", "mute"} << "IN: the matrix has 16 inputs, not 17";
+}
+
+void TestCliDsp::badArguments()
+{
+    QFETCH(QStringList, args);
+    QFETCH(QString, message);
+    if (!args.contains("--force"))
+        args.prepend("dsp");
+    else
+        args.insert(1, "dsp");
+    const CliRun r = cli(args);
+    QCOMPARE(r.code, 2);
+    QVERIFY2(r.err.startsWith("corvane-cli: " + message.toUtf8()), r.err.constData());
+    QVERIFY(r.out.isEmpty());
+}
+
+void TestCliDsp::chainChangesAreSaved()
+{
+    const QJsonObject before = budget();
+    QVERIFY(before.value("cpu").isDouble() && before.value("load").isDouble());
+    // The matrix term alone: 16 x 16 x 0.015625 x 6.
+    QVERIFY2(before.value("load").toDouble() > 24.0, qPrintable(QString::number(before.value("load").toDouble())));
+    const QStringList outDefault = types(document(), -1, 1);
+
+    CliRun r = cli({"--force", "dsp", "add-block", kDevice, "in", "3", "compress"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    QVERIFY2(r.out.contains("in 3: compress added as block 9; saved"), r.out.constData());
+    r = cli({"--json", "dsp", "remove-block", kDevice, "out", "2", "1"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    QCOMPARE(r.json.object().value("removed").toString(), QStringLiteral("delay"));
+    r = cli({"--force", "dsp", "paste-channel", kDevice, "in", "3", "5"});
+    QVERIFY2(r.code == 0, r.err.constData());
+
+    const QJsonObject doc = document();
+    const QStringList in3 = types(doc, 0, 2);
+    QCOMPARE(in3.size(), 9);
+    QCOMPARE(in3.last(), QStringLiteral("2"));
+    QCOMPARE(types(doc, 0, 4), in3);
+    QCOMPARE(types(doc, 0, 3).size(), 8);
+    QCOMPARE(types(doc, -1, 1), outDefault.mid(1));
+    QCOMPARE(types(doc, -1, 2), outDefault);
+
+    const QJsonObject after = budget();
+    QVERIFY2(after.value("load").toDouble() > before.value("load").toDouble(),
+             QJsonDocument(after).toJson(QJsonDocument::Compact).constData());
+    QVERIFY(after.value("cpu").toInt() >= before.value("cpu").toInt());
+    QVERIFY(after.value("cpu").toInt() <= 99);
+}
+
+void TestCliDsp::refusedAddChangesNothing()
+{
+    const QJsonObject before = document();
+    QVERIFY(!before.isEmpty());
+    // Every input chain starts with a high-pass filter; a second one is refused, with or without --force.
+    for (const QStringList &args : {QStringList{"dsp", "add-block", kDevice, "in", "2", "hpf"},
+                                    QStringList{"--force", "dsp", "add-block", kDevice, "in", "2", "hpf"}}) {
+        const CliRun r = cli(args);
+        QCOMPARE(r.code, 1);
+        QVERIFY2(r.err.contains("HPF"), r.err.constData());
+        QVERIFY(r.out.isEmpty());
+    }
+    const CliRun self = cli({"dsp", "paste-channel", kDevice, "out", "4", "4"});
+    QCOMPARE(self.code, 1);
+    QCOMPARE(document(), before);
+}
+
+void TestCliDsp::channelMembers()
+{
+    CliRun r = cli({"--json", "dsp", "channel", kDevice, "out", "4", "gain", "-6.5"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    QCOMPARE(r.json.object().value("gainDb").toDouble(), -6.5);
+    r = cli({"dsp", "channel", kDevice, "in", "7", "mute", "on"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    QVERIFY2(r.out.contains("in 7: gain 0 dB, mute on"), r.out.constData());
+    r = cli({"dsp", "channel", kDevice, "in", "8", "group", "2"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    // Outside the device's range: the device refuses, the window's failure text says so.
+    r = cli({"dsp", "channel", kDevice, "in", "8", "gain", "40"});
+    QCOMPARE(r.code, 1);
+    QVERIFY2(r.err.contains("Failed to set the gain"), r.err.constData());
+
+    const QJsonObject doc = document();
+    QCOMPARE(channelOf(doc, -1, 3).value("gainDb").toString(), QStringLiteral("-6.5"));
+    QCOMPARE(channelOf(doc, 0, 6).value("mute").toString(), QStringLiteral("1"));
+    QCOMPARE(channelOf(doc, 0, 7).value("groupId").toString(), QStringLiteral("1"));
+    QCOMPARE(channelOf(doc, 0, 7).value("gainDb").toString(), QStringLiteral("0"));
+}
+
+void TestCliDsp::matrixCells()
+{
+    CliRun r = cli({"dsp", "matrix", kDevice, "2", "5", "-3"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    r = cli({"dsp", "matrix", kDevice, "1", "1", "mute"});
+    QVERIFY2(r.code == 0, r.err.constData());
+
+    const QJsonObject doc = document();
+    const QJsonObject matrix = node(doc, 3).value("obj").toObject();
+    QCOMPARE(matrix.value("gainArr")[1][4].toString(), QStringLiteral("-3"));
+    QCOMPARE(matrix.value("muteArr")[1][4].toString(), QStringLiteral("0"));
+    QCOMPARE(matrix.value("muteArr")[0][0].toString(), QStringLiteral("1"));
+
+    // The printed matrix: rows outputs, columns inputs.
+    r = cli({"dsp", "matrix", kDevice});
+    QVERIFY2(r.code == 0, r.err.constData());
+    const QList<QByteArray> lines = r.out.split('\n');
+    QVERIFY(lines.size() >= 17);
+    QVERIFY2(lines[1].simplified().startsWith("1 off off off"), lines[1].constData());
+    QVERIFY2(lines[2].simplified().startsWith("2 off 0 off off -3 off"), lines[2].constData());
+    r = cli({"--json", "dsp", "matrix", kDevice});
+    QCOMPARE(r.json.object().value("gainDb")[1][4].toDouble(), -3.0);
+    QCOMPARE(r.json.object().value("mute")[0][0].toBool(), true);
+}
+
+QTEST_GUILESS_MAIN(TestCliDsp)
+#include "tst_clidsp.moc"
