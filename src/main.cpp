@@ -65,7 +65,7 @@ int main(int argc, char *argv[])
                                              QStringLiteral("Use the network interface with this IPv4 address (loopback allowed)."),
                                              QStringLiteral("ADDR"));
     const QCommandLineOption pageOption(
-        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels."),
+        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix."),
         QStringLiteral("NAME"));
     options.addOption(pageOption);
     const QCommandLineOption allChannelsOption(
@@ -107,7 +107,10 @@ int main(int argc, char *argv[])
     }
     if (options.isSet(chineseOption))
         w->slot_switchLanguage(true);
-    if (options.isSet(pageOption)) {
+    const QString dspDevice = options.value(dspOption);
+    // With --dsp, "matrix" names the DSP window's matrix page instead of a page of the main window.
+    const bool dspMatrix = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("matrix");
+    if (options.isSet(pageOption) && !dspMatrix) {
         static const QStringList pages{QStringLiteral("devices"), QStringLiteral("routing"), QStringLiteral("flows"),
                                        QStringLiteral("clock"),   QStringLiteral("stats"),   QStringLiteral("levels")};
         const int page = pages.indexOf(options.value(pageOption).toLower());
@@ -115,12 +118,13 @@ int main(int argc, char *argv[])
             LOG_FAIL();
         w->setPage(MainWindow::Page(page));
     }
-    const QString dspDevice = options.value(dspOption);
     if (!dspDevice.isEmpty()) {
         // The device is known once it has announced itself; until then there is no address to open.
-        auto open = [w, dspDevice] {
+        auto open = [w, dspDevice, dspMatrix] {
             if (!w->dspWindow(dspDevice))
                 w->slot_openDsp(dspDevice);
+            if (DevDspDialog *dsp = w->dspWindow(dspDevice); dsp && dspMatrix)
+                dsp->showMatrix();
         };
         QObject::connect(w, &MainWindow::signal_send_addDev, w, [open, dspDevice](const QString &devId) {
             if (devId == dspDevice)

@@ -299,7 +299,7 @@ void DevDspDialog::showLinkLost()
     m_showsLost = true;
     const QString lost = tx(Tx::DspLinkLostText);
     const QString name = m_device.name.isEmpty() ? m_device.devId : m_device.name;
-    setTitle(QStringLiteral("%1 | (%2) | %3").arg(name, tx(Tx::DspWinTitleTag), lost));
+    setTitle(QStringLiteral("%1 | %2 | %3").arg(name, tx(Tx::DspWinTitleTag), lost));
     setWindowTitle(title());
     m_status->setText(lost);
 }
@@ -315,7 +315,7 @@ void DevDspDialog::updateUndo()
 void DevDspDialog::retranslate()
 {
     const QString name = m_device.name.isEmpty() ? m_device.devId : m_device.name;
-    setTitle(QStringLiteral("%1 | (%2)").arg(name, tx(Tx::DspWinTitleTag)));
+    setTitle(QStringLiteral("%1 | %2").arg(name, tx(Tx::DspWinTitleTag)));
     setWindowTitle(title());
     m_tabs->setTabText(m_tabs->indexOf(m_diagram), tx(Tx::DspTabDiagram));
     m_tabs->setTabText(m_tabs->indexOf(m_matrix), tx(Tx::DspTabMatrix));

@@ -8,6 +8,7 @@
 
 #include <QDoubleSpinBox>
 #include <QEvent>
+#include <QFontMetrics>
 #include <QHeaderView>
 #include <QKeyEvent>
 #include <QMenu>
@@ -82,9 +83,14 @@ DspMatrixForm::DspMatrixForm(DspController *controller, QWidget *parent)
     m_view->verticalHeader()->setDefaultSectionSize(scaled(22));
     m_view->verticalHeader()->setMinimumWidth(scaled(70));
     m_view->setStyleSheet(QStringLiteral("QTableView { background: %1; gridline-color: %2; color: %3; }"
-                                         "QTableView::item:selected { border: 1px solid %4; }")
+                                         "QTableView::item:selected { border: 1px solid %4; }"
+                                         "QHeaderView { background: %1; }"
+                                         "QHeaderView::section { background: %5; color: %6; border: none;"
+                                         " border-right: 1px solid %2; border-bottom: 1px solid %2; padding: 2px 4px; }"
+                                         "QTableCornerButton::section { background: %5; border: none; }")
                               .arg(Style::rgb(Style::kBackground), Style::rgb(Style::kBorder),
-                                   Style::rgb(Style::kTextBright), Style::rgb(Style::kWarning)));
+                                   Style::rgb(Style::kTextBright), Style::rgb(Style::kWarning),
+                                   Style::rgb(Style::kPanel), Style::rgb(Style::kText)));
     m_view->viewport()->installEventFilter(this);
     m_view->installEventFilter(this);
     connect(m_view, &QTableView::customContextMenuRequested, this, &DspMatrixForm::showContextMenu);
@@ -114,6 +120,13 @@ bool DspMatrixForm::isWheelGestureOpen() const
 void DspMatrixForm::setChannelNames(const QStringList &inputs, const QStringList &outputs)
 {
     m_model->setChannelNames(inputs, outputs);
+    // Wide enough for the inputs' names (a long one is cut with "…" and whole in its tool tip), so that a
+    // 64 x 64 matrix still scrolls by readable columns rather than by numbers.
+    const QFontMetrics fm(m_view->horizontalHeader()->font());
+    int widest = 0;
+    for (int c = 0; c < m_model->columnCount(); ++c)
+        widest = qMax(widest, fm.horizontalAdvance(m_model->headerData(c, Qt::Horizontal).toString()));
+    m_view->horizontalHeader()->setDefaultSectionSize(qBound(scaled(52), widest + scaled(14), scaled(120)));
 }
 
 bool DspMatrixForm::eventFilter(QObject *watched, QEvent *event)
