@@ -223,6 +223,8 @@ private:
     void sendBlock(const DspBlock &before, const DspBlock &after);
     void changeChain(DspSide side, const QVector<int> &channels, const QVector<QVector<DspBlock>> &chains,
                      const QString &text, bool fromUndo);
+    QString changeChannel(DspSide side, int channel, bool wholeGroup, Tx member,
+                          const std::function<void(DspChannel &)> &set);
     void changeChannels(DspSide side, const QVector<int> &channels, const QVector<DspChannel> &after,
                         const QString &text, bool fromUndo);
     void changeNode(int nodeId, const DspNode &after, const QString &text, bool fromUndo);
