@@ -78,7 +78,23 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     m_status->setObjectName(QStringLiteral("lb_status"));
     m_status->setStyleSheet(QStringLiteral("color: rgb(226, 170, 60);"));
     contentLayout()->addLayout(m_body, 1);
-    contentLayout()->addWidget(m_status);
+    // What the device itself reports, beside the budget the diagram computes: the two can differ, and an
+    // operator chasing a busy processor wants both.
+    m_deviceLoad = new QLabel(this);
+    m_deviceLoad->setObjectName(QStringLiteral("lb_deviceLoad"));
+    auto *bottom = new QHBoxLayout;
+    bottom->addWidget(m_status, 1);
+    bottom->addWidget(m_deviceLoad);
+    contentLayout()->addLayout(bottom);
+    connect(m_controller, &DspController::signal_cpuUsage, this, [this](int percent) {
+        m_loadPercent = percent;
+        showDeviceLoad();
+    });
+    connect(m_controller, &DspController::signal_dspStatus, this, [this](const QString &ops, const QString &val) {
+        if (ops == QLatin1String("getDspTemperature"))
+            m_temperature = val;
+        showDeviceLoad();
+    });
 
     m_overlay = new BusyOverlay(m_tabs);
     m_snack = new SnackBar(this);
@@ -141,8 +157,9 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     connect(m_diagram, &DspDiagramForm::signal_channelSelected, m_strip, &DspChannelStripForm::showChannel);
     connect(m_controller, &DspController::signal_documentLoaded, this, &DevDspDialog::passNames);
     connect(m_controller, &DspController::signal_documentLoaded, this, [this] {
+        // The first input is chosen, so the add buttons and the strip have a channel from the start.
         if (m_controller->channelCount(DspSide::In) > 0)
-            m_strip->showChannel(DspSide::In, 0);
+            m_diagram->selectChannel(DspSide::In, 0);
     });
     connect(this, &DevDspDialog::signal_micConfigRequested, this, [this] {
         auto *mic = new DspMicConfigDialog(m_controller, m_device.inputNames, this);
@@ -188,6 +205,16 @@ void DevDspDialog::passNames()
                 channelName(side == DspSide::In ? m_device.inputNames : m_device.outputNames, side, ch));
     m_matrix->setChannelNames(names[0], names[1]);
     m_strip->setChannelNames(names[0], names[1]);
+}
+
+void DevDspDialog::showDeviceLoad()
+{
+    QString text;
+    if (m_loadPercent >= 0)
+        text = tx(Tx::DspDeviceLoad).arg(m_loadPercent);
+    if (!m_temperature.isEmpty())
+        text += (text.isEmpty() ? QString() : QStringLiteral("   ")) + tx(Tx::DspDeviceTemperature).arg(m_temperature);
+    m_deviceLoad->setText(text);
 }
 
 QString DevDspDialog::statusText() const
@@ -299,7 +326,7 @@ void DevDspDialog::showLinkLost()
     m_showsLost = true;
     const QString lost = tx(Tx::DspLinkLostText);
     const QString name = m_device.name.isEmpty() ? m_device.devId : m_device.name;
-    setTitle(QStringLiteral("%1 | %2 | %3").arg(name, tx(Tx::DspWinTitleTag), lost));
+    setTitle(QStringLiteral("%1 | (%2) | %3").arg(name, tx(Tx::DspWinTitleTag), lost));
     setWindowTitle(title());
     m_status->setText(lost);
 }
@@ -315,9 +342,10 @@ void DevDspDialog::updateUndo()
 void DevDspDialog::retranslate()
 {
     const QString name = m_device.name.isEmpty() ? m_device.devId : m_device.name;
-    setTitle(QStringLiteral("%1 | %2").arg(name, tx(Tx::DspWinTitleTag)));
+    setTitle(QStringLiteral("%1 | (%2)").arg(name, tx(Tx::DspWinTitleTag)));
     setWindowTitle(title());
     m_tabs->setTabText(m_tabs->indexOf(m_diagram), tx(Tx::DspTabDiagram));
+    showDeviceLoad();
     m_tabs->setTabText(m_tabs->indexOf(m_matrix), tx(Tx::DspTabMatrix));
     m_tabs->setTabText(m_tabs->indexOf(m_programs), tx(Tx::DspTabPrograms));
     m_tabs->setTabText(m_tabs->indexOf(m_admin), tx(Tx::DspTabAdmin));

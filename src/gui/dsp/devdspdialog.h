@@ -95,6 +95,7 @@ private:
     void showLinkLost();
     void retranslate();
     void updateUndo();
+    void showDeviceLoad();
     /// The channels' names to the pages that list them by name.
     void passNames();
 
@@ -111,6 +112,9 @@ private:
     QHBoxLayout *m_body;
     QWidget *m_panel = nullptr;
     QLabel *m_status;
+    QLabel *m_deviceLoad;
+    int m_loadPercent = -1;
+    QString m_temperature;
     BusyOverlay *m_overlay;
     SnackBar *m_snack;
     QTimer *m_watchdog;

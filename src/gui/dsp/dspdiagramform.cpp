@@ -192,6 +192,7 @@ void DspDiagramForm::buildBars()
         return c;
     };
     auto *diagram = new QHBoxLayout;
+    m_columns = diagram;
     diagram->setSpacing(scaled(kGap));
     diagram->addLayout(column(m_inputsTitle, m_view[0]), 1);
     diagram->addWidget(m_matrix);
@@ -304,6 +305,8 @@ void DspDiagramForm::placeRows(DspSide side)
         width = qMax(width, qreal(scaled(CBaseChannel::kWidth + kGap) + c->items().size() * scaled(CBaseItem::kWidth + kGap)));
     const qreal margin = scaled(6);
     m_scene[s]->setSceneRect(-margin, -margin, width + 2 * margin, qMax<qreal>(y, scaled(kRowPitch)) + margin);
+    // The two sides share the width as their chains need it, so the longer side is not the one that scrolls.
+    m_columns->setStretch(s == 0 ? 0 : 2, qMax(1, int(width)));
 }
 
 void DspDiagramForm::selectChannel(DspSide side, int channel)

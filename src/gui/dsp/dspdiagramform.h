@@ -16,6 +16,7 @@ class DspController;
 class QAction;
 class QGraphicsScene;
 class QGraphicsView;
+class QHBoxLayout;
 class QLabel;
 class QMenu;
 class QPushButton;
@@ -75,6 +76,7 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
+    QHBoxLayout *m_columns = nullptr; ///< inputs, the matrix button, outputs
     void buildBars();
     void rebuild();
     void rebuildRow(DspSide side, int channel);
