@@ -174,7 +174,7 @@ void TestCliDsp::channelMembers()
     // Outside the device's range: the device refuses, the window's failure text says so.
     r = cli({"dsp", "channel", kDevice, "in", "8", "gain", "40"});
     QCOMPARE(r.code, 1);
-    QVERIFY2(r.err.contains("Failed to set the gain"), r.err.constData());
+    QVERIFY2(r.err.contains("设置增益失败 (set gain failed)"), r.err.constData());
 
     const QJsonObject doc = document();
     QCOMPARE(channelOf(doc, -1, 3).value("gainDb").toString(), QStringLiteral("-6.5"));
