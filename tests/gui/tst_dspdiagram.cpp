@@ -22,6 +22,8 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QSpinBox>
+#include <QTimer>
 #include <QtTest>
 
 namespace {
@@ -86,6 +88,7 @@ private slots:
     void copyPasteAndDeleteBlocks();
     void channelMenuAndFolding();
     void saveSendsTheChains();
+    void echoCancellationChannelsByMenu();
     void clickOpensParametersAndMetersMove();
     void windowNamesChannelsAndPacesQueries();
 
@@ -291,6 +294,22 @@ void TstDspDiagram::saveSendsTheChains()
     QVERIFY(tips().contains(tx(Tx::DspSaveFailed)));
     QCOMPARE(m_ctl->chain(DspSide::In, 1).size(), 10);
     QVERIFY(!m_form->findChild<QLabel *>("lb_unsaved")->text().isEmpty());
+}
+
+void TstDspDiagram::echoCancellationChannelsByMenu()
+{
+    const QString before = m_form->findChild<QLabel *>("lb_cpu")->text();
+    QTimer::singleShot(0, this, [] {
+        QWidget *ask = QApplication::activeModalWidget();
+        QVERIFY(ask && ask->objectName() == QLatin1String("dlg_nodeChannels"));
+        ask->findChild<QSpinBox *>("sb_channels")->setValue(2);
+        QTest::mouseClick(ask->findChild<QPushButton *>("pb_ok"), Qt::LeftButton);
+    });
+    m_form->findChild<QAction *>("act_addAec")->trigger();
+    QCOMPARE(m_ctl->document().node(m_ctl->aecNodeId())->portNum(), 2);
+    QVERIFY(m_form->findChild<QLabel *>("lb_cpu")->text() != before); // the echo canceller's share
+    QTest::mouseClick(m_form->findChild<QPushButton *>("pb_save"), Qt::LeftButton);
+    QCOMPARE(m_sink->last("setConfig").value("aecChNum").toString(), QStringLiteral("2"));
 }
 
 void TstDspDiagram::clickOpensParametersAndMetersMove()

@@ -7,6 +7,7 @@
 #include "gui/dsp/cbasechannel.h"
 #include "gui/dsp/cbaseitem.h"
 #include "gui/dsp/dspblockparamsview.h"
+#include "gui/widgets/framelessdialog.h"
 #include "gui/widgets/noticebox.h"
 #include "gui/widgets/style.h"
 
@@ -15,12 +16,12 @@
 #include <QGraphicsScene>
 #include <QGraphicsView>
 #include <QHBoxLayout>
-#include <QInputDialog>
 #include <QLabel>
 #include <QMenu>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QSpinBox>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -424,17 +425,29 @@ void DspDiagramForm::askNodeChannels(bool echoCancel)
     const int nodeId = echoCancel ? m_controller->aecNodeId() : m_controller->automixerNodeId();
     const DspNode *node = nodeId >= 0 ? m_controller->document().node(nodeId) : nullptr;
     const int inputs = m_controller->channelCount(DspSide::In);
-    bool ok = false;
-    const int count = QInputDialog::getInt(this, tx(echoCancel ? Tx::DspAddAec : Tx::DspAddAutomixer),
-                                           tx(echoCancel ? Tx::DspAecChannelsAsk : Tx::DspAutomixerChannelsAsk),
-                                           node ? node->portNum() : inputs, 0, inputs, 1, &ok);
-    if (!ok)
+
+    FramelessDialog ask(this);
+    ask.setObjectName(QStringLiteral("dlg_nodeChannels"));
+    ask.setTitle(tx(echoCancel ? Tx::DspAddAec : Tx::DspAddAutomixer));
+    auto *text = new QLabel(tx(echoCancel ? Tx::DspAecChannelsAsk : Tx::DspAutomixerChannelsAsk), &ask);
+    text->setWordWrap(true);
+    auto *count = new QSpinBox(&ask);
+    count->setObjectName(QStringLiteral("sb_channels"));
+    count->setRange(0, inputs);
+    count->setValue(node ? node->portNum() : inputs);
+    ask.contentLayout()->addWidget(text);
+    ask.contentLayout()->addWidget(count);
+    const FramelessDialog::OkCancel row = ask.addOkCancelRow();
+    row.ok->setText(tx(Tx::Ok));
+    row.cancel->setText(tx(Tx::Cancel));
+    connect(row.ok, &QPushButton::clicked, &ask, &QDialog::accept);
+    if (ask.exec() != QDialog::Accepted)
         return;
     // A refusal comes back as the controller's notice.
     if (echoCancel)
-        m_controller->setAecChannels(count);
+        m_controller->setAecChannels(count->value());
     else
-        m_controller->setAutomixerChannels(count);
+        m_controller->setAutomixerChannels(count->value());
 }
 
 QMenu *DspDiagramForm::blockMenu(quint64 uid)
