@@ -82,32 +82,34 @@ QVector<double> window(int winType, int taps, double attDb)
     if (taps < 2)
         return w;
     const double span = taps - 1;
-    switch (winType) {
-    case Hanning:
-        for (int n = 0; n < taps; ++n)
-            w[n] = 0.5 - 0.5 * std::cos(2.0 * kPi * n / span);
-        break;
-    case Hamming:
-        for (int n = 0; n < taps; ++n)
-            w[n] = 0.54 - 0.46 * std::cos(2.0 * kPi * n / span);
-        break;
-    case Blackman:
-        for (int n = 0; n < taps; ++n)
-            w[n] = 0.42 - 0.5 * std::cos(2.0 * kPi * n / span) + 0.08 * std::cos(4.0 * kPi * n / span);
-        break;
-    case Kaiser: {
-        if (attDb < kMinAttDb)
+    const double beta = kaiserBeta(attDb);
+    const double norm = besselI0(beta);
+    // Each weight once for the first half and mirrored: cos(2 pi n / span) and cos(2 pi (span - n) / span)
+    // differ in their last bits, and a design that is not exactly symmetric loses the fast curve.
+    for (int n = 0; n <= (taps - 1) / 2; ++n) {
+        const double a = 2.0 * kPi * n / span;
+        double v = 1.0;
+        switch (winType) {
+        case Hanning:
+            v = 0.5 - 0.5 * std::cos(a);
             break;
-        const double beta = kaiserBeta(attDb);
-        const double norm = besselI0(beta);
-        for (int n = 0; n < taps; ++n) {
-            const double r = 2.0 * n / span - 1.0;
-            w[n] = besselI0(beta * std::sqrt(std::max(0.0, 1.0 - r * r))) / norm;
+        case Hamming:
+            v = 0.54 - 0.46 * std::cos(a);
+            break;
+        case Blackman:
+            v = 0.42 - 0.5 * std::cos(a) + 0.08 * std::cos(2.0 * a);
+            break;
+        case Kaiser:
+            if (attDb >= kMinAttDb) {
+                const double r = 2.0 * n / span - 1.0;
+                v = besselI0(beta * std::sqrt(std::max(0.0, 1.0 - r * r))) / norm;
+            }
+            break;
+        default:
+            break;
         }
-        break;
-    }
-    default:
-        break;
+        w[n] = v;
+        w[taps - 1 - n] = v;
     }
     return w;
 }
