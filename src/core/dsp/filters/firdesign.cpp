@@ -56,7 +56,8 @@ QVector<double> ideal(int firType, int taps, double f0, double f1, double rate)
 
 double besselI0(double x)
 {
-    // Sixteen terms and no more: the device's designs were made with exactly this sum.
+    // Deliberately the first sixteen terms only: at 100 dB that is 2.4e-8 short of the full series, and a
+    // design must not change with a more exact sum.
     double sum = 0.0;
     double term = 1.0; // (x/2)^k / k!
     for (int k = 0; k < 16; ++k) {
