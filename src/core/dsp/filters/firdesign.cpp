@@ -25,7 +25,7 @@ QVector<double> ideal(int firType, int taps, double f0, double f1, double rate)
 {
     if (taps < 1 || rate <= 0.0 || firType < LowPass || firType > BandPass)
         return {};
-    // An even count leaves h[0] at zero: the sums below only reach as far as the longer side allows.
+    // An even count leaves h[0] at zero: the centre sits past the middle and k runs over the shorter side.
     QVector<double> h(taps, 0.0);
     const int c = centre(taps);
     const double fc0 = f0 / rate;
