@@ -42,8 +42,9 @@ double kaiserBeta(double attDb);
 /// The zeroth-order modified Bessel function from the first sixteen terms of its series.
 double besselI0(double x);
 
-/// The band edges sent for a type, from the editor's lower and upper edges. A band at least 0.01 Hz narrow
-/// first gets its upper edge moved to lower + 0.1 (held to the editor's range); the editor shows that edge.
+/// The band edges sent for a type, from the editor's lower and upper edges. A band whose lower edge + 0.01
+/// reaches the upper one first gets its upper edge moved to lower + 0.1 (held to the editor's range); the
+/// editor shows that edge.
 struct Edges
 {
     double freq0 = 0.0;
