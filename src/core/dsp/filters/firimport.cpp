@@ -70,6 +70,34 @@ bool fromText(const QByteArray &text, QVector<double> &out)
     return flush();
 }
 
+// Spreadsheets put the column names on the first line ("tap;coefficient"). Only a first line without a single
+// number is taken for one, so a word among the numbers further down still refuses the file.
+QByteArray withoutHeader(const QByteArray &text)
+{
+    int start = 0;
+    while (start < text.size()) {
+        int end = text.indexOf('\n', start);
+        if (end < 0)
+            end = text.size();
+        const QByteArray line = text.mid(start, end - start).trimmed();
+        if (line.isEmpty()) {
+            start = end + 1;
+            continue;
+        }
+        for (const QByteArray &token : line.split(',')) {
+            for (const QByteArray &part : token.split(';')) {
+                for (const QByteArray &word : part.simplified().split(' ')) {
+                    double d = 0.0;
+                    if (!word.isEmpty() && number(word, d))
+                        return text;
+                }
+            }
+        }
+        return text.mid(end);
+    }
+    return text;
+}
+
 } // namespace
 
 QString Result::message() const
@@ -101,7 +129,7 @@ Result parse(const QByteArray &text, int maxTaps)
     if (error.error == QJsonParseError::NoError)
         read = doc.isArray() && fromJson(doc.array(), values);
     else
-        read = fromText(body, values);
+        read = fromText(withoutHeader(body), values);
     if (!read || values.isEmpty())
         return r;
     if (values.size() > maxTaps) {

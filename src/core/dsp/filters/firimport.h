@@ -23,6 +23,7 @@ struct Result
 
 /// The numbers of a file's text: a JSON array of numbers (or of strings holding one, as documents write
 /// them), or numbers separated by commas, semicolons, blanks or line breaks, any of them inside "()" or "[]".
+/// In text, a first line that holds no number at all (a spreadsheet's column names) is skipped.
 /// An empty list, a token that is not a whole finite decimal number, or more than maxTaps numbers refuses
 /// the whole text.
 Result parse(const QByteArray &text, int maxTaps);
