@@ -19,7 +19,8 @@ constexpr double kGainMin = -24.0, kGainMax = 12.0;
 constexpr double kWidthMin = 0.017, kWidthMax = 4.75;
 constexpr double kShelfWidth = 1.0; // not used by a shelf; what a new band holds
 
-double roundTo(double v, double step) { return std::round(v / step) * step; }
+// Divided rather than multiplied by the step, so 0.017 comes out as the very number the editor would hold.
+double roundTo(double v, double perUnit) { return std::round(v * perUnit) / perUnit; }
 
 // "120", "120,5" (decimal comma), "120Hz", "1.2kHz". Units are read only as far as kilo goes; nothing else
 // these files write changes a number's scale.
@@ -88,7 +89,7 @@ std::optional<Reason> toBand(Kind kind, const Fields &f, DspEqBand &band)
 {
     if (!f.fc)
         return Reason::Unreadable;
-    band.freq0 = roundTo(*f.fc, 0.1);
+    band.freq0 = roundTo(*f.fc, 10.0);
     double gain = 0.0;
     double width = kShelfWidth;
     switch (kind) {
@@ -115,8 +116,8 @@ std::optional<Reason> toBand(Kind kind, const Fields &f, DspEqBand &band)
     default:
         return Reason::Unsupported;
     }
-    gain = roundTo(gain, 0.1);
-    width = roundTo(width, 0.001);
+    gain = roundTo(gain, 10.0);
+    width = roundTo(width, 1000.0);
     if (band.freq0 < kFreqMin || band.freq0 > kFreqMax || gain < kGainMin || gain > kGainMax || width < kWidthMin
         || width > kWidthMax)
         return Reason::OutOfRange;
