@@ -42,6 +42,17 @@ bool fromJson(const QJsonArray &array, QVector<double> &out)
     return true;
 }
 
+bool separator(char ch)
+{
+    switch (ch) {
+    case ',': case ';': case ' ': case '\t': case '\r': case '\n': case '\f': case '\v':
+    case '(': case ')': case '[': case ']':
+        return true;
+    default:
+        return false;
+    }
+}
+
 bool fromText(const QByteArray &text, QVector<double> &out)
 {
     QByteArray token;
@@ -56,15 +67,11 @@ bool fromText(const QByteArray &text, QVector<double> &out)
         return true;
     };
     for (char ch : text) {
-        switch (ch) {
-        case ',': case ';': case ' ': case '\t': case '\r': case '\n': case '\f': case '\v':
-        case '(': case ')': case '[': case ']':
+        if (separator(ch)) {
             if (!flush())
                 return false;
-            break;
-        default:
+        } else {
             token.append(ch);
-            break;
         }
     }
     return flush();
@@ -84,14 +91,16 @@ QByteArray withoutHeader(const QByteArray &text)
             start = end + 1;
             continue;
         }
-        for (const QByteArray &token : line.split(',')) {
-            for (const QByteArray &part : token.split(';')) {
-                for (const QByteArray &word : part.simplified().split(' ')) {
-                    double d = 0.0;
-                    if (!word.isEmpty() && number(word, d))
-                        return text;
-                }
+        QByteArray token;
+        for (int i = 0; i <= line.size(); ++i) {
+            if (i < line.size() && !separator(line.at(i))) {
+                token.append(line.at(i));
+                continue;
             }
+            double d = 0.0;
+            if (!token.isEmpty() && number(token, d))
+                return text;
+            token.clear();
         }
         return text.mid(end);
     }
