@@ -45,6 +45,8 @@ QString CliApp::usage()
         "  --json               JSON instead of text\n"
         "  --yes                answer yes to the questions the program would ask\n"
         "  --force              dsp add-block, paste-channel: add even past the processor budget\n"
+        "  --whole              dsp response: the whole channel's curve\n"
+        "  --csv                dsp response: the points as freq_hz,db lines\n"
         "  --verbose            diagnostics on standard error\n"
         "  --age-scale N        age devices and flows N times faster (for tests)\n")
         .arg(CliDspArgs::usage());
@@ -84,6 +86,10 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
             o.yes = true;
         } else if (a == QLatin1String("--force")) {
             o.force = true;
+        } else if (a == QLatin1String("--whole")) {
+            o.whole = true;
+        } else if (a == QLatin1String("--csv")) {
+            o.csv = true;
         } else if (QStringList{QStringLiteral("--name"), QStringLiteral("--channels"), QStringLiteral("--address"),
                                QStringLiteral("--port"), QStringLiteral("--offset")}
                        .contains(a)) {
@@ -142,8 +148,19 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
             *error = QStringLiteral("--force goes only with dsp add-block and dsp paste-channel");
             return false;
         }
+        if ((o.whole || o.csv) && !dsp->takesCurveFormat()) {
+            *error = QStringLiteral("--whole and --csv go only with dsp response");
+            return false;
+        }
+        if (o.csv && o.json) {
+            *error = QStringLiteral("--csv and --json: choose one");
+            return false;
+        }
     } else if (o.force) {
         *error = QStringLiteral("--force goes only with dsp add-block and dsp paste-channel");
+        return false;
+    } else if (o.whole || o.csv) {
+        *error = QStringLiteral("--whole and --csv go only with dsp response");
         return false;
     }
     *out = o;
@@ -216,6 +233,12 @@ int CliApp::run()
     if (m_options.command == QLatin1String("help")) {
         *m_out << usage();
         return 0;
+    }
+    if (m_options.command == QLatin1String("dsp")) {
+        QString error;
+        const std::optional<CliDspArgs> dsp = CliDspArgs::parse(m_options.args, &error);
+        if (dsp && dsp->offline())
+            return cmdDspOffline(*dsp);
     }
     QString address = m_options.interfaceAddress;
     if (address.isEmpty()) {

@@ -4,6 +4,8 @@
 #include <QHash>
 #include <QJsonObject>
 #include <QObject>
+#include <QPair>
+#include <QVector>
 #include <QStringList>
 
 class CliDspSession;
@@ -28,6 +30,9 @@ public:
         bool yes = false;
         /// dsp add-block and paste-channel: past the budget check, as the window's "ForceAdd".
         bool force = false;
+        /// dsp response: the whole channel's curve rather than the equaliser editor's; the points as CSV.
+        bool whole = false;
+        bool csv = false;
         /// Values of the route and flow commands' options ("name", "channels", ...).
         QHash<QString, QString> values;
         QString command;
@@ -75,6 +80,11 @@ private:
     /// Waits for every answer; 0, or the exit code after saying what failed.
     int dspAnswers(CliDspSession &session);
     int dspPrint(const QJsonObject &json, const QString &text);
+    // Response curves and FIR design (cliresponse.cpp).
+    /// dsp response CHAIN and dsp fir-design: the JSON given is all there is; no network is opened.
+    int cmdDspOffline(const CliDspArgs &a);
+    int dspResponse(CliDspSession &session, const CliDspArgs &a);
+    int printCurve(const QVector<QPair<double, double>> &points);
 
     /// Sends one request to a device through the request router and waits for
     /// its reply; empty when none came.

@@ -90,6 +90,11 @@ int CliApp::cmdDsp()
     case CliDspArgs::Command::MatrixShow:
     case CliDspArgs::Command::MatrixCell:
         return dspMatrix(session, a);
+    case CliDspArgs::Command::ResponseDevice:
+        return dspResponse(session, a);
+    case CliDspArgs::Command::Response:
+    case CliDspArgs::Command::FirDesign:
+        return cmdDspOffline(a);
     }
     return 2;
 }

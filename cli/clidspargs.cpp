@@ -110,13 +110,23 @@ QString CliDspArgs::usage()
                "  dsp set-block DEVICE NODE PORT PROC JSON   change members of one processing block, e.g. '{\"ratio\":\"4\"}'\n"
                "  dsp bypass DEVICE NODE PORT PROC 0|1       bypass (1) or activate (0) one block\n"
                "                       NODE, PORT, PROC count from 0 as in the document: node in nodeArr,\n"
-               "                       channel of the node, block in the channel's procArr\n")
+               "                       channel of the node, block in the channel's procArr\n"
+               "  dsp response CHAIN [--whole] [--csv]  the magnitude curve (Hz, dB) of a chain given as a JSON array of\n"
+               "                       blocks in the document's form, or @FILE; no device needed. The equaliser\n"
+               "                       editor's curve (its first equaliser with the high-pass and low-pass blocks);\n"
+               "                       --whole: every equaliser, crossover and FIR block that is not bypassed;\n"
+               "                       --json: {\"points\":[[hz,db],...]}; --csv: freq_hz,db lines\n"
+               "  dsp response DEVICE in|out CH [--whole] [--csv]  the same for a device's channel\n"
+               "  dsp fir-design OBJ   an FIR block's obj (JSON or @FILE: firType, winType, attDb, taps, maxTaps,\n"
+               "                       freq0, freq1) designed as the FIR editor sends it, with \"arr\" and the stored\n"
+               "                       \"attDb\"; --json: {\"obj\":{...},\"points\":[[hz,db],...]} on the FIR grid\n")
         .arg(kindNames());
 }
 
 bool CliDspArgs::changes() const
 {
-    return !(command == Command::GetConfig || command == Command::Budget || command == Command::MatrixShow);
+    return !(command == Command::GetConfig || command == Command::Budget || command == Command::MatrixShow
+             || command == Command::Response || command == Command::ResponseDevice || command == Command::FirDesign);
 }
 
 std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *error)
@@ -140,6 +150,8 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
         {"paste-channel", Command::PasteChannel, 5, 5, "paste-channel DEVICE in|out FROM TO"},
         {"channel", Command::Channel, 6, 6, "channel DEVICE in|out CH gain|mute|inverse|group VALUE"},
         {"matrix", Command::MatrixShow, 2, 5, "matrix DEVICE [OUT IN DB|mute|unmute]"},
+        {"response", Command::Response, 2, 4, "response CHAIN|@FILE or response DEVICE in|out CH"},
+        {"fir-design", Command::FirDesign, 2, 2, "fir-design OBJ|@FILE"},
     };
     const QString sub = args.value(0);
     const Shape *shape = nullptr;
@@ -156,20 +168,31 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
         return std::nullopt;
     }
     const bool matrixCell = shape->command == Command::MatrixShow && args.size() == 5;
-    if (args.size() < shape->minArgs || args.size() > shape->maxArgs || (shape->command == Command::MatrixShow
-                                                                          && args.size() != 2 && !matrixCell)) {
+    const bool deviceResponse = shape->command == Command::Response && args.size() == 4;
+    if (args.size() < shape->minArgs || args.size() > shape->maxArgs
+        || (shape->command == Command::MatrixShow && args.size() != 2 && !matrixCell)
+        || (shape->command == Command::Response && args.size() != 2 && !deviceResponse)) {
         *error = QStringLiteral("dsp takes %1").arg(QLatin1String(shape->form));
         return std::nullopt;
     }
 
     CliDspArgs a;
-    a.command = matrixCell ? Command::MatrixCell : shape->command;
+    a.command = matrixCell ? Command::MatrixCell : deviceResponse ? Command::ResponseDevice : shape->command;
     a.device = args.at(1);
     Reader r(args, error);
     switch (a.command) {
     case Command::GetConfig:
     case Command::Budget:
     case Command::MatrixShow:
+        break;
+    case Command::Response:
+    case Command::FirDesign:
+        a.jsonInput = a.device;
+        a.device.clear();
+        break;
+    case Command::ResponseDevice:
+        a.side = r.side(2);
+        a.channel = r.ordinal(3, "CH");
         break;
     case Command::SetBlock:
     case Command::Bypass:

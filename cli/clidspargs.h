@@ -23,6 +23,9 @@ struct CliDspArgs
         Channel,
         MatrixShow,
         MatrixCell,
+        Response,       ///< a chain given on the command line: no device
+        ResponseDevice, ///< a device's channel
+        FirDesign,      ///< no device
     };
     enum class Member { Gain, Mute, Inverse, Group };
 
@@ -46,6 +49,8 @@ struct CliDspArgs
     int output = 0;      ///< matrix row
     int input = 0;       ///< matrix column
     bool cellGain = false; ///< the matrix cell's gain is given (else only its mute)
+    /// response, fir-design: the JSON text, or @FILE for a file holding it.
+    QString jsonInput;
 
     /// The words after "dsp"; none with a message that names the bad argument.
     static std::optional<CliDspArgs> parse(const QStringList &args, QString *error);
@@ -53,5 +58,8 @@ struct CliDspArgs
     bool takesForce() const { return command == Command::AddBlock || command == Command::PasteChannel; }
     /// The command changes the device.
     bool changes() const;
+    /// The command works on JSON given to it and talks to no device.
+    bool offline() const { return command == Command::Response || command == Command::FirDesign; }
+    bool takesCurveFormat() const { return command == Command::Response || command == Command::ResponseDevice; }
     static QString usage();
 };

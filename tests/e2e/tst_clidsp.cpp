@@ -62,6 +62,8 @@ private slots:
     void refusedAddChangesNothing();
     void channelMembers();
     void matrixCells();
+    void responseCurves();
+    void firDesign();
 
 private:
     Simulator m_sim;
@@ -95,6 +97,13 @@ void TestCliDsp::badArguments_data()
                                    << "CH: the out side has 16 channels, not 17";
     QTest::newRow("block range") << QStringList{"remove-block", d, "out", "1", "8"} << "BLOCK: out 1 has 7 blocks, not 8";
     QTest::newRow("matrix range") << QStringList{"matrix", d, "1", "17", "mute"} << "IN: the matrix has 16 inputs, not 17";
+    QTest::newRow("whole elsewhere") << QStringList{"--whole", "budget", d} << "--whole and --csv go only with dsp response";
+    QTest::newRow("response channel") << QStringList{"response", d, "out", "17"} << "CH: the out side has 16 channels, not 17";
+    // Bad JSON given to the commands that need no device.
+    QTest::newRow("chain not JSON") << QStringList{"response", "[{"} << "CHAIN is not JSON";
+    QTest::newRow("chain member") << QStringList{"response", "[{\"type\":\"4\"}]"} << "CHAIN: ";
+    QTest::newRow("fir custom") << QStringList{"fir-design", "{\"firType\":\"3\",\"maxTaps\":\"2\",\"arr\":[1,2,3]}"}
+                                << "OBJ: Fir taps must less then 2";
 }
 
 void TestCliDsp::badArguments()
@@ -206,6 +215,66 @@ void TestCliDsp::matrixCells()
     r = cli({"--json", "dsp", "matrix", kDevice});
     QCOMPARE(r.json.object().value("gainDb")[1][4].toDouble(), -3.0);
     QCOMPARE(r.json.object().value("mute")[0][0].toBool(), true);
+}
+
+// A chain given on the command line: a +6 dB peaking band at 1 kHz and a 100 Hz Butterworth high-pass of order 2.
+void TestCliDsp::responseCurves()
+{
+    const QString chain = R"([{"bypass":"0","core":"-1","groupId":"-1","type":"0","obj":{"bypassArr":["0"],)"
+                          R"("eqArr":[{"dbGain":"6","freq0":"1000","qBwS":"1","type":"0"}]}},)"
+                          R"({"bypass":"0","core":"-1","groupId":"-1","type":"4","obj":{"freq0":"100","isHpf":"1",)"
+                          R"("order":"2","type":"0"}}])";
+    CliRun r = cli({"--json", "dsp", "response", chain});
+    QVERIFY2(r.code == 0, r.err.constData());
+    const QJsonArray points = r.json.object().value("points").toArray();
+    QCOMPARE(points.size(), 300);
+    QCOMPARE(points.last()[0].toDouble(), 19520.0);
+    QCOMPARE(points[80][0].toInt(), 100);
+    QCOMPARE(points[188][0].toInt(), 1000);
+    QVERIFY(std::fabs(points[188][1].toDouble() - 6.0) < 0.01);
+    // The corner's -3.01 dB, with a few hundredths from the band's skirt.
+    QVERIFY2(std::fabs(points[80][1].toDouble() + 3.01) < 0.05, qPrintable(QString::number(points[80][1].toDouble())));
+
+    // The same from a file, as CSV: every line the JSON's point to four decimals.
+    QTemporaryFile file;
+    QVERIFY(file.open() && file.write(chain.toUtf8()) > 0);
+    file.close();
+    r = cli({"--csv", "dsp", "response", "@" + file.fileName()});
+    QVERIFY2(r.code == 0, r.err.constData());
+    const QList<QByteArray> lines = r.out.trimmed().split('\n');
+    QCOMPARE(lines.size(), 301);
+    QCOMPARE(lines.first(), QByteArray("freq_hz,db"));
+    for (int i = 0; i < points.size(); ++i)
+        QCOMPARE(lines[i + 1], QByteArray::number(points[i][0].toInt()) + ','
+                                   + QByteArray::number(points[i][1].toDouble(), 'f', 4));
+
+    r = cli({"--json", "--whole", "dsp", "response", kDevice, "out", "1"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    QCOMPARE(r.json.object().value("points").toArray().size(), 300);
+}
+
+void TestCliDsp::firDesign()
+{
+    // Blackman stores its own 74 dB; a low-pass has no upper edge.
+    CliRun r = cli({"--json", "dsp", "fir-design", R"({"winType":"3","attDb":"30","taps":"255","freq0":"2000"})"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    const QJsonObject obj = r.json.object().value("obj").toObject();
+    QCOMPARE(obj.value("attDb").toString(), QStringLiteral("74"));
+    QCOMPARE(obj.value("freq1").toString(), QStringLiteral("20001"));
+    const QJsonArray arr = obj.value("arr").toArray();
+    QCOMPARE(arr.size(), 255);
+    for (int i = 0; i < 127; ++i)
+        QCOMPARE(arr[i].toString(), arr[254 - i].toString());
+    const QJsonArray points = r.json.object().value("points").toArray();
+    QCOMPARE(points.size(), 950);
+    QVERIFY(std::fabs(points[100][1].toDouble()) < 0.01); // 120 Hz
+    const double stop = points.last()[1].toDouble(); // in dB, not the chart's tenths
+    QVERIFY2(stop < -70.0 && stop > -200.0, qPrintable(QString::number(stop)));
+
+    // Plain: the obj alone. A band whose edges meet gets its upper edge moved up by 0.1 Hz.
+    r = cli({"dsp", "fir-design", R"({"firType":"2","taps":"127","freq0":"1000","freq1":"1000"})"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    QCOMPARE(QJsonDocument::fromJson(r.out).object().value("freq1").toString(), QStringLiteral("1000.1"));
 }
 
 QTEST_GUILESS_MAIN(TestCliDsp)
