@@ -10,6 +10,8 @@
 #include <cmath>
 #include <cstring>
 
+Q_DECLARE_METATYPE(WavImpulse::Status)
+
 using R = ParametricEqText::Reason;
 using W = WavImpulse::Status;
 
@@ -214,7 +216,6 @@ private slots:
     }
 };
 
-Q_DECLARE_METATYPE(WavImpulse::Status)
 
 QTEST_GUILESS_MAIN(TestFilterImport)
 #include "tst_filterimport.moc"
