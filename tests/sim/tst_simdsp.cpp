@@ -343,7 +343,8 @@ void TestSimDsp::equaliserBands_data()
     const QByteArray inEq = R"("blockFlag":"bf_in_ch_2_4","nodeId":"0","portIndex":"2","procIndex":"4",)";
     const QByteArray outEq = R"("blockFlag":"bf_out_ch_15_1","nodeId":"4","portIndex":"15","procIndex":"1",)";
     QTest::newRow("values over the link, members not sent kept")
-        << false << QByteArray(R"("ops":"setBorderEq",)" + inEq + R"("eqIndex":"2","obj":{"dbGain":"-3.50","freq0":"250"})")
+        << false
+        << QByteArray(R"("ops":"setBorderEq",)" + inEq + R"("eqIndex":"2","obj":{"dbGain":"-3.50","freq0":"250"})")
         << QByteArray(R"({"nodeArr/0/portArr/2/procArr/4/obj/eqArr/2/dbGain":"-3.5",)"
                       R"("nodeArr/0/portArr/2/procArr/4/obj/eqArr/2/freq0":"250"})");
     QTest::newRow("bypass by datagram")
