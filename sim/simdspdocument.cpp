@@ -472,6 +472,10 @@ QString SimDspDocument::apply(const QString &ops, const QJsonObject &req, QJsonO
         return setBypass(req, reply);
     if (ops == QLatin1String("setBorderProcGroupIdBatch"))
         return setBlockGroups(req);
+    if (ops == QLatin1String("setBorderEq"))
+        return setEqBand(req);
+    if (ops == QLatin1String("setBorderEqBypass"))
+        return setEqBandBypass(req, reply);
     if (ops == QLatin1String("setNodeData"))
         return setNodeData(req);
     if (ops == QLatin1String("setMatrixCell"))
@@ -607,6 +611,58 @@ QString SimDspDocument::setBypass(const QJsonObject &req, QJsonObject &reply)
     if (!locate(req, true, true, &a) || !ok || (val != 0 && val != 1))
         return badParam;
     m_nodes[a.node].ports[a.port].procs[a.proc].insert(QStringLiteral("bypass"), flagText(val));
+    reply.insert(QStringLiteral("val"), flagText(val));
+    return QString();
+}
+
+bool SimDspDocument::locateBand(const QJsonObject &req, Address *a, int *band) const
+{
+    if (!locate(req, true, true, a))
+        return false;
+    const QJsonObject &block = m_nodes[a->node].ports[a->port].procs[a->proc];
+    if (block.value(QLatin1String("type")).toString().toInt() != Eq)
+        return false;
+    bool ok = false;
+    *band = readInt(req, "eqIndex", &ok);
+    const int bands = block.value(QLatin1String("obj")).toObject().value(QLatin1String("eqArr")).toArray().size();
+    return ok && *band >= 0 && *band < bands;
+}
+
+QString SimDspDocument::setEqBand(const QJsonObject &req)
+{
+    Address a;
+    int band = -1;
+    if (!locateBand(req, &a, &band) || !req.value(QLatin1String("obj")).isObject())
+        return badParam;
+    QJsonObject &block = m_nodes[a.node].ports[a.port].procs[a.proc];
+    QJsonObject obj = block.value(QLatin1String("obj")).toObject();
+    QJsonArray bands = obj.value(QLatin1String("eqArr")).toArray();
+    const QJsonValue templ = defaultObj(Eq).value(QLatin1String("eqArr")).toArray().first();
+    QJsonValue changes;
+    if (!conform(QString(), templ, req.value(QLatin1String("obj")), &changes, true))
+        return badParam;
+    bands[band] = merged(bands[band].toObject(), changes.toObject());
+    obj.insert(QStringLiteral("eqArr"), bands);
+    block.insert(QStringLiteral("obj"), obj);
+    return QString();
+}
+
+QString SimDspDocument::setEqBandBypass(const QJsonObject &req, QJsonObject &reply)
+{
+    Address a;
+    int band = -1;
+    bool ok = false;
+    const int val = readInt(req, "val", &ok);
+    if (!locateBand(req, &a, &band) || !ok || (val != 0 && val != 1))
+        return badParam;
+    QJsonObject &block = m_nodes[a.node].ports[a.port].procs[a.proc];
+    QJsonObject obj = block.value(QLatin1String("obj")).toObject();
+    QJsonArray flags = obj.value(QLatin1String("bypassArr")).toArray();
+    if (band >= flags.size())
+        return badParam;
+    flags[band] = flagText(val);
+    obj.insert(QStringLiteral("bypassArr"), flags);
+    block.insert(QStringLiteral("obj"), obj);
     reply.insert(QStringLiteral("val"), flagText(val));
     return QString();
 }

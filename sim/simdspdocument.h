@@ -82,6 +82,11 @@ private:
     QString setConfig(const QJsonObject &req);
     QString setBlock(const QJsonObject &req);
     QString setBypass(const QJsonObject &req, QJsonObject &reply);
+    /// One band of an equaliser block: its values, or its entry of "bypassArr".
+    QString setEqBand(const QJsonObject &req);
+    QString setEqBandBypass(const QJsonObject &req, QJsonObject &reply);
+    /// The equaliser block the request names and the band index it carries, both checked.
+    bool locateBand(const QJsonObject &req, Address *a, int *band) const;
     QString setBlockGroups(const QJsonObject &req);
     QString setNodeData(const QJsonObject &req);
     QString setChannel(const QString &ops, const QJsonObject &req, QJsonObject &reply);

@@ -122,6 +122,73 @@ private slots:
         QCOMPARE(delayOf(*c, id), 500.0);
     }
 
+    void equaliserBandsGoAloneAndADragIsOneStep()
+    {
+        const quint64 id = c->blockId(DspSide::In, 2, 4); // the input chain's equaliser
+        auto band = [&](int i) { return c->block(id)->as<DspEq>()->bands[i]; };
+        const DspEqBand original = band(3);
+        DspEqBand v = original;
+        v.dbGain = -6.0f;
+        v.freq0 = 500.0;
+        v.qBwS = 1.5;
+        v.type = 1;
+        v.bypass = true; // not taken: a band's bypass has its own request
+        c->setEqBand(id, 3, v);
+        QCOMPARE(sink.tcp, QStringList{QStringLiteral(
+                               R"({"blockFlag":"bf_in_ch_2_4","eqIndex":"3","nodeId":"0","obj":{"dbGain":"-6",)"
+                               R"("freq0":"500","qBwS":"1.5","type":"1"},"ops":"setBorderEq","portIndex":"2",)"
+                               R"("procIndex":"4","uiTag":"dspUiTag"})")});
+        QCOMPARE(band(3).freq0, original.freq0); // not before the device said so
+        answer();
+        QCOMPARE(band(3).freq0, 500.0);
+        QCOMPARE(band(3).type, 1);
+        QVERIFY(!band(3).bypass);
+        QCOMPARE(band(2).freq0, 254.0);
+
+        // A refused band bypass says "Set Failed!" and leaves the band and nothing to undo.
+        QSignalSpy notices(c, &DspController::signal_notice);
+        c->setEqBandBypass(id, 3, true);
+        QCOMPARE(sink.tcp.last(), QStringLiteral(R"({"blockFlag":"bf_in_ch_2_4","eqIndex":"3","nodeId":"0",)"
+                                                 R"("ops":"setBorderEqBypass","portIndex":"2","procIndex":"4",)"
+                                                 R"("uiTag":"dspUiTag","val":"1"})"));
+        answer(false);
+        QCOMPARE(notices.last().at(0).toString(), tx(Tx::DspSetFailed));
+        QVERIFY(!band(3).bypass);
+
+        // A gain dragged: the first value, then only the newest; one undo step back to before the drag.
+        const int sent = sink.tcp.size();
+        c->beginGesture();
+        for (int g = 1; g <= 20; ++g) {
+            v.dbGain = -0.5f * g;
+            c->setEqBand(id, 3, v);
+        }
+        c->endGesture();
+        QCOMPARE(sink.tcp.size(), sent + 1);
+        answer();
+        QCOMPARE(sink.tcp.size(), sent + 2);
+        answer();
+        QCOMPARE(band(3).dbGain, -10.0f);
+        c->undo();
+        QCOMPARE(sink.tcp.last(), DspCommands::setBorderEq(QStringLiteral("bf_in_ch_2_4"), {0, 2, 4}, 3,
+                                                           [&] { DspEqBand b = v; b.dbGain = -6.0f; return b; }()));
+        answer();
+        QCOMPARE(band(3).dbGain, -6.0f);
+        c->undo();
+        answer();
+        QCOMPARE(band(3).freq0, original.freq0);
+        QVERIFY(!c->canUndo());
+
+        // No such band, not an equaliser: refused, nothing sent. A block the device has not got yet changes here.
+        QVERIFY(!c->setEqBand(id, 7, v).isEmpty());
+        QVERIFY(!c->setEqBandBypass(c->blockId(DspSide::In, 2, 3), 0, true).isEmpty());
+        QVERIFY(c->addBlock(DspSide::Out, 0, DspKind::Eq).isEmpty());
+        const quint64 added = c->blockId(DspSide::Out, 0, 7);
+        const int before = sink.tcp.size();
+        QVERIFY(c->setEqBandBypass(added, 0, true).isEmpty());
+        QCOMPARE(sink.tcp.size(), before);
+        QVERIFY(c->block(added)->as<DspEq>()->bands[0].bypass);
+    }
+
     void staleRepliesAreIgnored()
     {
         const quint64 id = c->blockId(DspSide::In, 0, 3);

@@ -65,6 +65,7 @@ private slots:
     void initTestCase();
     void twoWindowsKeepTheirOwnEdits();
     void saveRightAfterADrag();
+    void equaliserBandSeenAfresh();
 };
 
 void TestDspControllerSim::initTestCase()
@@ -176,6 +177,39 @@ void TestDspControllerSim::saveRightAfterADrag()
     QTRY_VERIFY_WITH_TIMEOUT(w->controller.isLoaded(), 15000);
     QCOMPARE(w->controller.chain(DspSide::In, 0).size(), w->controller.chain(DspSide::In, 1).size() - 1);
     QCOMPARE(w->at(DspSide::Out, 0, delay)->as<DspDelay>()->delayNum, 3000);
+}
+
+void TestDspControllerSim::equaliserBandSeenAfresh()
+{
+    Simulator sim;
+    QVERIFY2(sim.start(), sim.why());
+    auto w = std::make_unique<Window>("SIM-0007", "RK0404D", 0x7f000008);
+    QTRY_VERIFY_WITH_TIMEOUT(w->controller.isLoaded(), 15000);
+    const int eq = indexOf(w->controller.chain(DspSide::In, 1), DspKind::Eq);
+    QVERIFY(eq >= 0);
+    const quint64 id = w->controller.blockId(DspSide::In, 1, eq);
+    const DspEqBand untouched = w->controller.block(id)->as<DspEq>()->bands[3];
+    DspEqBand v;
+    v.dbGain = -7.5f;
+    v.freq0 = 2500.0;
+    v.qBwS = 0.707;
+    v.type = 2;
+    QCOMPARE(w->controller.setEqBand(id, 4, v), QString());
+    QCOMPARE(w->controller.setEqBandBypass(id, 5, true), QString());
+    QTRY_VERIFY_WITH_TIMEOUT(w->controller.isIdle(), 10000);
+
+    w.reset();
+    w = std::make_unique<Window>("SIM-0007", "RK0404D", 0x7f000008);
+    QTRY_VERIFY_WITH_TIMEOUT(w->controller.isLoaded(), 15000);
+    const QVector<DspEqBand> &bands = w->at(DspSide::In, 1, eq)->as<DspEq>()->bands;
+    QCOMPARE(bands[4].dbGain, -7.5f);
+    QCOMPARE(bands[4].freq0, 2500.0);
+    QCOMPARE(bands[4].qBwS, 0.707);
+    QCOMPARE(bands[4].type, 2);
+    QVERIFY(!bands[4].bypass);
+    QVERIFY(bands[5].bypass);
+    QCOMPARE(bands[3].freq0, untouched.freq0);
+    QCOMPARE(w->at(DspSide::In, 0, eq)->as<DspEq>()->bands[4].type, 0);
 }
 
 QTEST_GUILESS_MAIN(TestDspControllerSim)

@@ -158,6 +158,8 @@ private slots:
     void changesTouchExactlyTheirTarget();
     void matrixCell_data();
     void matrixCell();
+    void equaliserBands_data();
+    void equaliserBands();
     void echoAndAutomixerChannelCounts();
     void microphoneInputs();
     void lockRefusesChangesNotReads_data();
@@ -326,6 +328,57 @@ void TestSimDsp::matrixCell()
     const QJsonObject before = config(m16);
     const QString outcome = udp ? m_peer->outcome(m16, 8999, request)
                                 : DspClient(m16).ask(request).value(changes == "{}" ? "reason" : "result").toString();
+    QCOMPARE(outcome, changes == "{}" ? QStringLiteral("bad param") : succ);
+    QJsonObject changed;
+    diff(before, config(m16), QString(), &changed);
+    QCOMPARE(changed, parse(changes));
+}
+
+void TestSimDsp::equaliserBands_data()
+{
+    QTest::addColumn<bool>("udp");
+    QTest::addColumn<QByteArray>("request");
+    QTest::addColumn<QByteArray>("changes");
+    const QByteArray none = "{}";
+    const QByteArray inEq = R"("blockFlag":"bf_in_ch_2_4","nodeId":"0","portIndex":"2","procIndex":"4",)";
+    const QByteArray outEq = R"("blockFlag":"bf_out_ch_15_1","nodeId":"4","portIndex":"15","procIndex":"1",)";
+    QTest::newRow("values over the link, members not sent kept")
+        << false
+        << QByteArray(R"("ops":"setBorderEq",)" + inEq + R"("eqIndex":"2","obj":{"dbGain":"-3.50","freq0":"250"})")
+        << QByteArray(R"({"nodeArr/0/portArr/2/procArr/4/obj/eqArr/2/dbGain":"-3.5",)"
+                      R"("nodeArr/0/portArr/2/procArr/4/obj/eqArr/2/freq0":"250"})");
+    QTest::newRow("bypass by datagram")
+        << true << QByteArray(R"("ops":"setBorderEqBypass",)" + outEq + R"("eqIndex":"6","val":"1")")
+        << QByteArray(R"({"nodeArr/4/portArr/15/procArr/1/obj/bypassArr/6":"1"})");
+    QTest::newRow("not an equaliser")
+        << false
+        << QByteArray(R"("ops":"setBorderEq","nodeId":"0","portIndex":"2","procIndex":"5","eqIndex":"0",)"
+                      R"("obj":{"dbGain":"1"})")
+        << none;
+    QTest::newRow("band out of range")
+        << true << QByteArray(R"("ops":"setBorderEqBypass",)" + outEq + R"("eqIndex":"7","val":"1")") << none;
+    QTest::newRow("no such block")
+        << false
+        << QByteArray(R"("ops":"setBorderEq","nodeId":"0","portIndex":"2","procIndex":"8","eqIndex":"0",)"
+                      R"("obj":{"dbGain":"1"})")
+        << none;
+    QTest::newRow("gain not a number")
+        << false << QByteArray(R"("ops":"setBorderEq",)" + inEq + R"("eqIndex":"0","obj":{"dbGain":"loud"})") << none;
+    QTest::newRow("member of no band")
+        << true << QByteArray(R"("ops":"setBorderEq",)" + inEq + R"("eqIndex":"0","obj":{"slope":"1"})") << none;
+    QTest::newRow("bypass not a flag")
+        << false << QByteArray(R"("ops":"setBorderEqBypass",)" + inEq + R"("eqIndex":"0","val":"2")") << none;
+}
+
+void TestSimDsp::equaliserBands()
+{
+    QFETCH(bool, udp);
+    QFETCH(QByteArray, request);
+    QFETCH(QByteArray, changes);
+    const QByteArray json = R"({"uiTag":"dspUiTag",)" + request + "}";
+    const QJsonObject before = config(m16);
+    const QString outcome = udp ? m_peer->outcome(m16, 8999, json)
+                                : DspClient(m16).ask(json).value(changes == "{}" ? "reason" : "result").toString();
     QCOMPARE(outcome, changes == "{}" ? QStringLiteral("bad param") : succ);
     QJsonObject changed;
     diff(before, config(m16), QString(), &changed);

@@ -94,6 +94,40 @@ QString blockRequest(const char *ops, const QString &blockFlag, const DspBlockAd
     return r.done();
 }
 
+// One band of an equaliser block: blockFlag, eqIndex, nodeId, [obj], ops, portIndex, procIndex, uiTag, [val].
+// The band's bypass travels apart from its values, as the device keeps it in an array of its own.
+QString eqRequest(const char *ops, const QString &blockFlag, const DspBlockAddress &at, int eqIndex,
+                  const DspEqBand *band, const char *val)
+{
+    Request r;
+    r.text("blockFlag", blockFlag);
+    r.integer("eqIndex", eqIndex);
+    r.integer("nodeId", at.nodeId);
+    if (band) {
+        DspJsonWriter &w = r.writer();
+        w.key("obj");
+        w.beginObject(&band->extra);
+        w.key("dbGain");
+        w.real(double(band->dbGain));
+        w.key("freq0");
+        w.real(band->freq0);
+        w.key("qBwS");
+        w.real(band->qBwS);
+        w.key("type");
+        w.integer(band->type);
+        w.endObject();
+    }
+    r.ops(ops);
+    r.integer("portIndex", at.portIndex);
+    r.integer("procIndex", at.procIndex);
+    r.uiTag();
+    if (val) {
+        r.writer().key("val");
+        r.writer().text(val);
+    }
+    return r.done();
+}
+
 QString channelRequest(const char *ops, int nodeId, int portIndex, const QByteArray &val)
 {
     Request r;
@@ -221,6 +255,17 @@ QString DspCommands::setBorderProcBypass(const QString &blockFlag, const DspBloc
     return blockRequest("setBorderProcBypass", blockFlag, at, nullptr, bypass ? "1" : "0");
 }
 
+QString DspCommands::setBorderEq(const QString &blockFlag, const DspBlockAddress &at, int eqIndex,
+                                 const DspEqBand &band)
+{
+    return eqRequest("setBorderEq", blockFlag, at, eqIndex, &band, nullptr);
+}
+
+QString DspCommands::setBorderEqBypass(const QString &blockFlag, const DspBlockAddress &at, int eqIndex, bool bypass)
+{
+    return eqRequest("setBorderEqBypass", blockFlag, at, eqIndex, nullptr, bypass ? "1" : "0");
+}
+
 QString DspCommands::getBorderProcStatus(const QString &blockFlag, const DspBlockAddress &at)
 {
     return blockRequest("getBorderProcStatus", blockFlag, at, nullptr, nullptr);
@@ -288,6 +333,7 @@ std::optional<Tx> DspCommands::failureTextOf(const QString &ops)
         Tx text;
     } kTexts[] = {
         {"setBorderProc", Tx::DspSetFailed},     {"setBorderProcBypass", Tx::DspSetBypassFailed},
+        {"setBorderEq", Tx::DspSetFailed},       {"setBorderEqBypass", Tx::DspSetFailed},
         {"setGain", Tx::DspSetGainFailed},       {"setMute", Tx::DspSetMuteFailed},
         {"setInverse", Tx::DspSetInverseFailed}, {"setGroupId", Tx::DspSetFailedRetry},
         {"setNodeData", Tx::DspSetFailedRetry},  {"setBorderProcGroupIdBatch", Tx::DspLinkFailed},

@@ -38,6 +38,9 @@ QString getDspTemperature();
 /// The whole obj of the block.
 QString setBorderProc(const QString &blockFlag, const DspBlockAddress &at, const DspBlock &block);
 QString setBorderProcBypass(const QString &blockFlag, const DspBlockAddress &at, bool bypass);
+/// One band of the equaliser block at \a at: its values ("obj": dbGain, freq0, qBwS, type), or its bypass flag.
+QString setBorderEq(const QString &blockFlag, const DspBlockAddress &at, int eqIndex, const DspEqBand &band);
+QString setBorderEqBypass(const QString &blockFlag, const DspBlockAddress &at, int eqIndex, bool bypass);
 /// Links (groupId >= 0) or unlinks (-1) the block at procIndex of every listed channel.
 QString setBorderProcGroupIdBatch(int nodeId, int procIndex, const QVector<int> &portArr, int groupId);
 /// The node's obj (matrix or automixer).

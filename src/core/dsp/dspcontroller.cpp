@@ -649,7 +649,12 @@ void DspController::replay(const DspUndoStep &step, bool forward)
                 present.append(b);
         if (present.size() != target.size())
             emit signal_notice(tx(Tx::DspNoUndoDevice), false);
-        changeBlocks(present, step.text, true);
+        // A band's step goes back as that band's requests, not as the whole block.
+        const bool bypass = step.mergeKey.startsWith(QLatin1String("eqBypass:"));
+        const int band = bypass || step.mergeKey.startsWith(QLatin1String("eq:"))
+                             ? step.mergeKey.section(QLatin1Char(':'), 1, 1).toInt()
+                             : -1;
+        changeBlocks(present, step.text, true, band, bypass);
         break;
     }
     case DspUndoStep::Chain:

@@ -116,6 +116,14 @@ public:
     /// The same from a JSON object of obj members, as the command line gives them.
     QString setBlockMembers(quint64 id, const QJsonObject &members);
     QString setBypass(quint64 id, bool bypass);
+    /// One band of an equaliser block as its editor changed it: type, freq0, dbGain and qBwS are taken, the
+    /// band's bypass and members this program does not know are kept. Linked equalisers follow. Only that band
+    /// goes to the device ("setBorderEq"), so a band dragged never rewrites the others; it enters the document
+    /// on "succ", "Set Failed!" on failure. A drag inside a gesture is one undo step per block and band.
+    QString setEqBand(quint64 id, int band, const DspEqBand &values);
+    /// Bypasses one band of an equaliser block (or makes it active), linked equalisers with it
+    /// ("setBorderEqBypass"); otherwise as setEqBand.
+    QString setEqBandBypass(quint64 id, int band, bool bypass);
 
     void copyBlock(quint64 id);
     bool hasCopiedBlock() const { return m_copiedBlock.has_value(); }
@@ -218,9 +226,16 @@ private:
     void documentChanged(bool structure);
 
     QString refuse(const QString &text);
-    /// Makes a block change: sends it when the device has the chain, else takes it into the document.
-    void changeBlocks(const QVector<DspBlock> &after, const QString &text, bool fromUndo);
-    void sendBlock(const DspBlock &before, const DspBlock &after);
+    /// Makes a block change: sends it when the device has the chain, else takes it into the document. With
+    /// eqBand >= 0 the change is of that equaliser band alone and goes as the band's own requests.
+    void changeBlocks(const QVector<DspBlock> &after, const QString &text, bool fromUndo, int eqBand = -1,
+                      bool eqBypass = false);
+    void sendBlock(const DspBlock &before, const DspBlock &after, int eqBand);
+    /// Sends one band's values and bypass; false when more than that band differs.
+    bool sendEqBand(const DspBlock &before, const DspBlock &after, int eqBand);
+    /// The refusal for an equaliser band that is not there; empty when it is.
+    QString checkEqBand(quint64 id, int band);
+    QString eqBandLabel(quint64 id, int band) const;
     void changeChain(DspSide side, const QVector<int> &channels, const QVector<QVector<DspBlock>> &chains,
                      const QString &text, bool fromUndo);
     QString changeChannel(DspSide side, int channel, bool wholeGroup, Tx member,

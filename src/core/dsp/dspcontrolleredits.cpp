@@ -75,12 +75,73 @@ QString DspController::setBypass(quint64 id, bool bypass)
     return QString();
 }
 
-void DspController::changeBlocks(const QVector<DspBlock> &after, const QString &text, bool fromUndo)
+QString DspController::eqBandLabel(quint64 id, int band) const
+{
+    const std::optional<Place> p = place(id);
+    const QString where = p ? channelLabel(p->side, p->channel) + QLatin1Char(' ') : QString();
+    return where + tx(Tx::DspKindEqBand) + QLatin1Char(' ') + QString::number(band + 1);
+}
+
+QString DspController::checkEqBand(quint64 id, int band)
+{
+    const DspBlock *b = block(id);
+    if (!b)
+        return tx(Tx::DspBlockGone);
+    const DspEq *eq = b->as<DspEq>();
+    if (!eq || band < 0 || band >= eq->bands.size())
+        return tx(Tx::DspNoSuchSideChannel).arg(eqBandLabel(id, band));
+    return QString();
+}
+
+QString DspController::setEqBand(quint64 id, int band, const DspEqBand &values)
+{
+    const QString why = checkEqBand(id, band);
+    if (!why.isEmpty())
+        return refuse(why);
+    QVector<DspBlock> after;
+    for (quint64 l : linkedBlocks(id)) {
+        DspBlock b = current(l);
+        DspEq *eq = b.as<DspEq>();
+        if (!eq || band >= eq->bands.size())
+            continue;
+        DspEqBand &t = eq->bands[band];
+        t.dbGain = values.dbGain;
+        t.freq0 = values.freq0;
+        t.qBwS = values.qBwS;
+        t.type = values.type;
+        after.append(b);
+    }
+    changeBlocks(after, eqBandLabel(id, band), false, band, false);
+    return QString();
+}
+
+QString DspController::setEqBandBypass(quint64 id, int band, bool bypass)
+{
+    const QString why = checkEqBand(id, band);
+    if (!why.isEmpty())
+        return refuse(why);
+    QVector<DspBlock> after;
+    for (quint64 l : linkedBlocks(id)) {
+        DspBlock b = current(l);
+        DspEq *eq = b.as<DspEq>();
+        if (!eq || band >= eq->bands.size())
+            continue;
+        eq->bands[band].bypass = bypass;
+        after.append(b);
+    }
+    changeBlocks(after, eqBandLabel(id, band) + QLatin1Char(' ') + tx(Tx::DspMemberBypass), false, band, true);
+    return QString();
+}
+
+void DspController::changeBlocks(const QVector<DspBlock> &after, const QString &text, bool fromUndo, int eqBand,
+                                 bool eqBypass)
 {
     DspUndoStep step;
     step.kind = DspUndoStep::Block;
     step.text = text;
-    step.mergeKey = QStringLiteral("b");
+    // A band's step names the band, so that a drag of one band is one step and undo sends the band alone.
+    step.mergeKey = eqBand < 0 ? QStringLiteral("b")
+                               : QLatin1String(eqBypass ? "eqBypass:" : "eq:") + QString::number(eqBand);
     for (const DspBlock &a : after) {
         if (!block(a.uid))
             continue;
@@ -102,7 +163,7 @@ void DspController::changeBlocks(const QVector<DspBlock> &after, const QString &
         const DspBlock &a = step.blocksAfter[i];
         if (!m_linkLost && devicePlace(a.uid)) {
             m_askedBlocks.insert(a.uid, a);
-            sendBlock(step.blocksBefore[i], a);
+            sendBlock(step.blocksBefore[i], a, eqBand);
             continue;
         }
         *mutableBlock(a.uid) = a;
@@ -113,7 +174,7 @@ void DspController::changeBlocks(const QVector<DspBlock> &after, const QString &
     emit signal_unsavedChanged(hasUnsavedChanges());
 }
 
-void DspController::sendBlock(const DspBlock &before, const DspBlock &after)
+void DspController::sendBlock(const DspBlock &before, const DspBlock &after, int eqBand)
 {
     const Place dp = *devicePlace(after.uid);
     const DspBlockAddress at{deviceNodeId(dp.side), dp.channel, dp.procIndex};
@@ -141,6 +202,8 @@ void DspController::sendBlock(const DspBlock &before, const DspBlock &after)
         };
         enqueue(std::move(p));
     }
+    if (eqBand >= 0 && sendEqBand(before, after, eqBand))
+        return;
     if (before.objToJson() != after.objToJson()) {
         Pending p;
         p.key = QStringLiteral("proc:") + QString::number(id);
@@ -162,6 +225,73 @@ void DspController::sendBlock(const DspBlock &before, const DspBlock &after)
         };
         enqueue(std::move(p));
     }
+}
+
+bool DspController::sendEqBand(const DspBlock &before, const DspBlock &after, int eqBand)
+{
+    const DspEq *was = before.as<DspEq>();
+    const DspEq *is = after.as<DspEq>();
+    if (!was || !is || eqBand >= was->bands.size() || was->bands.size() != is->bands.size())
+        return false;
+    // Undo may find more changed than this band (a step in between refused); then the whole obj goes.
+    DspBlock probe = before;
+    probe.as<DspEq>()->bands[eqBand] = is->bands[eqBand];
+    if (probe.objToJson() != after.objToJson())
+        return false;
+
+    const Place dp = *devicePlace(after.uid);
+    const DspBlockAddress at{deviceNodeId(dp.side), dp.channel, dp.procIndex};
+    const QString flag = DspCommands::blockFlag(dp.side == DspSide::Out, dp.channel, dp.procIndex);
+    const quint64 id = after.uid;
+    const QString target = QStringLiteral("b:") + QString::number(id);
+    const QString undoKey = m_sendUndoKey;
+    const QString band = QString::number(id) + QLatin1Char(':') + QString::number(eqBand);
+    const DspEqBand &a = is->bands[eqBand];
+    const DspEqBand &b = was->bands[eqBand];
+
+    if (a.bypass != b.bypass) {
+        Pending p;
+        p.key = QStringLiteral("eqBypass:") + band;
+        p.target = target;
+        p.ops = QStringLiteral("setBorderEqBypass");
+        p.blockFlag = flag;
+        p.undoKey = undoKey;
+        p.text = DspCommands::setBorderEqBypass(flag, at, eqBand, a.bypass);
+        const bool bypass = a.bypass;
+        p.done = [this, id, eqBand, bypass, target, undoKey](const Answer &ans) {
+            DspBlock *blk = mutableBlock(id);
+            DspEq *eq = blk ? blk->as<DspEq>() : nullptr;
+            if (ans.ok && eq && eqBand < eq->bands.size())
+                eq->bands[eqBand].bypass = bypass;
+            settle(target, ans, undoKey, Tx::DspSetFailed);
+            if (blk)
+                emit signal_blockChanged(id);
+        };
+        enqueue(std::move(p));
+    }
+    if (a.dbGain != b.dbGain || a.freq0 != b.freq0 || a.qBwS != b.qBwS || a.type != b.type || a.extra != b.extra) {
+        Pending p;
+        p.key = QStringLiteral("eq:") + band;
+        p.target = target;
+        p.ops = QStringLiteral("setBorderEq");
+        p.blockFlag = flag;
+        p.undoKey = undoKey;
+        p.text = DspCommands::setBorderEq(flag, at, eqBand, a);
+        p.done = [this, id, eqBand, a, target, undoKey](const Answer &ans) {
+            DspBlock *blk = mutableBlock(id);
+            DspEq *eq = blk ? blk->as<DspEq>() : nullptr;
+            if (ans.ok && eq && eqBand < eq->bands.size()) {
+                const bool bypass = eq->bands[eqBand].bypass;
+                eq->bands[eqBand] = a;
+                eq->bands[eqBand].bypass = bypass;
+            }
+            settle(target, ans, undoKey, Tx::DspSetFailed);
+            if (blk)
+                emit signal_blockChanged(id);
+        };
+        enqueue(std::move(p));
+    }
+    return true;
 }
 
 // ---------------------------------------------------------------- chains
