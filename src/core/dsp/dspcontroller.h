@@ -235,6 +235,9 @@ private:
     bool sendEqBand(const DspBlock &before, const DspBlock &after, int eqBand);
     /// The refusal for an equaliser band that is not there; empty when it is.
     QString checkEqBand(quint64 id, int band);
+    /// The same change to the block and every block linked with it; set says whether a block takes it.
+    void changeLinked(quint64 id, const QString &text, int eqBand, bool eqBypass,
+                      const std::function<bool(DspBlock &)> &set);
     QString eqBandLabel(quint64 id, int band) const;
     void changeChain(DspSide side, const QVector<int> &channels, const QVector<QVector<DspBlock>> &chains,
                      const QString &text, bool fromUndo);

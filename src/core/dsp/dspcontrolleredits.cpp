@@ -33,14 +33,11 @@ QString DspController::setBlockParams(quint64 id, const DspBlock &changed)
 {
     if (!block(id))
         return refuse(tx(Tx::DspBlockGone));
-    QVector<DspBlock> after;
-    for (quint64 l : linkedBlocks(id)) {
-        DspBlock b = current(l);
+    changeLinked(id, blockLabel(id), -1, false, [&changed](DspBlock &b) {
         b.obj = changed.obj;
         b.objExtra = changed.objExtra;
-        after.append(b);
-    }
-    changeBlocks(after, blockLabel(id), false);
+        return true;
+    });
     return QString();
 }
 
@@ -59,13 +56,10 @@ QString DspController::setBypass(quint64 id, bool bypass)
 {
     if (!block(id))
         return refuse(tx(Tx::DspBlockGone));
-    QVector<DspBlock> after;
-    for (quint64 l : linkedBlocks(id)) {
-        DspBlock b = current(l);
+    changeLinked(id, blockLabel(id) + QLatin1Char(' ') + tx(Tx::DspMemberBypass), -1, false, [bypass](DspBlock &b) {
         b.bypass = bypass;
-        after.append(b);
-    }
-    changeBlocks(after, blockLabel(id) + QLatin1Char(' ') + tx(Tx::DspMemberBypass), false);
+        return true;
+    });
     return QString();
 }
 
@@ -92,20 +86,17 @@ QString DspController::setEqBand(quint64 id, int band, const DspEqBand &values)
     const QString why = checkEqBand(id, band);
     if (!why.isEmpty())
         return refuse(why);
-    QVector<DspBlock> after;
-    for (quint64 l : linkedBlocks(id)) {
-        DspBlock b = current(l);
+    changeLinked(id, eqBandLabel(id, band), band, false, [band, &values](DspBlock &b) {
         DspEq *eq = b.as<DspEq>();
         if (!eq || band >= eq->bands.size())
-            continue;
+            return false;
         DspEqBand &t = eq->bands[band];
         t.dbGain = values.dbGain;
         t.freq0 = values.freq0;
         t.qBwS = values.qBwS;
         t.type = values.type;
-        after.append(b);
-    }
-    changeBlocks(after, eqBandLabel(id, band), false, band, false);
+        return true;
+    });
     return QString();
 }
 
@@ -114,17 +105,27 @@ QString DspController::setEqBandBypass(quint64 id, int band, bool bypass)
     const QString why = checkEqBand(id, band);
     if (!why.isEmpty())
         return refuse(why);
+    changeLinked(id, eqBandLabel(id, band) + QLatin1Char(' ') + tx(Tx::DspMemberBypass), band, true,
+                 [band, bypass](DspBlock &b) {
+                     DspEq *eq = b.as<DspEq>();
+                     if (!eq || band >= eq->bands.size())
+                         return false;
+                     eq->bands[band].bypass = bypass;
+                     return true;
+                 });
+    return QString();
+}
+
+void DspController::changeLinked(quint64 id, const QString &text, int eqBand, bool eqBypass,
+                                 const std::function<bool(DspBlock &)> &set)
+{
     QVector<DspBlock> after;
     for (quint64 l : linkedBlocks(id)) {
         DspBlock b = current(l);
-        DspEq *eq = b.as<DspEq>();
-        if (!eq || band >= eq->bands.size())
-            continue;
-        eq->bands[band].bypass = bypass;
-        after.append(b);
+        if (set(b))
+            after.append(b);
     }
-    changeBlocks(after, eqBandLabel(id, band) + QLatin1Char(' ') + tx(Tx::DspMemberBypass), false, band, true);
-    return QString();
+    changeBlocks(after, text, false, eqBand, eqBypass);
 }
 
 void DspController::changeBlocks(const QVector<DspBlock> &after, const QString &text, bool fromUndo, int eqBand,
