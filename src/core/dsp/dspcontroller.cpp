@@ -491,6 +491,14 @@ DspChannel DspController::currentChannel(DspSide side, int ch) const
     return c ? *c : DspChannel();
 }
 
+const DspNode *DspController::shownNode(int nodeId) const
+{
+    const auto it = m_askedNodes.constFind(nodeId);
+    if (it != m_askedNodes.constEnd())
+        return &*it;
+    return m_doc.node(nodeId);
+}
+
 DspNode DspController::currentNode(int nodeId) const
 {
     const auto it = m_askedNodes.constFind(nodeId);

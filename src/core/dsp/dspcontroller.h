@@ -78,6 +78,9 @@ public:
     int automixerNodeId() const;
     const QVector<DspBlock> &chain(DspSide side, int channel) const;
     const DspChannel *channel(DspSide side, int channel) const;
+    /// A node as the views show it: with the changes asked for and not yet answered (the document holds only
+    /// what the device accepted). Null when there is no such node.
+    const DspNode *shownNode(int nodeId) const;
 
     /// Blocks by their identity, which lives only in memory: it survives blocks being added, removed and
     /// pasted around it. 0 is no block.

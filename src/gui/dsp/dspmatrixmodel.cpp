@@ -9,11 +9,6 @@
 
 namespace {
 
-quint64 keyOf(int row, int column)
-{
-    return quint64(quint32(row)) << 32 | quint32(column);
-}
-
 // Louder cross-points are brighter, so a large matrix shows its routing at a glance.
 QColor shade(double gainDb)
 {
@@ -34,8 +29,6 @@ DspMatrixModel::DspMatrixModel(DspController *controller, QObject *parent)
 {
     connect(controller, &DspController::signal_documentLoaded, this, &DspMatrixModel::documentLoaded);
     connect(controller, &DspController::signal_nodeChanged, this, &DspMatrixModel::nodeChanged);
-    connect(controller, &DspController::signal_idle, this, &DspMatrixModel::settled);
-    connect(controller, &DspController::signal_linkLost, this, &DspMatrixModel::settled);
 }
 
 void DspMatrixModel::setChannelNames(const QStringList &inputs, const QStringList &outputs)
@@ -76,12 +69,8 @@ bool DspMatrixModel::cellOf(const QModelIndex &index, Cell *cell) const
 {
     if (!index.isValid() || index.row() >= rowCount() || index.column() >= columnCount())
         return false;
-    const auto asked = m_asked.constFind(keyOf(index.row(), index.column()));
-    if (asked != m_asked.constEnd()) {
-        *cell = *asked;
-        return true;
-    }
-    const DspNode *node = m_controller->document().node(m_controller->matrixNodeId());
+    // The controller shows a change asked for until the device answers it.
+    const DspNode *node = m_controller->shownNode(m_controller->matrixNodeId());
     if (!node)
         return false;
     const DspMatrix &m = node->matrix;
@@ -174,15 +163,12 @@ void DspMatrixModel::setCell(const QModelIndex &index, double gainDb, bool mute)
     const QString refusal = m_controller->setMatrixCell(index.row(), index.column(), asked.gainDb, asked.mute);
     if (!refusal.isEmpty())
         return; // the controller says why
-    if (!m_controller->isIdle())
-        m_asked.insert(keyOf(index.row(), index.column()), asked);
     emit dataChanged(index, index);
 }
 
 void DspMatrixModel::documentLoaded()
 {
     beginResetModel();
-    m_asked.clear();
     endResetModel();
 }
 
@@ -190,14 +176,6 @@ void DspMatrixModel::nodeChanged(int nodeId)
 {
     if (nodeId == m_controller->matrixNodeId())
         redrawAll();
-}
-
-void DspMatrixModel::settled()
-{
-    if (m_asked.isEmpty())
-        return;
-    m_asked.clear();
-    redrawAll();
 }
 
 void DspMatrixModel::redrawAll()

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QAbstractTableModel>
-#include <QHash>
 #include <QStringList>
 
 class DspController;
@@ -57,11 +56,9 @@ private:
     bool cellOf(const QModelIndex &index, Cell *cell) const;
     void documentLoaded();
     void nodeChanged(int nodeId);
-    void settled();
     void redrawAll();
 
     DspController *m_controller;
     QStringList m_inputNames;
     QStringList m_outputNames;
-    QHash<quint64, Cell> m_asked; ///< keyed by row << 32 | column
 };
