@@ -108,8 +108,10 @@ void DspController::handleUdpReply(const QString &text)
     if (!r.succeeded)
         return;
     if (r.ops == QLatin1String("getCpuUsage")) {
-        if (r.val)
-            emit signal_cpuUsage(int(*r.val));
+        if (r.val) {
+            m_deviceLoad = int(*r.val);
+            emit signal_cpuUsage(m_deviceLoad);
+        }
     } else if (r.ops == QLatin1String("getVolumeDbBatchIn") || r.ops == QLatin1String("getVolumeDbBatchOut")) {
         QVector<double> levels;
         for (const QJsonValue &v : o.value(QLatin1String("arr")).toArray()) {

@@ -81,6 +81,9 @@ public:
     /// A node as the views show it: with the changes asked for and not yet answered (the document holds only
     /// what the device accepted). Null when there is no such node.
     const DspNode *shownNode(int nodeId) const;
+    /// A block as the editors show it: with the change asked for and not yet answered. A default block when
+    /// there is no such block.
+    DspBlock shownBlock(quint64 id) const { return current(id); }
 
     /// Blocks by their identity, which lives only in memory: it survives blocks being added, removed and
     /// pasted around it. 0 is no block.
@@ -118,7 +121,12 @@ public:
     QString setBlockParams(quint64 id, const DspBlock &changed);
     /// The same from a JSON object of obj members, as the command line gives them.
     QString setBlockMembers(quint64 id, const QJsonObject &members);
+    /// Taking a block out of bypass is refused ("Cpu is up limit, please reduce functions") while the device
+    /// reports a processor load above kUnbypassLoadLimit.
     QString setBypass(quint64 id, bool bypass);
+    static constexpr int kUnbypassLoadLimit = 90;
+    /// The processor load the device last reported ("getCpuUsage"); -1 before the first report.
+    int deviceLoad() const { return m_deviceLoad; }
     /// One band of an equaliser block as its editor changed it: type, freq0, dbGain and qBwS are taken, the
     /// band's bypass and members this program does not know are kept. Linked equalisers follow. Only that band
     /// goes to the device ("setBorderEq"), so a band dragged never rewrites the others; it enters the document
@@ -279,6 +287,7 @@ private:
     CDeviceDspData m_doc;
     DspBudget::Record m_budget;
     bool m_forceAdd = false;
+    int m_deviceLoad = -1;
     quint64 m_nextId = 1;
     QHash<quint64, Place> m_places;
     /// The ids of every chain as the device has it (load and last save).

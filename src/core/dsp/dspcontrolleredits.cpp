@@ -56,6 +56,8 @@ QString DspController::setBypass(quint64 id, bool bypass)
 {
     if (!block(id))
         return refuse(tx(Tx::DspBlockGone));
+    if (!bypass && m_deviceLoad > kUnbypassLoadLimit && current(id).bypass)
+        return refuse(tx(Tx::DspCpuUpLimit));
     changeLinked(id, blockLabel(id) + QLatin1Char(' ') + tx(Tx::DspMemberBypass), -1, false, [bypass](DspBlock &b) {
         b.bypass = bypass;
         return true;

@@ -6,6 +6,7 @@
 #include "core/dsp/dspcontroller.h"
 #include "gui/dsp/cbasechannel.h"
 #include "gui/dsp/cbaseitem.h"
+#include "gui/dsp/dspblockeditors.h"
 #include "gui/dsp/dspblockparamsview.h"
 #include "gui/widgets/framelessdialog.h"
 #include "gui/widgets/noticebox.h"
@@ -62,7 +63,7 @@ DspDiagramForm::DspDiagramForm(DspController *controller, QWidget *parent)
 
     connect(controller, &DspController::signal_documentLoaded, this, [this] {
         emit signal_closeall();
-        for (const QPointer<DspBlockParamsView> &v : qAsConst(m_views))
+        for (const QPointer<FramelessDialog> &v : qAsConst(m_views))
             if (v)
                 v->close();
         m_views.clear();
@@ -385,14 +386,14 @@ QWidget *DspDiagramForm::openBlockEditor(quint64 uid)
     const auto place = m_controller->place(uid);
     if (!place)
         return nullptr;
-    if (DspBlockParamsView *open = m_views.value(uid)) {
+    if (FramelessDialog *open = m_views.value(uid)) {
         open->raise();
         open->activateWindow();
         return open;
     }
-    auto *view = new DspBlockParamsView(m_controller, uid, blockTitle(place->side, place->channel, uid), this);
+    FramelessDialog *view = DspBlockEditors::create(m_controller, uid, blockTitle(place->side, place->channel, uid), this);
     m_views.insert(uid, view);
-    m_viewTags.insert(uid, view->tag());
+    m_viewTags.insert(uid, m_controller->blockFlag(uid));
     view->show();
     return view;
 }
@@ -404,7 +405,7 @@ void DspDiagramForm::closeRemovedViews()
             emit signal_close(m_viewTags.take(it.key()));
             it = m_views.erase(it);
         } else {
-            m_viewTags[it.key()] = it.value()->tag(); // blocks before it may have gone
+            m_viewTags[it.key()] = m_controller->blockFlag(it.key()); // blocks before it may have gone
             ++it;
         }
     }

@@ -12,6 +12,7 @@
 class CBaseChannel;
 class CBaseItem;
 class DspBlockParamsView;
+class FramelessDialog;
 class DspController;
 class QAction;
 class QGraphicsScene;
@@ -103,7 +104,7 @@ private:
     QGraphicsView *m_view[2];
     QVector<CBaseChannel *> m_channels[2];
     QHash<quint64, CBaseItem *> m_items;
-    QHash<quint64, QPointer<DspBlockParamsView>> m_views;
+    QHash<quint64, QPointer<FramelessDialog>> m_views;
     QHash<quint64, QString> m_viewTags;
     DspSide m_currentSide = DspSide::In;
     int m_currentChannel = -1;

@@ -1,0 +1,81 @@
+#include "gui/dsp/dspblockbaseform.h"
+
+#include "core/app/texts.h"
+#include "core/dsp/dspcontroller.h"
+
+#include <QAbstractSlider>
+#include <QBoxLayout>
+#include <QPushButton>
+
+DspBlockBaseForm::DspBlockBaseForm(DspController *controller, quint64 uid, const QString &title, QWidget *parent)
+    : FramelessDialog(parent)
+    , m_controller(controller)
+    , m_uid(uid)
+{
+    setAttribute(Qt::WA_DeleteOnClose);
+    setTitle(title);
+    m_watched.append(uid);
+    // Every answer redraws: one that refused a change brings the controls back to what the device has.
+    connect(controller, &DspController::signal_blockChanged, this, [this](quint64 id) {
+        if (m_watched.contains(id))
+            refresh();
+    });
+    // A removed block has nothing left to edit; a whole new document may not hold it either.
+    auto closeIfGone = [this] {
+        if (!m_controller->block(m_uid))
+            close();
+        else
+            refresh();
+    };
+    connect(controller, &DspController::signal_chainChanged, this, closeIfGone);
+    connect(controller, &DspController::signal_documentLoaded, this, closeIfGone);
+}
+
+QString DspBlockBaseForm::tag() const
+{
+    return m_controller->blockFlag(m_uid);
+}
+
+DspBlock DspBlockBaseForm::shown() const
+{
+    return m_controller->shownBlock(m_uid);
+}
+
+void DspBlockBaseForm::watch(quint64 uid)
+{
+    if (uid && !m_watched.contains(uid))
+        m_watched.append(uid);
+}
+
+QPushButton *DspBlockBaseForm::addBypassButton(QBoxLayout *layout)
+{
+    m_bypass = new QPushButton(tx(Tx::DspBypassMark), this);
+    m_bypass->setObjectName(QStringLiteral("pb_bypass"));
+    m_bypass->setCheckable(true);
+    layout->addWidget(m_bypass);
+    connect(m_bypass, &QPushButton::toggled, this, [this](bool on) {
+        if (!m_controller->setBypass(m_uid, on).isEmpty())
+            refreshBypassButton();
+    });
+    return m_bypass;
+}
+
+void DspBlockBaseForm::refreshBypassButton()
+{
+    if (!m_bypass)
+        return;
+    const QSignalBlocker blocker(m_bypass);
+    m_bypass->setChecked(shown().bypass);
+}
+
+void DspBlockBaseForm::groupWhileHeld(QAbstractSlider *slider)
+{
+    connect(slider, &QAbstractSlider::sliderPressed, m_controller, &DspController::beginGesture);
+    connect(slider, &QAbstractSlider::sliderReleased, m_controller, &DspController::endGesture);
+}
+
+void DspBlockBaseForm::change(const DspBlock &changed)
+{
+    if (!m_controller->setBlockParams(m_uid, changed).isEmpty())
+        refresh();
+}

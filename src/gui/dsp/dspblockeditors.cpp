@@ -1,0 +1,17 @@
+#include "gui/dsp/dspblockeditors.h"
+
+#include "core/dsp/dspcontroller.h"
+#include "core/dsp/dspkinds.h"
+#include "gui/dsp/dspblockparamsview.h"
+
+FramelessDialog *DspBlockEditors::create(DspController *controller, quint64 uid, const QString &title,
+                                         QWidget *parent)
+{
+    const DspBlock *block = controller->block(uid);
+    if (!block)
+        return nullptr;
+    switch (DspKinds::of(*block).value_or(DspKind::Ducker)) {
+    default:
+        return new DspBlockParamsView(controller, uid, title, parent);
+    }
+}
