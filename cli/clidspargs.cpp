@@ -57,10 +57,8 @@ public:
 
     DspSide side(int i)
     {
-        if (text(i) == QLatin1String("in"))
-            return DspSide::In;
-        if (text(i) == QLatin1String("out"))
-            return DspSide::Out;
+        if (const std::optional<DspSide> s = DspKinds::sideFromName(text(i)))
+            return *s;
         bad(QStringLiteral("the side is in or out, not \"%1\"").arg(text(i)));
         return DspSide::In;
     }

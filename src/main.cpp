@@ -7,6 +7,8 @@
 #include "gui/app/mainwindow.h"
 #include "gui/dsp/devdspdialog.h"
 #include "core/dsp/dspcontroller.h"
+#include "core/dsp/dspkinds.h"
+#include "gui/dsp/dspdiagramform.h"
 #include "gui/widgets/style.h"
 
 #include <QApplication>
@@ -17,6 +19,8 @@
 #include <QPointer>
 #include <QScreen>
 #include <QTimer>
+
+#include <memory>
 #include <cstdint>
 #include <cstdio>
 
@@ -74,6 +78,12 @@ int main(int argc, char *argv[])
     const QCommandLineOption dspOption(
         QStringLiteral("dsp"), QStringLiteral("Open the DSP window of this device once it is found."), QStringLiteral("DEVID"));
     options.addOption(dspOption);
+    const QCommandLineOption blockOption(
+        QStringLiteral("block"),
+        QStringLiteral("With --dsp, open the editor of this block once the configuration is read: in or out, channel "
+                       "and position from 0, e.g. in:0:2."),
+        QStringLiteral("SIDE:CH:POS"));
+    options.addOption(blockOption);
     options.addOption(interfaceOption);
     options.addOption(chineseOption);
     options.addOption(screenshotOption);
@@ -118,13 +128,32 @@ int main(int argc, char *argv[])
             LOG_FAIL();
         w->setPage(MainWindow::Page(page));
     }
+    // The block editor asked for with --block, once it is open.
+    auto editor = std::make_shared<QPointer<QWidget>>();
+    const QStringList blockAt = options.value(blockOption).split(QLatin1Char(':'));
+    if (options.isSet(blockOption) && (blockAt.size() != 3 || !DspKinds::sideFromName(blockAt[0])))
+        LOG_FAIL();
     if (!dspDevice.isEmpty()) {
         // The device is known once it has announced itself; until then there is no address to open.
-        auto open = [w, dspDevice, dspMatrix] {
-            if (!w->dspWindow(dspDevice))
+        auto open = [w, dspDevice, dspMatrix, blockAt, editor] {
+            const bool opened = w->dspWindow(dspDevice);
+            if (!opened)
                 w->slot_openDsp(dspDevice);
-            if (DevDspDialog *dsp = w->dspWindow(dspDevice); dsp && dspMatrix)
+            DevDspDialog *dsp = w->dspWindow(dspDevice);
+            if (dsp && dspMatrix)
                 dsp->showMatrix();
+            if (!dsp || opened || blockAt.size() != 3)
+                return;
+            QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, blockAt, editor] {
+                if (*editor)
+                    return;
+                DspController *c = dsp->controller();
+                const quint64 id =
+                    c->blockId(*DspKinds::sideFromName(blockAt[0]), blockAt[1].toInt(), blockAt[2].toInt());
+                *editor = dsp->diagram()->openBlockEditor(id);
+                if (!*editor)
+                    LOG_FAIL();
+            });
         };
         QObject::connect(w, &MainWindow::signal_send_addDev, w, [open, dspDevice](const QString &devId) {
             if (devId == dspDevice)
@@ -134,7 +163,9 @@ int main(int argc, char *argv[])
     }
     if (options.isSet(screenshotOption)) {
         const QString file = options.value(screenshotOption);
-        auto take = [w, file](QWidget *what) {
+        auto take = [w, file, editor](QWidget *what) {
+            if (*editor)
+                what = editor->data();
             if (!what->grab().save(file))
                 LOG_FAIL();
             w->setQuitConfirmed(true);

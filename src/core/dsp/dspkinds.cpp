@@ -114,3 +114,12 @@ QString DspKinds::sideName(DspSide side)
 {
     return side == DspSide::Out ? QStringLiteral("out") : QStringLiteral("in");
 }
+
+std::optional<DspSide> DspKinds::sideFromName(const QString &name)
+{
+    if (name == QLatin1String("in"))
+        return DspSide::In;
+    if (name == QLatin1String("out"))
+        return DspSide::Out;
+    return std::nullopt;
+}

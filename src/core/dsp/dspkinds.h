@@ -41,5 +41,6 @@ QString buttonName(DspKind kind);
 QString buttonText(DspKind kind);
 
 QString sideName(DspSide side); ///< "in" or "out", as the command line and the block tag write it
+std::optional<DspSide> sideFromName(const QString &name);
 
 } // namespace DspKinds
