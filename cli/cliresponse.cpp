@@ -7,6 +7,7 @@
 #include "core/dsp/dspcodec.h"
 #include "core/dsp/dspkinds.h"
 #include "core/dsp/filters/channelcurve.h"
+#include "core/dsp/filters/curvecsv.h"
 #include "core/dsp/filters/firdesign.h"
 #include "core/dsp/filters/firresponse.h"
 
@@ -19,7 +20,7 @@
 
 namespace {
 
-using Points = QVector<QPair<double, double>>;
+using Points = CurveCsv::Points;
 
 /// The JSON text of an argument: the argument itself, or the contents of the file after '@'.
 bool readInput(const QString &arg, QByteArray *text, QString *why)
@@ -102,9 +103,7 @@ int CliApp::printCurve(const Points &points)
             arr.append(QJsonArray{f, db});
         *m_out << QJsonDocument(QJsonObject{{"points", arr}}).toJson(QJsonDocument::Compact) << '\n';
     } else if (m_options.csv) {
-        *m_out << "freq_hz,db\n";
-        for (const auto &[f, db] : points)
-            *m_out << QString::number(f, 'g', 10) << ',' << QString::number(db, 'f', 4) << '\n';
+        *m_out << QString::fromLatin1(CurveCsv::write(points));
     } else {
         for (const auto &[f, db] : points)
             *m_out << QStringLiteral("%1 Hz  %2 dB\n").arg(f, 7, 'f', 0).arg(db, 8, 'f', 2);
