@@ -9,6 +9,7 @@
 #include <QStringList>
 
 class CliDspSession;
+class DspController;
 class DeviceLink;
 class QTextStream;
 struct CliDspArgs;
@@ -84,6 +85,10 @@ private:
     /// dsp response CHAIN and dsp fir-design: the JSON given is all there is; no network is opened.
     int cmdDspOffline(const CliDspArgs &a);
     int dspResponse(CliDspSession &session, const CliDspArgs &a);
+    /// 0 when the side has the channel; else the exit code after saying so.
+    int dspCheckChannel(const DspController &c, const CliDspArgs &a);
+    // Parametric filter lists in and out of a channel's equaliser (clidspeq.cpp).
+    int dspEqText(CliDspSession &session, const CliDspArgs &a);
     int printCurve(const QVector<QPair<double, double>> &points);
 
     /// Sends one request to a device through the request router and waits for

@@ -92,6 +92,9 @@ int CliApp::cmdDsp()
         return dspMatrix(session, a);
     case CliDspArgs::Command::ResponseDevice:
         return dspResponse(session, a);
+    case CliDspArgs::Command::EqImport:
+    case CliDspArgs::Command::EqExport:
+        return dspEqText(session, a);
     case CliDspArgs::Command::Response:
     case CliDspArgs::Command::FirDesign:
         return cmdDspOffline(a);

@@ -117,14 +117,20 @@ QString CliDspArgs::usage()
                "  dsp response DEVICE in|out CH [--whole] [--csv]  the same for a device's channel\n"
                "  dsp fir-design OBJ   an FIR block's obj (JSON or @FILE: firType, winType, attDb, taps, maxTaps,\n"
                "                       freq0, freq1) designed as the FIR editor sends it, with \"arr\" and the stored\n"
-               "                       \"attDb\"; --json: {\"obj\":{...},\"points\":[[hz,db],...]} on the FIR grid\n")
+               "                       \"attDb\"; --json: {\"obj\":{...},\"points\":[[hz,db],...]} on the FIR grid\n"
+               "  dsp eq-import DEVICE in|out CH FILE   the filters of a room-measurement tool's text (\"Filter 1: ON PK\n"
+               "                       Fc 120 Hz Gain -3.5 dB Q 2.10\") into the channel's first equaliser as one\n"
+               "                       change; lines it cannot take are listed first; bands the file leaves are bypassed\n"
+               "  dsp eq-export DEVICE in|out CH [FILE] the channel's first equaliser in the same text (standard output\n"
+               "                       without FILE)\n")
         .arg(kindNames());
 }
 
 bool CliDspArgs::changes() const
 {
     return !(command == Command::GetConfig || command == Command::Budget || command == Command::MatrixShow
-             || command == Command::Response || command == Command::ResponseDevice || command == Command::FirDesign);
+             || command == Command::Response || command == Command::ResponseDevice || command == Command::FirDesign
+             || command == Command::EqExport);
 }
 
 std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *error)
@@ -150,6 +156,8 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
         {"matrix", Command::MatrixShow, 2, 5, "matrix DEVICE [OUT IN DB|mute|unmute]"},
         {"response", Command::Response, 2, 4, "response CHAIN|@FILE or response DEVICE in|out CH"},
         {"fir-design", Command::FirDesign, 2, 2, "fir-design OBJ|@FILE"},
+        {"eq-import", Command::EqImport, 5, 5, "eq-import DEVICE in|out CH FILE"},
+        {"eq-export", Command::EqExport, 4, 5, "eq-export DEVICE in|out CH [FILE]"},
     };
     const QString sub = args.value(0);
     const Shape *shape = nullptr;
@@ -191,6 +199,12 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
     case Command::ResponseDevice:
         a.side = r.side(2);
         a.channel = r.ordinal(3, "CH");
+        break;
+    case Command::EqImport:
+    case Command::EqExport:
+        a.side = r.side(2);
+        a.channel = r.ordinal(3, "CH");
+        a.filePath = args.value(4);
         break;
     case Command::SetBlock:
     case Command::Bypass:

@@ -26,6 +26,8 @@ struct CliDspArgs
         Response,       ///< a chain given on the command line: no device
         ResponseDevice, ///< a device's channel
         FirDesign,      ///< no device
+        EqImport,       ///< a parametric filter list into a channel's equaliser
+        EqExport,
     };
     enum class Member { Gain, Mute, Inverse, Group };
 
@@ -51,6 +53,8 @@ struct CliDspArgs
     bool cellGain = false; ///< the matrix cell's gain is given (else only its mute)
     /// response, fir-design: the JSON text, or @FILE for a file holding it.
     QString jsonInput;
+    /// eq-import: the file read; eq-export: the file written, empty for standard output.
+    QString filePath;
 
     /// The words after "dsp"; none with a message that names the bad argument.
     static std::optional<CliDspArgs> parse(const QStringList &args, QString *error);

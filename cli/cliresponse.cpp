@@ -169,13 +169,20 @@ int CliApp::cmdDspOffline(const CliDspArgs &a)
 int CliApp::dspResponse(CliDspSession &session, const CliDspArgs &a)
 {
     const DspController &c = session.controller();
-    if (a.channel >= c.channelCount(a.side))
-        return fail(2, QStringLiteral("CH: the %1 side has %2 channels, not %3")
-                           .arg(DspKinds::sideName(a.side))
-                           .arg(c.channelCount(a.side))
-                           .arg(a.channel + 1));
+    if (const int code = dspCheckChannel(c, a))
+        return code;
     const QVector<DspBlock> &chain = c.chain(a.side, a.channel);
     // An FIR was designed for the device's rate, so its curve is drawn at that rate.
     const double rate = FirDesign::designRate(c.document().sampleRate);
     return printCurve(toPoints(m_options.whole ? ChannelCurve::wholeCurve(chain, rate) : ChannelCurve::editorCurve(chain)));
+}
+
+int CliApp::dspCheckChannel(const DspController &c, const CliDspArgs &a)
+{
+    if (a.channel < c.channelCount(a.side))
+        return 0;
+    return fail(2, QStringLiteral("CH: the %1 side has %2 channels, not %3")
+                       .arg(DspKinds::sideName(a.side))
+                       .arg(c.channelCount(a.side))
+                       .arg(a.channel + 1));
 }

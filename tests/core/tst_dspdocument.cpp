@@ -548,6 +548,17 @@ void TestDspDocument::applyKeepsDocumentInStep()
     const DspEq *eq = d.block({0, 0, 4})->as<DspEq>();
     QCOMPARE(eq->bands[3].dbGain, -3.5f);
     QCOMPARE(eq->bands[3].freq0, 672.0);
+    // One band as the editor sends it, and its bypass.
+    DspEqBand band = eq->bands[5];
+    band.freq0 = 5000.0;
+    band.bypass = !band.bypass; // not a member of the band's request
+    QVERIFY(d.apply(setBorderEq("bf_in_ch_0_4", {0, 0, 4}, 5, band), &why));
+    QVERIFY(d.apply(setBorderEqBypass("bf_in_ch_0_4", {0, 0, 4}, 6, true), &why));
+    QCOMPARE(eq->bands[5].freq0, 5000.0);
+    QCOMPARE(eq->bands[3].dbGain, -3.5f);
+    QVERIFY(eq->bands[6].bypass);
+    QCOMPARE(eq->bands[5].bypass, !band.bypass);
+    QVERIFY(!d.apply(setBorderEqBypass("bf_in_ch_0_4", {0, 0, 4}, 7, true), &why));
     QVERIFY(d.apply(setBorderProcBypass("bf_out_ch_3_0", {4, 3, 0}, false), &why));
     QVERIFY(!d.block({4, 3, 0})->bypass);
     QVERIFY(d.apply(setBorderProcGroupIdBatch(0, 5, {1, 2}, 2), &why));

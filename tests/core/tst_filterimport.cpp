@@ -144,6 +144,17 @@ private slots:
         QVERIFY(back.skipped.isEmpty());
         eq.bands.removeLast(); // the bypassed band is written OFF, which readers pass over
         QVERIFY(sameBands(back.bands, eq.bands));
+
+        // Applied to a block, the file's bands are the whole correction: the rest are bypassed, values kept.
+        DspEq block;
+        for (int i = 0; i < 7; ++i)
+            block.bands.append(band(0, 100.0 * (i + 1), 5.0f, 2.0));
+        block.bands[0].bypass = true;
+        const DspEq applied = ParametricEqText::applied(block, back.bands);
+        QCOMPARE(applied.bands.size(), 7);
+        QVERIFY(sameBands(applied.bands.mid(0, 6), eq.bands));
+        QVERIFY(applied.bands[6].bypass);
+        QCOMPARE(applied.bands[6].freq0, 700.0);
     }
 
     void wavSampleFormats_data()

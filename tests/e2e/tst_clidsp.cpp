@@ -64,6 +64,7 @@ private slots:
     void matrixCells();
     void responseCurves();
     void firDesign();
+    void eqTextInAndOut();
 
 private:
     Simulator m_sim;
@@ -102,6 +103,8 @@ void TestCliDsp::badArguments_data()
     // Bad JSON given to the commands that need no device.
     QTest::newRow("chain not JSON") << QStringList{"response", "[{"} << "CHAIN is not JSON";
     QTest::newRow("chain member") << QStringList{"response", "[{\"type\":\"4\"}]"} << "CHAIN: ";
+    QTest::newRow("eq file") << QStringList{"eq-import", d, "in", "2", "/nonexistent/room.txt"}
+                             << "cannot read /nonexistent/room.txt";
     QTest::newRow("fir custom") << QStringList{"fir-design", "{\"firType\":\"3\",\"maxTaps\":\"2\",\"arr\":[1,2,3]}"}
                                 << "OBJ: Fir taps must less then 2";
 }
@@ -275,6 +278,28 @@ void TestCliDsp::firDesign()
     r = cli({"dsp", "fir-design", R"({"firType":"2","taps":"127","freq0":"1000","freq1":"1000"})"});
     QVERIFY2(r.code == 0, r.err.constData());
     QCOMPARE(QJsonDocument::fromJson(r.out).object().value("freq1").toString(), QStringLiteral("1000.1"));
+}
+
+void TestCliDsp::eqTextInAndOut()
+{
+    QTemporaryFile file;
+    QVERIFY(file.open());
+    file.write("Preamp: -4 dB\nFilter 1: ON PK Fc 120 Hz Gain -3,5 dB Q 1.41421356\nFilter 2: ON HP Fc 30 Hz\n"
+               "Filter 3: ON HS Fc 8 kHz Gain 2 dB\n");
+    file.close();
+    CliRun r = cli({"dsp", "eq-import", kDevice, "in", "2", file.fileName()});
+    QVERIFY2(r.code == 0, r.err.constData());
+    QVERIFY2(r.out.startsWith("skipped: Line 3: filter type HP is not supported\nin 2: 2 bands imported"), r.out.constData());
+
+    // Read back from the device: the file's bands first, the rest bypassed.
+    r = cli({"dsp", "eq-export", kDevice, "in", "2"});
+    QVERIFY2(r.code == 0, r.err.constData());
+    const QList<QByteArray> lines = r.out.trimmed().split('\n');
+    QVERIFY(lines.size() >= 3);
+    QVERIFY2(lines[0].startsWith("Filter 1: ON PK Fc 120.0 Hz Gain -3.5 dB Q 1.41"), lines[0].constData());
+    QCOMPARE(lines[1].trimmed(), QByteArray("Filter 2: ON HS Fc 8000.0 Hz Gain 2.0 dB")); // written with CRLF
+    for (int i = 2; i < lines.size(); ++i)
+        QVERIFY2(lines[i].contains(": OFF "), lines[i].constData());
 }
 
 QTEST_GUILESS_MAIN(TestCliDsp)

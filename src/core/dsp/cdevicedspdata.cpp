@@ -165,6 +165,30 @@ QString CDeviceDspData::blockFlag(const DspBlockAddress &at) const
     return QLatin1String(side) + QString::number(at.portIndex) + QLatin1Char('_') + QString::number(at.procIndex);
 }
 
+bool CDeviceDspData::applyEqBand(DspBlock *b, const QJsonObject &request, QString *why)
+{
+    int band = -1;
+    if (!intMember(request, "eqIndex", &band, why))
+        return false;
+    DspEq *eq = b->as<DspEq>();
+    if (!eq || band < 0 || band >= eq->bands.size()) {
+        *why = tx(Tx::DspNoSuchSideChannel).arg(tx(Tx::DspKindEqBand) + QLatin1Char(' ') + QString::number(band + 1));
+        return false;
+    }
+    if (request.value(QLatin1String("ops")).toString() == QLatin1String("setBorderEqBypass"))
+        return flagMember(request, "val", &eq->bands[band].bypass, why);
+    const QJsonValue obj = request.value(QLatin1String("obj"));
+    if (!obj.isObject()) {
+        *why = tx(Tx::DspParamsNotObject);
+        return false;
+    }
+    // The band goes through the block's own reader, so its checks and rounding are the same as for a whole block.
+    QJsonArray bands;
+    for (int i = 0; i < eq->bands.size(); ++i)
+        bands.append(i == band ? obj : QJsonValue(QJsonObject()));
+    return DspCodec::mergeBlockObj(b, QJsonObject{{QStringLiteral("eqArr"), bands}}, why, true);
+}
+
 bool CDeviceDspData::apply(const QString &request, QString *why)
 {
     const QByteArray text = request.toUtf8();
@@ -230,7 +254,8 @@ bool CDeviceDspData::apply(const QJsonObject &request, QString *why)
     if (!intMember(request, "portIndex", &at.portIndex, e))
         return false;
 
-    if (ops == QLatin1String("setBorderProc") || ops == QLatin1String("setBorderProcBypass")) {
+    if (ops == QLatin1String("setBorderProc") || ops == QLatin1String("setBorderProcBypass")
+        || ops == QLatin1String("setBorderEq") || ops == QLatin1String("setBorderEqBypass")) {
         if (!intMember(request, "procIndex", &at.procIndex, e))
             return false;
         DspBlock *b = block(at);
@@ -240,6 +265,8 @@ bool CDeviceDspData::apply(const QJsonObject &request, QString *why)
         }
         if (ops == QLatin1String("setBorderProcBypass"))
             return flagMember(request, "val", &b->bypass, e);
+        if (ops.startsWith(QLatin1String("setBorderEq")))
+            return applyEqBand(b, request, e);
         const QJsonValue obj = request.value(QLatin1String("obj"));
         if (!obj.isObject()) {
             *e = tx(Tx::DspParamsNotObject);

@@ -66,13 +66,14 @@ public:
     QString blockFlag(const DspBlockAddress &at) const;
 
     /// Brings the document in step with a request the device has accepted ("setBorderProc",
-    /// "setBorderProcBypass", "setBorderProcGroupIdBatch", "setNodeData", "setGain", "setMute", "setInverse",
+    /// "setBorderProcBypass", "setBorderEq", "setBorderEqBypass", "setBorderProcGroupIdBatch", "setNodeData", "setGain", "setMute", "setInverse",
     /// "setGroupId"). False, with a catalogue text in *why and the document unchanged, when the request does
     /// not fit the document.
     bool apply(const QJsonObject &request, QString *why = nullptr);
     bool apply(const QString &request, QString *why = nullptr);
 
 private:
+    bool applyEqBand(DspBlock *block, const QJsonObject &request, QString *why);
     LoadResult take(const QJsonObject &config);
     static LoadResult logged(const LoadResult &r);
 };

@@ -225,3 +225,21 @@ QByteArray write(const DspEq &eq)
 }
 
 } // namespace ParametricEqText
+
+DspEq ParametricEqText::applied(const DspEq &eq, const QVector<DspEqBand> &bands)
+{
+    DspEq out = eq;
+    for (int i = 0; i < out.bands.size(); ++i) {
+        DspEqBand &b = out.bands[i];
+        if (i >= bands.size()) {
+            b.bypass = true;
+            continue;
+        }
+        b.type = bands[i].type;
+        b.freq0 = bands[i].freq0;
+        b.dbGain = bands[i].dbGain;
+        b.qBwS = bands[i].qBwS;
+        b.bypass = false;
+    }
+    return out;
+}

@@ -48,6 +48,10 @@ struct Result
 /// empty "None" slots, "Preamp" and every other line are passed over without a word.
 Result parse(const QByteArray &text, int bandCount);
 
+/// The block with the imported bands in its first bands, each active, and its other bands bypassed with their
+/// values kept: the file is the whole correction, and bypassed bands cost nothing to bring back.
+DspEq applied(const DspEq &eq, const QVector<DspEqBand> &bands);
+
 /// Every band of the block, one line each, numbered from 1; a bypassed band is written OFF. Shelves carry no
 /// width (the block's slope is fixed); all-pass bands are written "AP" with their Q.
 QByteArray write(const DspEq &eq);
