@@ -333,6 +333,19 @@ private slots:
         QVERIFY(std::isinf(v.at(1)) && v.at(1) < 0);
         QCOMPARE(cpu.count(), 0);
         QVERIFY(c->msSinceLastMessage() >= 0);
+
+        // Above 90% reported load a block may be bypassed but not taken out of bypass.
+        auto load = [this](int percent) {
+            c->handleUdpReply(QStringLiteral("{\"devId\":\"DEV-1\",\"ops\":\"getCpuUsage\",\"result\":\"succ\","
+                                             "\"uiTag\":\"dspUiTag\",\"val\":\"%1\"}").arg(percent));
+        };
+        const quint64 id = c->blockId(DspSide::In, 1, 3);
+        load(91);
+        QCOMPARE(c->setBypass(id, false), tx(Tx::DspCpuUpLimit));
+        QVERIFY(sink.tcp.isEmpty());
+        load(90);
+        QVERIFY(c->setBypass(id, false).isEmpty());
+        QCOMPARE(sink.tcp.size(), 1);
     }
 };
 
