@@ -9,7 +9,7 @@
 #include "gui/dsp/cbasechannel.h"
 #include "gui/dsp/cbaseitem.h"
 #include "gui/dsp/devdspdialog.h"
-#include "gui/dsp/dspblockparamsview.h"
+#include "gui/dsp/blocks/dspblockparamsview.h"
 #include "gui/dsp/dspdiagramform.h"
 #include "../support/dspdocgen.h"
 

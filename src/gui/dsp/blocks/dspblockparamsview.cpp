@@ -1,4 +1,4 @@
-#include "gui/dsp/dspblockparamsview.h"
+#include "gui/dsp/blocks/dspblockparamsview.h"
 
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"

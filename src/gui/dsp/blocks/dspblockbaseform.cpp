@@ -1,4 +1,4 @@
-#include "gui/dsp/dspblockbaseform.h"
+#include "gui/dsp/blocks/dspblockbaseform.h"
 
 #include "core/app/texts.h"
 #include "core/dsp/dspcontroller.h"

@@ -1,4 +1,4 @@
-#include "gui/dsp/dspresponsechart.h"
+#include "gui/dsp/blocks/dspresponsechart.h"
 
 #include "core/app/scalefactors.h"
 #include "core/dsp/filters/eqcurve.h"

@@ -1,8 +1,8 @@
-#include "gui/dsp/dspblockeditors.h"
+#include "gui/dsp/blocks/dspblockeditors.h"
 
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dspkinds.h"
-#include "gui/dsp/dspblockparamsview.h"
+#include "gui/dsp/blocks/dspblockparamsview.h"
 
 FramelessDialog *DspBlockEditors::create(DspController *controller, quint64 uid, const QString &title,
                                          QWidget *parent)
