@@ -49,7 +49,7 @@ void DspBlockBaseForm::watch(quint64 uid)
 
 QPushButton *DspBlockBaseForm::addBypassButton(QBoxLayout *layout)
 {
-    m_bypass = new QPushButton(tx(Tx::DspBypassMark), this);
+    m_bypass = new QPushButton(tx(Tx::DspEditorBypass), this);
     m_bypass->setObjectName(QStringLiteral("pb_bypass"));
     m_bypass->setCheckable(true);
     layout->addWidget(m_bypass);
