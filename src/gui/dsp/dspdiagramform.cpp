@@ -391,7 +391,8 @@ QWidget *DspDiagramForm::openBlockEditor(quint64 uid)
         open->activateWindow();
         return open;
     }
-    FramelessDialog *view = DspBlockEditors::create(m_controller, uid, blockTitle(place->side, place->channel, uid), this);
+    FramelessDialog *view = DspBlockEditors::create(m_controller, uid, blockTitle(place->side, place->channel, uid),
+                                                    m_nameOf, this);
     m_views.insert(uid, view);
     m_viewTags.insert(uid, m_controller->blockFlag(uid));
     view->show();

@@ -115,7 +115,7 @@ const QVector<DspParam> &DspParams::of(DspKind kind)
         mode.max = 2;
         return QVector<DspParam>{
             mode, number("freq", "ds_freq", "slider_freq", Tx::DspParamFrequency, Tx::DspUnitHz, 20, 20000, 1, 0),
-            number("gainDb", "ds_volume", "slider_volume", Tx::DspParamVolume, Tx::DspUnitDbfs, -60, 0, 0.1, 1, 10, 600)};
+            number("gainDb", "ds_volume", "slider_volume", Tx::DspParamGenVolume, Tx::DspUnitDbfs, -60, 0, 0.1, 1, 10, 600)};
     }();
     // A shift of a few hertz breaks up feedback loops; beyond ten the pitch change is heard on music.
     static const QVector<DspParam> feedback{number("freqShift", "ds_freqshift", "slider_freqshift",

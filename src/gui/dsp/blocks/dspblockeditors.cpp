@@ -1,17 +1,27 @@
 #include "gui/dsp/blocks/dspblockeditors.h"
 
 #include "core/dsp/dspcontroller.h"
-#include "core/dsp/dspkinds.h"
 #include "gui/dsp/blocks/dspblockparamsview.h"
+#include "gui/dsp/blocks/dspdelayblockform.h"
+#include "gui/dsp/blocks/dspdynamicsform.h"
+#include "gui/dsp/blocks/dspsimpleforms.h"
 
 FramelessDialog *DspBlockEditors::create(DspController *controller, quint64 uid, const QString &title,
-                                         QWidget *parent)
+                                         const std::function<QString(DspSide, int)> &names, QWidget *parent)
 {
     const DspBlock *block = controller->block(uid);
     if (!block)
         return nullptr;
-    switch (DspKinds::of(*block).value_or(DspKind::Ducker)) {
-    default:
-        return new DspBlockParamsView(controller, uid, title, parent);
+    switch (DspKinds::of(*block).value_or(DspKind::Eq)) {
+    case DspKind::Compress: return new DspCompressForm(controller, uid, title, names, parent);
+    case DspKind::Expand: return new DspExpandForm(controller, uid, title, names, parent);
+    case DspKind::Limit: return new DspLimitForm(controller, uid, title, names, parent);
+    case DspKind::NoiseGate: return new DspNoisegateForm(controller, uid, title, names, parent);
+    case DspKind::Delay: return new DspDelayBlockForm(controller, uid, title, parent);
+    case DspKind::SignalGen: return new DspSignalGenForm(controller, uid, title, names, parent);
+    case DspKind::Fbe: return new DspFbeForm(controller, uid, title, names, parent);
+    case DspKind::Ducker: return new DspDuckerForm(controller, uid, title, names, parent);
+    case DspKind::Aec: return new DspChAecForm(controller, uid, title, names, parent);
+    default: return new DspBlockParamsView(controller, uid, title, parent);
     }
 }

@@ -1,6 +1,10 @@
 #pragma once
 
+#include "core/dsp/dspkinds.h"
+
 #include <QString>
+
+#include <functional>
 
 class DspController;
 class FramelessDialog;
@@ -9,7 +13,9 @@ class QWidget;
 namespace DspBlockEditors {
 
 /// The editor of a block by its kind, not yet shown; the read-only parameter view for a kind without an
-/// editor of its own. Null when the block is gone.
-FramelessDialog *create(DspController *controller, quint64 uid, const QString &title, QWidget *parent);
+/// editor of its own. Null when the block is gone. names gives the channels' names for the members that pick
+/// a channel.
+FramelessDialog *create(DspController *controller, quint64 uid, const QString &title,
+                        const std::function<QString(DspSide, int)> &names, QWidget *parent);
 
 } // namespace DspBlockEditors

@@ -3,6 +3,7 @@
 #include "core/app/scalefactors.h"
 #include "core/dsp/filters/eqcurve.h"
 
+#include <QGraphicsLayout>
 #include <QtCharts/QCategoryAxis>
 #include <QtCharts/QLineSeries>
 #include <QtCharts/QSplineSeries>
@@ -36,13 +37,8 @@ DspResponseChart::DspResponseChart(QWidget *parent)
     , m_levelAxis(new QCategoryAxis)
 {
     setObjectName(QStringLiteral("DspResponseChart"));
-    setRenderHint(QPainter::Antialiasing);
+    applyStyle(this);
     QChart *c = chart();
-    c->legend()->hide();
-    c->setBackgroundBrush(kBackground);
-    c->setBackgroundRoundness(0);
-    c->setMargins(QMargins(0, 0, 0, 0));
-    c->setAnimationOptions(QChart::NoAnimation);
 
     m_freqAxis->setRange(std::log10(EqCurve::kAxisLowHz), std::log10(EqCurve::kAxisHighHz));
     static const struct
@@ -57,6 +53,20 @@ DspResponseChart::DspResponseChart(QWidget *parent)
     styleAxis(m_levelAxis);
     c->addAxis(m_freqAxis, Qt::AlignBottom);
     c->addAxis(m_levelAxis, Qt::AlignLeft);
+}
+
+void DspResponseChart::applyStyle(QChartView *view)
+{
+    view->setRenderHint(QPainter::Antialiasing);
+    view->setBackgroundBrush(kBackground);
+    view->setFrameShape(QFrame::NoFrame);
+    QChart *c = view->chart();
+    c->legend()->hide();
+    c->setBackgroundBrush(kBackground);
+    c->setBackgroundRoundness(0);
+    c->setMargins(QMargins(0, 0, 0, 0));
+    c->layout()->setContentsMargins(0, 0, 0, 0);
+    c->setAnimationOptions(QChart::NoAnimation);
 }
 
 void DspResponseChart::setLevelAxis(double min, double max, const QVector<QPair<double, QString>> &labels)

@@ -27,6 +27,9 @@ public:
     QtCharts::QXYSeries *addCurve(const QColor &color, bool spline = true, qreal width = 2.0);
     static void setPoints(QtCharts::QXYSeries *series, const QVector<QPointF> &points);
 
+    /// The dark face every chart of the editors has, edge to edge (no light frame around the plot).
+    static void applyStyle(QtCharts::QChartView *view);
+
     QtCharts::QCategoryAxis *frequencyAxis() const { return m_freqAxis; }
     QtCharts::QCategoryAxis *levelAxis() const { return m_levelAxis; }
 
