@@ -11,6 +11,7 @@
 #include "gui/dsp/devdspdialog.h"
 #include "gui/dsp/dspblockparamsview.h"
 #include "gui/dsp/dspdiagramform.h"
+#include "gui/dsp/dspeqhlpblockform.h"
 #include "../support/dspdocgen.h"
 
 #include <QApplication>
@@ -227,7 +228,7 @@ void TstDspDiagram::copyPasteAndDeleteBlocks()
 
     // Deleting a block closes its open view and leaves the rest of the row standing.
     click(DspSide::In, m_form->blockItem(hpf));
-    QPointer<DspBlockParamsView> view = m_form->findChild<DspBlockParamsView *>();
+    QPointer<DspEqHlpBlockForm> view = m_form->findChild<DspEqHlpBlockForm *>();
     QVERIFY(view && view->isVisible());
     QSignalSpy closed(m_form, &DspDiagramForm::signal_close);
     const quint64 lpf = uidAt(DspSide::In, 2, 6);

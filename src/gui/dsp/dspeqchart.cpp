@@ -39,6 +39,9 @@ DspEqChart::DspEqChart(QWidget *parent)
     : DspResponseChart(parent)
 {
     setObjectName(QStringLiteral("eq_chart"));
+    // The fixed plot area leaves the chart's own background unsized; the view paints it instead.
+    setBackgroundBrush(chart()->backgroundBrush());
+    setFrameShape(QFrame::NoFrame);
     const double s = newAdjScale;
     setFixedSize(int(std::ceil((kOriginX + kPlotLeft + kPlotWidth + 16) * s)),
                  int(std::ceil((kOriginY + designedY(kBottomDb) + 30) * s)));
@@ -72,6 +75,7 @@ void DspEqChart::setPhaseAxis(bool phase)
             labels.append({db * 10.0, (db > 0 ? QStringLiteral("+%1dB") : QStringLiteral("%1dB")).arg(db)});
         setLevelAxis(kBottomDb * 10.0, kTopDb * 10.0, labels);
     }
+    placePlotArea();
     placeItems();
 }
 
@@ -136,6 +140,9 @@ void DspEqChart::placePlotArea()
 {
     const double s = newAdjScale;
     const double top = designedY(kTopDb);
+    // The chart lays its axes out again only when the fixed area itself changes, so new axis labels would
+    // leave the grid where an automatic layout put it while the curves follow the fixed area.
+    chart()->setPlotArea(QRectF());
     chart()->setPlotArea(QRectF((kOriginX + kPlotLeft) * s, (kOriginY + top) * s, kPlotWidth * s,
                                 (designedY(kBottomDb) - top) * s));
 }
@@ -143,6 +150,7 @@ void DspEqChart::placePlotArea()
 void DspEqChart::placeItems()
 {
     const double s = newAdjScale;
+
     for (int i = 0; i < m_dots.size(); ++i) {
         m_dots[i]->setPos(markerPos(i));
         m_dots[i]->setBrush(m_markers[i].active ? kMarker : kMarkerOff);
@@ -161,7 +169,9 @@ void DspEqChart::placeItems()
         m_xover[i]->setLine(QLineF(x, top, x, bottom));
         // High-pass label left of its line, low-pass right, so two close corners stay readable.
         const double w = m_xoverText[i]->boundingRect().width();
-        m_xoverText[i]->setPos(i == 0 ? x - w - 3 * s : x + 3 * s, top + 2 * s);
+        const bool left = i == 0 ? x - w - 3 * s > (kOriginX + kPlotLeft) * s
+                                 : x + w + 3 * s > (kOriginX + kPlotLeft + kPlotWidth) * s;
+        m_xoverText[i]->setPos(left ? x - w - 3 * s : x + 3 * s, top + 2 * s);
     }
     if (m_dragBand >= 0 && m_dragBand < m_markers.size()) {
         const Marker &m = m_markers[m_dragBand];

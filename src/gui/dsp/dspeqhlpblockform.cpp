@@ -32,6 +32,7 @@ namespace {
 
 const QColor kEditorCurve(255, 196, 0);
 const QColor kChannelCurve(90, 200, 255);
+const QColor kChannelCurveBand(90, 200, 255, 110);
 const QColor kPhaseCurve(200, 120, 255);
 
 // The crossover slider runs over the chart's designed width, so a slider step is a chart pixel.
@@ -80,8 +81,9 @@ DspEqHlpBlockForm::DspEqHlpBlockForm(DspController *controller, quint64 uid, con
     QVBoxLayout *layout = contentLayout();
 
     m_chart = new DspEqChart(this);
-    // The whole channel goes under the editor's own curve, thinner, so the curve being edited stays on top.
-    m_channelCurve = m_chart->addCurve(kChannelCurve, true, 1.5);
+    // The whole channel is a wide translucent band under the editor's curve: where the two agree the curve
+    // glows, where other blocks of the channel change the sound the band parts from it.
+    m_channelCurve = m_chart->addCurve(kChannelCurveBand, true, 7.0);
     m_curve = m_chart->addCurve(kEditorCurve, true, 2.5);
     m_phaseCurve = m_chart->addCurve(kPhaseCurve, false, 2.0);
     layout->addWidget(m_chart, 0, Qt::AlignHCenter);
@@ -290,7 +292,8 @@ void DspEqHlpBlockForm::redraw()
     const DspBlock *lpp = m_xover[1].uid && lp.as<DspCrossover>() ? &lp : nullptr;
 
     const bool phase = m_phase->isChecked();
-    m_chart->setPhaseAxis(phase);
+    if (phase != m_chart->isPhaseAxis())
+        m_chart->setPhaseAxis(phase);
     m_curve->setVisible(!phase);
     m_channelCurve->setVisible(!phase);
     m_phaseCurve->setVisible(phase);
@@ -309,7 +312,7 @@ void DspEqHlpBlockForm::redraw()
         const double firRate = FirDesign::designRate(controller()->document().sampleRate);
         DspResponseChart::setPoints(m_channelCurve, chartPoints(ChannelCurve::wholeCurve(chain, firRate)));
         m_legend->setText(QStringLiteral("<span style='color:%1'>━ %2</span>&nbsp;&nbsp;&nbsp;"
-                                         "<span style='color:%3'>━ %4</span>")
+                                         "<span style='color:%3'>█ %4</span>")
                               .arg(kEditorCurve.name(), tx(Tx::EqCurveEditor).toHtmlEscaped(),
                                    kChannelCurve.name(), tx(Tx::EqCurveChannel).toHtmlEscaped()));
     }

@@ -7,6 +7,7 @@
 
 #include <QButtonGroup>
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
 #include <QSignalBlocker>
@@ -23,7 +24,7 @@ QDoubleSpinBox *spinBox(QWidget *parent, const char *name, double min, double ma
     box->setDecimals(decimals);
     box->setAlignment(Qt::AlignCenter);
     box->setButtonSymbols(QAbstractSpinBox::NoButtons);
-    box->setFixedWidth(scaled(84));
+    box->setFixedWidth(scaled(76));
     return box;
 }
 
@@ -53,38 +54,46 @@ DspEqSingleForm::DspEqSingleForm(int index, QWidget *parent)
     m_slider->setObjectName(QStringLiteral("eq_slider"));
     m_slider->setRange(0, EqMapping::kSliderMax);
     m_slider->setPageStep(10);
-    m_slider->setMinimumHeight(scaled(150));
+    m_slider->setMinimumHeight(scaled(110));
     layout->addWidget(m_slider, 1, Qt::AlignHCenter);
 
     m_freq = spinBox(this, "sp_freq", 19.7, 20200.0, 0.1, 1);
     m_gain = spinBox(this, "sp_gain", -24.0, 12.0, 0.1, 1);
     m_width = spinBox(this, "sp_width", 0.017, 4.75, 0.001, 3);
-    layout->addWidget(caption(this, tx(Tx::EqFreqHz)));
-    layout->addWidget(m_freq, 0, Qt::AlignHCenter);
-    layout->addWidget(caption(this, tx(Tx::EqGainDb)));
-    layout->addWidget(m_gain, 0, Qt::AlignHCenter);
-    layout->addWidget(caption(this, tx(Tx::EqWidth)));
-    layout->addWidget(m_width, 0, Qt::AlignHCenter);
+    // The shared style draws a disabled box like an enabled one; a shelf's unused width must look unused.
+    setStyleSheet(QStringLiteral("QDoubleSpinBox:disabled { color: #5c606b; }"));
+    auto *values = new QGridLayout;
+    values->setSpacing(scaled(3));
+    values->addWidget(caption(this, tx(Tx::EqFreqHz)), 0, 0);
+    values->addWidget(m_freq, 0, 1);
+    values->addWidget(caption(this, tx(Tx::EqGainDb)), 1, 0);
+    values->addWidget(m_gain, 1, 1);
+    values->addWidget(caption(this, tx(Tx::EqWidth)), 2, 0);
+    values->addWidget(m_width, 2, 1);
+    layout->addLayout(values);
 
     m_types = new QButtonGroup(this);
-    auto *types = new QGridLayout;
+    auto *types = new QHBoxLayout;
     types->setSpacing(scaled(2));
-    types->addWidget(typeButton("pb_peq", tx(Tx::EqTypePeq), 0), 0, 0);
-    types->addWidget(typeButton("pb_ls", tx(Tx::EqTypeLs), 1), 0, 1);
-    types->addWidget(typeButton("pb_hs", tx(Tx::EqTypeHs), 2), 1, 0);
-    types->addWidget(typeButton("pb_apf", tx(Tx::EqTypeApf), 7), 1, 1);
+    types->addWidget(typeButton("pb_peq", tx(Tx::EqTypePeq), 0));
+    types->addWidget(typeButton("pb_ls", tx(Tx::EqTypeLs), 1));
+    types->addWidget(typeButton("pb_hs", tx(Tx::EqTypeHs), 2));
+    types->addWidget(typeButton("pb_apf", tx(Tx::EqTypeApf), 7));
     m_types->button(1)->setToolTip(tx(Tx::EqTipLowShelf));
     m_types->button(2)->setToolTip(tx(Tx::EqTipHighShelf));
     m_types->button(7)->setToolTip(tx(Tx::EqTipAllPass));
     layout->addLayout(types);
 
+    auto *last = new QHBoxLayout;
+    last->setSpacing(scaled(2));
     auto *zero = new QPushButton(tx(Tx::EqZeroDb), this);
     zero->setObjectName(QStringLiteral("pb_0dB"));
-    layout->addWidget(zero);
+    last->addWidget(zero);
     m_bypass = new QPushButton(tx(Tx::DspBypassMark), this);
     m_bypass->setObjectName(QStringLiteral("pb_bypass"));
     m_bypass->setCheckable(true);
-    layout->addWidget(m_bypass);
+    last->addWidget(m_bypass);
+    layout->addLayout(last);
 
     connect(m_slider, &QSlider::valueChanged, this, [this](int position) {
         const double db = EqMapping::gainFromSlider(position);
@@ -140,7 +149,9 @@ QPushButton *DspEqSingleForm::typeButton(const char *name, const QString &text, 
     auto *b = new QPushButton(text, this);
     b->setObjectName(QLatin1String(name));
     b->setCheckable(true);
-    b->setMinimumWidth(scaled(38));
+    b->setMinimumWidth(scaled(30));
+    // Four to a row: the shared padding would leave no room for the text.
+    b->setStyleSheet(QStringLiteral("padding: %1px 0px;").arg(scaled(4)));
     m_types->addButton(b, type);
     return b;
 }
