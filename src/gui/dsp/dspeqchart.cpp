@@ -143,8 +143,8 @@ void DspEqChart::placePlotArea()
     // The chart lays its axes out again only when the fixed area itself changes, so new axis labels would
     // leave the grid where an automatic layout put it while the curves follow the fixed area.
     chart()->setPlotArea(QRectF());
-    chart()->setPlotArea(QRectF((kOriginX + kPlotLeft) * s, (kOriginY + top) * s, kPlotWidth * s,
-                                (designedY(kBottomDb) - top) * s));
+    chart()->setPlotArea(
+        QRectF((kOriginX + kPlotLeft) * s, (kOriginY + top) * s, kPlotWidth * s, (designedY(kBottomDb) - top) * s));
 }
 
 void DspEqChart::placeItems()

@@ -73,8 +73,7 @@ void DspEqHlpBlockForm::setFilePicker(FilePicker picker)
     s_picker = std::move(picker);
 }
 
-DspEqHlpBlockForm::DspEqHlpBlockForm(DspController *controller, quint64 uid, const QString &title,
-                                     QWidget *parent)
+DspEqHlpBlockForm::DspEqHlpBlockForm(DspController *controller, quint64 uid, const QString &title, QWidget *parent)
     : DspBlockBaseForm(controller, uid, title, parent)
 {
     setObjectName(QStringLiteral("DspEqHlpBlockForm"));
@@ -313,8 +312,8 @@ void DspEqHlpBlockForm::redraw()
         DspResponseChart::setPoints(m_channelCurve, chartPoints(ChannelCurve::wholeCurve(chain, firRate)));
         m_legend->setText(QStringLiteral("<span style='color:%1'>━ %2</span>&nbsp;&nbsp;&nbsp;"
                                          "<span style='color:%3'>█ %4</span>")
-                              .arg(kEditorCurve.name(), tx(Tx::EqCurveEditor).toHtmlEscaped(),
-                                   kChannelCurve.name(), tx(Tx::EqCurveChannel).toHtmlEscaped()));
+                              .arg(kEditorCurve.name(), tx(Tx::EqCurveEditor).toHtmlEscaped(), kChannelCurve.name(),
+                                   tx(Tx::EqCurveChannel).toHtmlEscaped()));
     }
 
     QVector<DspEqChart::Marker> markers;
@@ -422,10 +421,12 @@ void DspEqHlpBlockForm::importText()
     for (const ParametricEqText::Skipped &s : r.skipped)
         skipped.append(s.message());
     if (!r.ok()) {
-        NoticeBox::notice(this, skipped.isEmpty() ? r.message() : r.message() + QStringLiteral("\n\n") + skipped.join('\n'));
+        NoticeBox::notice(this,
+                          skipped.isEmpty() ? r.message() : r.message() + QStringLiteral("\n\n") + skipped.join('\n'));
         return;
     }
-    if (!skipped.isEmpty() && !NoticeBox::confirm(this, tx(Tx::EqImportSkipped).arg(skipped.join('\n')).arg(r.bands.size())))
+    if (!skipped.isEmpty() &&
+        !NoticeBox::confirm(this, tx(Tx::EqImportSkipped).arg(skipped.join('\n')).arg(r.bands.size())))
         return;
     // The file is the whole equaliser: its filters take the first bands, the bands left over are bypassed so
     // the curve is the file's. Members this program does not know stay with their band.
