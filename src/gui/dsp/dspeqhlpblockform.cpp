@@ -57,6 +57,12 @@ QVector<QPointF> chartPoints(const QVector<ChannelCurve::Point> &curve)
     return points;
 }
 
+void setQuietlyChecked(QPushButton *b, bool on)
+{
+    const QSignalBlocker blocker(b);
+    b->setChecked(on);
+}
+
 // Enter commits a spin box; in a dialog it would also press the default button and bypass a block.
 void noDefaultButtons(QWidget *parent)
 {
@@ -260,12 +266,11 @@ void DspEqHlpBlockForm::refresh()
         m_strips[i]->setBand(bands->bands[i]);
     m_stripBox->setVisible(count > 0);
     m_noEq->setVisible(!bands);
-    for (QPushButton *b : {m_allBypass, m_allZero, m_import, m_export})
+    for (QPushButton *b : {m_allBypass, m_allZero, m_phase, m_import, m_export})
         b->setEnabled(bands);
-    {
-        const QSignalBlocker blocker(m_allBypass);
-        m_allBypass->setChecked(bands && eq.bypass);
-    }
+    if (!bands)
+        setQuietlyChecked(m_phase, false);
+    setQuietlyChecked(m_allBypass, bands && eq.bypass);
 
     for (XoverRow &x : m_xover) {
         const DspBlock block = shownOf(x.uid);

@@ -24,7 +24,7 @@ QDoubleSpinBox *spinBox(QWidget *parent, const char *name, double min, double ma
     box->setDecimals(decimals);
     box->setAlignment(Qt::AlignCenter);
     box->setButtonSymbols(QAbstractSpinBox::NoButtons);
-    box->setFixedWidth(scaled(76));
+    box->setFixedWidth(scaled(84)); // room for "20200.0"
     return box;
 }
 
