@@ -4,6 +4,7 @@
 #include "gui/dsp/blocks/dspblockparamsview.h"
 #include "gui/dsp/blocks/dspdelayblockform.h"
 #include "gui/dsp/blocks/dspdynamicsform.h"
+#include "gui/dsp/blocks/dspeqhlpblockform.h"
 #include "gui/dsp/blocks/dspsimpleforms.h"
 
 FramelessDialog *DspBlockEditors::create(DspController *controller, quint64 uid, const QString &title,
@@ -12,7 +13,13 @@ FramelessDialog *DspBlockEditors::create(DspController *controller, quint64 uid,
     const DspBlock *block = controller->block(uid);
     if (!block)
         return nullptr;
-    switch (DspKinds::of(*block).value_or(DspKind::Eq)) {
+    const std::optional<DspKind> kind = DspKinds::of(*block);
+    if (!kind) // a block type this program does not know: its members as they are
+        return new DspBlockParamsView(controller, uid, title, parent);
+    switch (*kind) {
+    case DspKind::Eq:
+    case DspKind::Hpf:
+    case DspKind::Lpf: return new DspEqHlpBlockForm(controller, uid, title, parent);
     case DspKind::Compress: return new DspCompressForm(controller, uid, title, names, parent);
     case DspKind::Expand: return new DspExpandForm(controller, uid, title, names, parent);
     case DspKind::Limit: return new DspLimitForm(controller, uid, title, names, parent);
@@ -22,6 +29,7 @@ FramelessDialog *DspBlockEditors::create(DspController *controller, quint64 uid,
     case DspKind::Fbe: return new DspFbeForm(controller, uid, title, names, parent);
     case DspKind::Ducker: return new DspDuckerForm(controller, uid, title, names, parent);
     case DspKind::Aec: return new DspChAecForm(controller, uid, title, names, parent);
-    default: return new DspBlockParamsView(controller, uid, title, parent);
+    case DspKind::Fir: break;
     }
+    return new DspBlockParamsView(controller, uid, title, parent);
 }
