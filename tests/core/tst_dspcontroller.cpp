@@ -10,13 +10,6 @@
 
 namespace {
 
-QString succ(const QString &request, bool ok = true)
-{
-    QJsonObject o = QJsonDocument::fromJson(request.toUtf8()).object();
-    o.insert(QStringLiteral("result"), ok ? QStringLiteral("succ") : QStringLiteral("fail"));
-    return QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact));
-}
-
 double delayOf(const DspController &c, quint64 id)
 {
     return c.block(id)->as<DspDelay>()->delayNum;
@@ -42,7 +35,7 @@ class TstDspController : public QObject
     void answer(bool ok = true)
     {
         QVERIFY(!sink.tcp.isEmpty());
-        c->handleTcpReply(succ(sink.tcp.last(), ok));
+        c->handleTcpReply(DspDocs::answer(sink.tcp.last(), ok));
     }
 
 private slots:
@@ -202,7 +195,7 @@ private slots:
         answer();
         QVERIFY(!c->block(id));
         QVERIFY(c->isIdle());
-        c->handleTcpReply(succ(sink.tcp.last()));
+        c->handleTcpReply(DspDocs::answer(sink.tcp.last()));
     }
 
     void identitySurvivesAndUndoRestoresTheChain()

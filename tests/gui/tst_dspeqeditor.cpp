@@ -75,11 +75,7 @@ private:
     }
     void answer(const QJsonObject &r)
     {
-        QJsonObject reply{{"ops", r.value("ops")}, {"uiTag", "dspUiTag"}, {"result", "succ"}};
-        for (const char *echo : {"blockFlag", "val"})
-            if (r.contains(echo))
-                reply.insert(echo, r.value(echo));
-        m_ctl->handleTcpReply(QString::fromUtf8(QJsonDocument(reply).toJson(QJsonDocument::Compact)));
+        m_ctl->handleTcpReply(DspDocs::answer(QString::fromUtf8(QJsonDocument(r).toJson(QJsonDocument::Compact))));
     }
     DspEqBand shownBand(int i) const { return m_ctl->shownBlock(m_form->eqUid()).as<DspEq>()->bands[i]; }
 

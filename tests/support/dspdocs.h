@@ -5,6 +5,8 @@
 #include "core/dsp/dspsink.h"
 
 #include <QByteArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QStringList>
 
 /// Configurations built from the program's own records, for tests of what the DSP window decides.
@@ -42,6 +44,14 @@ inline QString reply(const CDeviceDspData &doc)
 {
     return QString::fromUtf8("{\"config\":" + doc.toJson() +
                              ",\"ops\":\"getConfig\",\"result\":\"succ\",\"uiTag\":\"dspUiTag\"}");
+}
+
+/// The device's answer to a request: the request itself with its result, as the device echoes it.
+inline QString answer(const QString &request, bool ok = true)
+{
+    QJsonObject o = QJsonDocument::fromJson(request.toUtf8()).object();
+    o.insert(QStringLiteral("result"), ok ? QStringLiteral("succ") : QStringLiteral("fail"));
+    return QString::fromUtf8(QJsonDocument(o).toJson(QJsonDocument::Compact));
 }
 
 /// Keeps what the controller would send.
