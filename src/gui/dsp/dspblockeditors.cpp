@@ -3,6 +3,7 @@
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dspkinds.h"
 #include "gui/dsp/dspblockparamsview.h"
+#include "gui/dsp/dspfirform.h"
 
 FramelessDialog *DspBlockEditors::create(DspController *controller, quint64 uid, const QString &title,
                                          QWidget *parent)
@@ -11,6 +12,8 @@ FramelessDialog *DspBlockEditors::create(DspController *controller, quint64 uid,
     if (!block)
         return nullptr;
     switch (DspKinds::of(*block).value_or(DspKind::Ducker)) {
+    case DspKind::Fir:
+        return new DspFirForm(controller, uid, title, parent);
     default:
         return new DspBlockParamsView(controller, uid, title, parent);
     }
