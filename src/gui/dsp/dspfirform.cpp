@@ -25,6 +25,7 @@
 #include <QStandardItemModel>
 #include <QTextBrowser>
 #include <QVBoxLayout>
+#include <QGraphicsLayout>
 #include <QtCharts/QXYSeries>
 
 #include <cmath>
@@ -167,13 +168,22 @@ void DspFirForm::build()
     m_export = new QPushButton(this);
     m_export->setObjectName(QStringLiteral("pb_export_csv"));
     m_export->setAutoDefault(false);
+    m_emptyNote = new QLabel(this);
+    m_emptyNote->setObjectName(QStringLiteral("lab_nocoefficients"));
     chartRow->addWidget(m_rateNote);
+    chartRow->addSpacing(scaled(16));
+    chartRow->addWidget(m_emptyNote);
     chartRow->addStretch(1);
     chartRow->addWidget(m_export);
     contentLayout()->addLayout(chartRow);
 
     m_chart = new DspResponseChart(this);
     m_chart->setMinimumSize(scaled(760), scaled(300));
+    // Room for the "+6dB" label at the top edge and "20KHz" at the right one.
+    m_chart->chart()->setMargins(QMargins(scaled(4), scaled(10), scaled(18), 0));
+    // No light frame of the view around the dark chart.
+    m_chart->chart()->layout()->setContentsMargins(0, 0, 0, 0);
+    m_chart->setBackgroundBrush(m_chart->chart()->backgroundBrush());
     QVector<QPair<double, QString>> levels;
     for (int db = -90; db <= 0; db += 10)
         levels.append({db * 10.0, QStringLiteral("%1dB").arg(db)});
@@ -228,6 +238,15 @@ void DspFirForm::build()
     connect(m_import, &QPushButton::clicked, this, &DspFirForm::importCoefficients);
     connect(m_export, &QPushButton::clicked, this, &DspFirForm::exportCurve);
 
+    // The shared style has no disabled look for these; a control that does not apply must look it.
+    setStyleSheet(QStringLiteral(
+        "QLabel:disabled, QDoubleSpinBox:disabled, QComboBox:disabled { color: rgb(96, 98, 106); }"
+        "QDoubleSpinBox:disabled, QComboBox:disabled { background-color: rgb(38, 39, 45); border-color: rgb(44, 46, 52); }"
+        "QSlider::sub-page:horizontal:disabled { background: rgb(70, 73, 84); }"
+        "QSlider::handle:horizontal:disabled { background: rgb(96, 98, 106); }"
+        "QTextBrowser { color: rgb(230, 232, 238); background-color: rgb(26, 27, 31); border: 1px solid rgb(60, 63, 72); }"
+        "QTextBrowser:disabled { color: rgb(96, 98, 106); background-color: rgb(38, 39, 45); }"
+        "QChartView { border: none; }"));
     resize(scaled(900), scaled(640));
 }
 
@@ -246,7 +265,7 @@ void DspFirForm::retranslate()
     m_import->setText(tx(Tx::FirImportButton));
     m_export->setText(tx(Tx::FirExportCurve));
     m_attDb->setToolTip(tx(Tx::FirAttenuationKaiserOnly));
-    m_importNote->clear();
+    m_importWarning.clear();
     refresh();
 }
 
@@ -325,6 +344,9 @@ void DspFirForm::refresh()
     const double rate = designRate();
     m_rateNote->setText(rate != FirDesign::kDefaultRate ? tx(Tx::FirDesignRate).arg(rate) : QString());
     m_rateNote->setVisible(rate != FirDesign::kDefaultRate);
+    // A block nobody designed yet has an empty array and no curve; say why the chart is empty.
+    m_emptyNote->setText(tx(Tx::FirNoCoefficients));
+    m_emptyNote->setVisible(fir.arr.isEmpty());
     redraw(fir);
     refreshBypassButton();
 }
@@ -345,6 +367,12 @@ void DspFirForm::updateEnabled(const DspFir &fir)
         w->setEnabled(upper);
     m_import->setEnabled(custom);
     m_custom->setEnabled(custom);
+    if (!custom)
+        m_importWarning.clear();
+    QString note = tx(Tx::FirImportedCount).arg(fir.arr.size());
+    if (!m_importWarning.isEmpty())
+        note += QStringLiteral("  —  ") + m_importWarning;
+    m_importNote->setText(note);
     m_importNote->setVisible(custom);
 }
 
@@ -422,13 +450,13 @@ void DspFirForm::importCoefficients()
             return showTips(r.message());
         values = r.values;
     }
+    // An impulse recorded at another rate plays at other frequencies; the operator may still want it.
+    const int rate = int(designRate());
+    m_importWarning = fileRate > 0 && fileRate != rate ? tx(Tx::FirWavRate).arg(fileRate).arg(rate) : QString();
     fir.firType = FirDesign::Custom;
     fir.arr = values;
     rebuild(fir);
-    // An impulse recorded at another rate plays at the wrong frequencies; the operator may still want it.
-    const int rate = int(designRate());
-    m_importNote->setText(fileRate > 0 && fileRate != rate ? tx(Tx::FirWavRate).arg(fileRate).arg(rate)
-                                                           : tx(Tx::FirImportedCount).arg(values.size()));
+    refresh();
 }
 
 void DspFirForm::exportCurve()

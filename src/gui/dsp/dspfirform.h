@@ -75,6 +75,7 @@ private:
     QLabel *m_lowerLabel = nullptr;
     QLabel *m_upperLabel = nullptr;
     QLabel *m_rateNote = nullptr;
+    QLabel *m_emptyNote = nullptr;
     QLabel *m_importNote = nullptr;
     DspResponseChart *m_chart = nullptr;
     QtCharts::QXYSeries *m_curve = nullptr;
@@ -87,5 +88,6 @@ private:
     QVector<double> m_listedArr;
     bool m_listed = false;
     QVector<QPointF> m_points;
-    int m_wavRate = 0;
+    /// A warning about the last impulse imported, shown beside the count until the block leaves Custom.
+    QString m_importWarning;
 };
