@@ -47,9 +47,9 @@ private:
         const QStringList sent = m_sink.tcp.filter(QStringLiteral("setBorderProc"));
         m_sink.tcp.clear();
         const QJsonObject request = QJsonDocument::fromJson(sent.value(0).toUtf8()).object();
-        m_ctl->handleTcpReply(QString::fromUtf8(QJsonDocument(QJsonObject{
-            {"ops", "setBorderProc"}, {"uiTag", "dspUiTag"}, {"result", "succ"},
-            {"blockFlag", request.value("blockFlag")}}).toJson(QJsonDocument::Compact)));
+        m_ctl->handleTcpReply(
+            QStringLiteral(R"({"ops":"setBorderProc","uiTag":"dspUiTag","result":"succ","blockFlag":"%1"})")
+                .arg(request.value("blockFlag").toString()));
         QStringList values{QStringLiteral("sent %1, then %2:").arg(sent.size()).arg(waiting ? 0 : m_sink.tcp.size())};
         for (const QString &n : names) {
             const QJsonValue v = request.value("obj")[n];

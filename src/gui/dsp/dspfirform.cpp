@@ -239,14 +239,16 @@ void DspFirForm::build()
     connect(m_export, &QPushButton::clicked, this, &DspFirForm::exportCurve);
 
     // The shared style has no disabled look for these; a control that does not apply must look it.
-    setStyleSheet(QStringLiteral(
-        "QLabel:disabled, QDoubleSpinBox:disabled, QComboBox:disabled { color: rgb(96, 98, 106); }"
-        "QDoubleSpinBox:disabled, QComboBox:disabled { background-color: rgb(38, 39, 45); border-color: rgb(44, 46, 52); }"
-        "QSlider::sub-page:horizontal:disabled { background: rgb(70, 73, 84); }"
-        "QSlider::handle:horizontal:disabled { background: rgb(96, 98, 106); }"
-        "QTextBrowser { color: rgb(230, 232, 238); background-color: rgb(26, 27, 31); border: 1px solid rgb(60, 63, 72); }"
-        "QTextBrowser:disabled { color: rgb(96, 98, 106); background-color: rgb(38, 39, 45); }"
-        "QChartView { border: none; }"));
+    setStyleSheet(
+        QStringLiteral("QLabel:disabled, QDoubleSpinBox:disabled, QComboBox:disabled { color: rgb(96, 98, 106); }"
+                       "QDoubleSpinBox:disabled, QComboBox:disabled { background-color: rgb(38, 39, 45); border-color: "
+                       "rgb(44, 46, 52); }"
+                       "QSlider::sub-page:horizontal:disabled { background: rgb(70, 73, 84); }"
+                       "QSlider::handle:horizontal:disabled { background: rgb(96, 98, 106); }"
+                       "QTextBrowser { color: rgb(230, 232, 238); background-color: rgb(26, 27, 31); border: 1px solid "
+                       "rgb(60, 63, 72); }"
+                       "QTextBrowser:disabled { color: rgb(96, 98, 106); background-color: rgb(38, 39, 45); }"
+                       "QChartView { border: none; }"));
     resize(scaled(900), scaled(640));
 }
 
@@ -312,33 +314,30 @@ void DspFirForm::refresh()
         setQuietly(slider, sliderPosition(spin->value()));
     };
     switch (fir.firType) {
-    case FirDesign::LowPass:
-        showEdge(m_upper, m_upperSlider, fir.freq0);
-        break;
-    case FirDesign::HighPass:
-        showEdge(m_lower, m_lowerSlider, fir.freq0);
-        break;
+    case FirDesign::LowPass: showEdge(m_upper, m_upperSlider, fir.freq0); break;
+    case FirDesign::HighPass: showEdge(m_lower, m_lowerSlider, fir.freq0); break;
     case FirDesign::BandPass:
         showEdge(m_lower, m_lowerSlider, fir.freq0);
         showEdge(m_upper, m_upperSlider, fir.freq1);
         break;
-    default:
-        break;
+    default: break;
     }
     updateEnabled(fir);
 
-    if (!m_listed || m_listedArr != fir.arr) {
+    // Only imported coefficients are listed, and only when they changed: thousands of lines written again on
+    // every answer would stall a drag.
+    if (fir.firType != FirDesign::Custom) {
+        if (m_listed)
+            m_custom->clear();
+        m_listed = false;
+    } else if (!m_listed || m_listedArr != fir.arr) {
         QStringList lines;
         lines.reserve(fir.arr.size());
         for (double v : fir.arr)
             lines.append(QString::number(v, 'g', 6));
-        m_custom->setPlainText(fir.firType == FirDesign::Custom ? lines.join(QLatin1Char('\n')) : QString());
+        m_custom->setPlainText(lines.join(QLatin1Char('\n')));
         m_listedArr = fir.arr;
-        m_listed = fir.firType == FirDesign::Custom;
-    }
-    if (fir.firType != FirDesign::Custom && !m_custom->document()->isEmpty()) {
-        m_custom->clear();
-        m_listed = false;
+        m_listed = true;
     }
 
     const double rate = designRate();
@@ -359,11 +358,11 @@ void DspFirForm::updateEnabled(const DspFir &fir)
     m_attDb->setEnabled(!custom && fir.winType == FirDesign::Kaiser);
     const bool lower = fir.firType == FirDesign::HighPass || fir.firType == FirDesign::BandPass;
     const bool upper = fir.firType == FirDesign::LowPass || fir.firType == FirDesign::BandPass;
-    for (QWidget *w : {static_cast<QWidget *>(m_lower), static_cast<QWidget *>(m_lowerSlider),
-                       static_cast<QWidget *>(m_lowerLabel)})
+    for (QWidget *w :
+         {static_cast<QWidget *>(m_lower), static_cast<QWidget *>(m_lowerSlider), static_cast<QWidget *>(m_lowerLabel)})
         w->setEnabled(lower);
-    for (QWidget *w : {static_cast<QWidget *>(m_upper), static_cast<QWidget *>(m_upperSlider),
-                       static_cast<QWidget *>(m_upperLabel)})
+    for (QWidget *w :
+         {static_cast<QWidget *>(m_upper), static_cast<QWidget *>(m_upperSlider), static_cast<QWidget *>(m_upperLabel)})
         w->setEnabled(upper);
     m_import->setEnabled(custom);
     m_custom->setEnabled(custom);
