@@ -5,6 +5,7 @@
 
 #include <QAbstractSlider>
 #include <QBoxLayout>
+#include <QKeyEvent>
 #include <QPushButton>
 
 DspBlockBaseForm::DspBlockBaseForm(DspController *controller, quint64 uid, const QString &title, QWidget *parent)
@@ -29,6 +30,15 @@ DspBlockBaseForm::DspBlockBaseForm(DspController *controller, quint64 uid, const
     };
     connect(controller, &DspController::signal_chainChanged, this, closeIfGone);
     connect(controller, &DspController::signal_documentLoaded, this, closeIfGone);
+}
+
+void DspBlockBaseForm::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+        event->accept();
+        return;
+    }
+    FramelessDialog::keyPressEvent(event);
 }
 
 QString DspBlockBaseForm::tag() const

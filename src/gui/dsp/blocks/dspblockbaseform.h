@@ -41,6 +41,9 @@ public slots:
     virtual void refresh() = 0;
 
 protected:
+    /// Enter commits the spin box it is typed in and nothing else: a dialog would also press its default
+    /// button, and an editor's buttons change the device (a typed frequency would bypass the block).
+    void keyPressEvent(QKeyEvent *event) override;
     DspController *controller() const { return m_controller; }
     /// The block as it is shown: with the last change asked for.
     DspBlock shown() const;

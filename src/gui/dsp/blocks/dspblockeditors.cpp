@@ -5,6 +5,7 @@
 #include "gui/dsp/blocks/dspdelayblockform.h"
 #include "gui/dsp/blocks/dspdynamicsform.h"
 #include "gui/dsp/blocks/dspeqhlpblockform.h"
+#include "gui/dsp/blocks/dspfirform.h"
 #include "gui/dsp/blocks/dspsimpleforms.h"
 
 FramelessDialog *DspBlockEditors::create(DspController *controller, quint64 uid, const QString &title,
@@ -29,7 +30,7 @@ FramelessDialog *DspBlockEditors::create(DspController *controller, quint64 uid,
     case DspKind::Fbe: return new DspFbeForm(controller, uid, title, names, parent);
     case DspKind::Ducker: return new DspDuckerForm(controller, uid, title, names, parent);
     case DspKind::Aec: return new DspChAecForm(controller, uid, title, names, parent);
-    case DspKind::Fir: break;
+    case DspKind::Fir: return new DspFirForm(controller, uid, title, parent);
     }
     return new DspBlockParamsView(controller, uid, title, parent);
 }

@@ -63,13 +63,6 @@ void setQuietlyChecked(QPushButton *b, bool on)
     b->setChecked(on);
 }
 
-// Enter commits a spin box; in a dialog it would also press the default button and bypass a block.
-void noDefaultButtons(QWidget *parent)
-{
-    for (QPushButton *b : parent->findChildren<QPushButton *>())
-        b->setAutoDefault(false);
-}
-
 } // namespace
 
 DspEqHlpBlockForm::FilePicker DspEqHlpBlockForm::s_picker;
@@ -156,7 +149,6 @@ DspEqHlpBlockForm::DspEqHlpBlockForm(DspController *controller, quint64 uid, con
     });
 
     refresh();
-    noDefaultButtons(this);
 }
 
 QWidget *DspEqHlpBlockForm::buildXoverRow(bool highPass)
@@ -220,7 +212,6 @@ void DspEqHlpBlockForm::buildStrips(int count)
         connect(strip, &DspEqSingleForm::signal_updateBypass, this, &DspEqHlpBlockForm::slot_updateEqBypass);
         m_strips.append(strip);
     }
-    noDefaultButtons(m_stripBox);
 }
 
 void DspEqHlpBlockForm::findBlocks()
