@@ -89,6 +89,8 @@ private:
     int dspCheckChannel(const DspController &c, const CliDspArgs &a);
     // Parametric filter lists in and out of a channel's equaliser (clidspeq.cpp).
     int dspEqText(CliDspSession &session, const CliDspArgs &a);
+    /// A dynamics block's live state, asked until it comes (clidspstatus.cpp).
+    int dspStatus(CliDspSession &session, const CliDspArgs &a);
     int printCurve(const QVector<QPair<double, double>> &points);
 
     /// Sends one request to a device through the request router and waits for

@@ -95,6 +95,8 @@ int CliApp::cmdDsp()
     case CliDspArgs::Command::EqImport:
     case CliDspArgs::Command::EqExport:
         return dspEqText(session, a);
+    case CliDspArgs::Command::Status:
+        return dspStatus(session, a);
     case CliDspArgs::Command::Response:
     case CliDspArgs::Command::FirDesign:
         return cmdDspOffline(a);

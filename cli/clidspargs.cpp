@@ -122,7 +122,9 @@ QString CliDspArgs::usage()
                "                       Fc 120 Hz Gain -3.5 dB Q 2.10\") into the channel's first equaliser as one\n"
                "                       change; lines it cannot take are listed first; bands the file leaves are bypassed\n"
                "  dsp eq-export DEVICE in|out CH [FILE] the channel's first equaliser in the same text (standard output\n"
-               "                       without FILE)\n")
+               "                       without FILE)\n"
+               "  dsp status DEVICE in|out CH BLOCK     a compressor's, expander's or limiter's gain reduction, a noise\n"
+               "                       gate's state, as the editor shows them; --json: {\"reductionDb\":X} or {\"open\":B}\n")
         .arg(kindNames());
 }
 
@@ -130,7 +132,7 @@ bool CliDspArgs::changes() const
 {
     return !(command == Command::GetConfig || command == Command::Budget || command == Command::MatrixShow
              || command == Command::Response || command == Command::ResponseDevice || command == Command::FirDesign
-             || command == Command::EqExport);
+             || command == Command::EqExport || command == Command::Status);
 }
 
 std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *error)
@@ -158,6 +160,7 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
         {"fir-design", Command::FirDesign, 2, 2, "fir-design OBJ|@FILE"},
         {"eq-import", Command::EqImport, 5, 5, "eq-import DEVICE in|out CH FILE"},
         {"eq-export", Command::EqExport, 4, 5, "eq-export DEVICE in|out CH [FILE]"},
+        {"status", Command::Status, 5, 5, "status DEVICE in|out CH BLOCK"},
     };
     const QString sub = args.value(0);
     const Shape *shape = nullptr;
@@ -230,6 +233,7 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
         break;
     }
     case Command::RemoveBlock:
+    case Command::Status:
         a.side = r.side(2);
         a.channel = r.ordinal(3, "CH");
         a.position = r.ordinal(4, "BLOCK");

@@ -28,6 +28,7 @@ struct CliDspArgs
         FirDesign,      ///< no device
         EqImport,       ///< a parametric filter list into a channel's equaliser
         EqExport,
+        Status, ///< a dynamics block's live state
     };
     enum class Member { Gain, Mute, Inverse, Group };
 

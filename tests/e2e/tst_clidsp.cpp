@@ -65,6 +65,7 @@ private slots:
     void responseCurves();
     void firDesign();
     void eqTextInAndOut();
+    void liveStatusFollowsTheThreshold();
 
 private:
     Simulator m_sim;
@@ -105,6 +106,8 @@ void TestCliDsp::badArguments_data()
     QTest::newRow("chain member") << QStringList{"response", "[{\"type\":\"4\"}]"} << "CHAIN: ";
     QTest::newRow("eq file") << QStringList{"eq-import", d, "in", "2", "/nonexistent/room.txt"}
                              << "cannot read /nonexistent/room.txt";
+    QTest::newRow("status of a delay") << QStringList{"status", d, "out", "1", "1"}
+                                       << "BLOCK: block 1 of out 1 is delay, which has no live state";
     QTest::newRow("fir custom") << QStringList{"fir-design", "{\"firType\":\"3\",\"maxTaps\":\"2\",\"arr\":[1,2,3]}"}
                                 << "OBJ: Fir taps must less then 2";
 }
@@ -300,6 +303,22 @@ void TestCliDsp::eqTextInAndOut()
     QCOMPARE(lines[1].trimmed(), QByteArray("Filter 2: ON HS Fc 8000.0 Hz Gain 2.0 dB")); // written with CRLF
     for (int i = 2; i < lines.size(); ++i)
         QVERIFY2(lines[i].contains(": OFF "), lines[i].constData());
+}
+
+void TestCliDsp::liveStatusFollowsTheThreshold()
+{
+    // The compressor of output 3 (node 4, block 5), taken out of bypass: a lower threshold reduces more.
+    QCOMPARE(cli({"dsp", "bypass", kDevice, "4", "2", "4", "0"}).code, 0);
+    auto reductionAt = [](const char *threshold) {
+        const CliRun set = cli({"dsp", "set-block", kDevice, "4", "2", "4", QStringLiteral("{\"trigDb\":\"%1\"}").arg(threshold)});
+        [&] { QVERIFY2(set.code == 0, set.err.constData()); }();
+        const CliRun r = cli({"--json", "dsp", "status", kDevice, "out", "3", "5"});
+        [&] { QVERIFY2(r.code == 0, r.err.constData()); }();
+        return r.json.object().value("reductionDb").toDouble(1.0);
+    };
+    const double light = reductionAt("-10");
+    const double heavy = reductionAt("-60");
+    QVERIFY2(light <= 0.0 && heavy < light - 10.0, qPrintable(QStringLiteral("%1 %2").arg(light).arg(heavy)));
 }
 
 QTEST_GUILESS_MAIN(TestCliDsp)

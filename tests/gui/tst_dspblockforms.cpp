@@ -72,6 +72,8 @@ private slots:
         const quint64 compId = m_ctl->blockId(DspSide::Out, 0, 4);
         emit m_ctl->signal_blockStatus(compId, 0.5, 0);
         QCOMPARE(comp->findChild<QLabel *>("lab_reduce")->text(), QStringLiteral("-6"));
+        emit m_ctl->signal_blockStatus(compId, std::nan(""), 1); // no gain in the reply: ignored
+        QCOMPARE(comp->findChild<QLabel *>("lab_reduce")->text(), QStringLiteral("-6"));
         emit m_ctl->signal_blockStatus(m_ctl->blockId(DspSide::In, 0, 1), 1.0, 1);
         QCOMPARE(gate->findChild<QLabel *>("lab_status")->text(), tx(Tx::DspGateOpened));
         emit m_ctl->signal_levels(DspSide::In, {-10.0, -INFINITY});

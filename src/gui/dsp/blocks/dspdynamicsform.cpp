@@ -121,7 +121,8 @@ void DspDynamicsForm::channelLevel(double dbfs)
 
 void DspDynamicsForm::onStatus(quint64 id, double gain, int isOpen)
 {
-    if (id != uid())
+    // A reply without the member this editor shows says nothing about the block.
+    if (id != uid() || (m_status ? isOpen < 0 : !std::isfinite(gain)))
         return;
     if (m_status) {
         m_status->setText(tx(isOpen == 1 ? Tx::DspGateOpened : Tx::DspGateClosed));
