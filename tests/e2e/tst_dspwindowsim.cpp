@@ -87,12 +87,7 @@ void TestDspWindowSim::bypassSavedReachesTheDevice()
     QVERIFY(saved.wait(DspController::kConfigTimeoutMs + 2000));
     QCOMPARE(saved.first().first().toBool(), true);
 
-    const QString address = Ipv4::toText(m_window.registry().findByDevId(device)->rec.ip);
-    const DspExchange::Result fresh = DspExchange::run(address, QStringLiteral(R"({"ops":"getConfig","uiTag":"dspUiTag"})"));
-    QVERIFY2(fresh.ok, qPrintable(fresh.message));
-    const QJsonObject config = QJsonDocument::fromJson(fresh.reply.toUtf8()).object().value("config").toObject();
-    const QJsonObject outputs = config.value("nodeArr").toArray().last().toObject();
-    const QJsonObject block = outputs.value("portArr")[1].toObject().value("procArr")[0].toObject();
+    const QJsonObject block = ProgramWindow::blockOf(m_window.freshConfig(device), true, 1, 0);
     QCOMPARE(block.value("bypass").toString(), QString(wasBypassed ? "0" : "1"));
 
     dsp->close();

@@ -48,13 +48,8 @@ void TestEqEditorSim::aBandTypedReachesTheDevice()
     QTest::keyClick(gain, Qt::Key_Enter);
     QTRY_COMPARE_WITH_TIMEOUT(ctl->block(form->eqUid())->as<DspEq>()->bands[1].dbGain, -7.5f, kWaitMs);
 
-    const DspExchange::Result fresh = DspExchange::run(Ipv4::toText(m_window.registry().findByDevId(device)->rec.ip),
-                                                       QStringLiteral(R"({"ops":"getConfig","uiTag":"dspUiTag"})"));
-    QVERIFY2(fresh.ok, qPrintable(fresh.message));
-    const QJsonObject config = QJsonDocument::fromJson(fresh.reply.toUtf8()).object().value("config").toObject();
-    const QJsonArray chain =
-        config.value("nodeArr")[0].toObject().value("portArr")[0].toObject().value("procArr").toArray();
-    QCOMPARE(chain[4].toObject()["obj"].toObject()["eqArr"].toArray()[1].toObject()["dbGain"].toString(), "-7.5");
+    const QJsonObject eq = ProgramWindow::blockOf(m_window.freshConfig(device), false, 0, 4);
+    QCOMPARE(eq["obj"].toObject()["eqArr"].toArray()[1].toObject()["dbGain"].toString(), "-7.5");
 }
 
 QTEST_MAIN(TestEqEditorSim)

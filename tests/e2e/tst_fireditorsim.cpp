@@ -43,10 +43,7 @@ void TestFirEditorSim::designReachesTheDevice()
     QTest::keyClick(form->findChild<QComboBox *>("cb_taps"), Qt::Key_Down);
     QTRY_COMPARE_WITH_TIMEOUT(ctl->block(uid)->as<DspFir>()->taps, longer, 15000);
 
-    const DspExchange::Result fresh = DspExchange::run(Ipv4::toText(window.registry().findByDevId("SIM-0007")->rec.ip),
-                                                       QStringLiteral(R"({"ops":"getConfig","uiTag":"dspUiTag"})"));
-    const QJsonArray nodes = QJsonDocument::fromJson(fresh.reply.toUtf8())["config"]["nodeArr"].toArray();
-    const QJsonValue obj = nodes.last()["portArr"][0]["procArr"][6]["obj"];
+    const QJsonObject obj = ProgramWindow::blockOf(window.freshConfig("SIM-0007"), true, 0, 6)["obj"].toObject();
     QCOMPARE(obj["taps"].toString(), QString::number(longer));
     QCOMPARE(obj["arr"].toArray().size(), longer);
 }

@@ -2,11 +2,16 @@
 
 #include "core/app/scalefactors.h"
 #include "core/devices/devmanager.h"
+#include "core/dsp/dspexchange.h"
+#include "core/protocol/ipv4.h"
 #include "core/protocol/devicelink.h"
 #include "gui/app/mainwindow.h"
 #include "gui/widgets/style.h"
 
 #include <QApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -41,6 +46,26 @@ public:
     {
         return QTest::qWaitFor(
             [&] { return registry().deviceCount() >= devices && registry().flowCount() >= flows; }, timeoutMs);
+    }
+
+    /// The device's configuration as a new "getConfig" over its own link gives it now, apart from any window's
+    /// controller; empty when the device does not answer.
+    QJsonObject freshConfig(const QString &devId) const
+    {
+        const auto dev = registry().findByDevId(devId);
+        if (!dev)
+            return {};
+        const DspExchange::Result fresh =
+            DspExchange::run(Ipv4::toText(dev->rec.ip), QStringLiteral(R"({"ops":"getConfig","uiTag":"dspUiTag"})"));
+        return fresh.ok ? QJsonDocument::fromJson(fresh.reply.toUtf8()).object().value("config").toObject()
+                        : QJsonObject();
+    }
+    /// A block of a fresh configuration: on the first (inputs) or last (outputs) node.
+    static QJsonObject blockOf(const QJsonObject &config, bool outputs, int channel, int proc)
+    {
+        const QJsonArray nodes = config.value("nodeArr").toArray();
+        const QJsonObject node = (outputs ? nodes.last() : nodes.first()).toObject();
+        return node.value("portArr")[channel].toObject().value("procArr")[proc].toObject();
     }
 
 private:
