@@ -190,7 +190,7 @@ void TstDspEqEditor::importListsSkippedLinesAndAppliesInOneStep()
     f.write("Preamp: -4 dB\nFilter 1: ON PK Fc 120 Hz Gain -3.5 dB Q 1.414\nFilter 2: ON HP Fc 30 Hz\n"
             "Filter 3: ON LS Fc 80 Hz Gain 4 dB\n");
     f.close();
-    DspEqHlpBlockForm::setFilePicker([&](bool, const QString &, const QString &) { return path; });
+    DspBlockBaseForm::setFileChooser([&](bool, const QString &, const QString &) { return path; });
     QString question;
     NoticeAnswers::answerNextBox("pb_yes", &question);
     QTest::mouseClick(child<QPushButton>(m_form, "pb_import"), Qt::LeftButton);
@@ -212,11 +212,11 @@ void TstDspEqEditor::importListsSkippedLinesAndAppliesInOneStep()
     QCOMPARE(sentOne("setBorderProc")["obj"].toObject()["eqArr"].toArray()[6].toObject()["dbGain"].toString(), "0");
 
     // Export writes what the block holds.
-    DspEqHlpBlockForm::setFilePicker([&](bool, const QString &, const QString &) { return dir.filePath("o.txt"); });
+    DspBlockBaseForm::setFileChooser([&](bool, const QString &, const QString &) { return dir.filePath("o.txt"); });
     QTest::mouseClick(child<QPushButton>(m_form, "pb_export"), Qt::LeftButton);
     QFile written(dir.filePath("o.txt"));
     QVERIFY(written.open(QIODevice::ReadOnly) && written.readAll().contains("Filter 7: ON PK Fc 10200"));
-    DspEqHlpBlockForm::setFilePicker({});
+    DspBlockBaseForm::setFileChooser({});
 }
 
 QTEST_MAIN(TstDspEqEditor)

@@ -123,7 +123,7 @@ void TstDspFirEditor::importIsCheckedBeforeAnythingIsSent()
 {
     QTemporaryDir dir;
     QByteArray text; // what the file the user picks holds
-    m_form->setFileChooser([&](bool, const QString &, const QString &) {
+    DspBlockBaseForm::setFileChooser([&](bool, const QString &, const QString &) {
         QFile f(dir.filePath("taps.txt"));
         return f.open(QIODevice::WriteOnly) && f.write(text) == text.size() ? f.fileName() : QString();
     });

@@ -2,9 +2,14 @@
 
 #include "core/app/texts.h"
 #include "core/dsp/dspcontroller.h"
+#include "core/dsp/filters/curvecsv.h"
+#include "gui/widgets/noticebox.h"
 
 #include <QAbstractSlider>
 #include <QBoxLayout>
+#include <QDir>
+#include <QFileDialog>
+#include <QSaveFile>
 #include <QKeyEvent>
 #include <QPushButton>
 
@@ -39,6 +44,37 @@ void DspBlockBaseForm::keyPressEvent(QKeyEvent *event)
         return;
     }
     FramelessDialog::keyPressEvent(event);
+}
+
+DspBlockBaseForm::FileChooser DspBlockBaseForm::s_chooseFile;
+
+void DspBlockBaseForm::setFileChooser(FileChooser chooser)
+{
+    s_chooseFile = std::move(chooser);
+}
+
+QString DspBlockBaseForm::chooseFile(bool save, const QString &caption, const QString &filter)
+{
+    if (s_chooseFile)
+        return s_chooseFile(save, caption, filter);
+    return save ? QFileDialog::getSaveFileName(this, caption, QString(), filter)
+                : QFileDialog::getOpenFileName(this, caption, QString(), filter);
+}
+
+bool DspBlockBaseForm::writeFile(const QString &path, const QByteArray &bytes)
+{
+    QSaveFile file(path);
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
+        return true;
+    NoticeBox::notice(this, tx(Tx::DspWriteFailed).arg(QDir::toNativeSeparators(path)));
+    return false;
+}
+
+void DspBlockBaseForm::exportCurve(const QVector<double> &freqsHz, const QVector<QPointF> &series)
+{
+    const QString path = chooseFile(true, tx(Tx::DspExportCurve), tx(Tx::DspCsvFiles));
+    if (!path.isEmpty())
+        writeFile(path, CurveCsv::write(CurveCsv::fromSeries(freqsHz, series)));
 }
 
 QString DspBlockBaseForm::tag() const

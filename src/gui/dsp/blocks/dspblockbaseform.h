@@ -3,8 +3,11 @@
 #include "core/dsp/dspblock.h"
 #include "gui/widgets/framelessdialog.h"
 
+#include <QPointF>
 #include <QSignalBlocker>
 #include <QVector>
+
+#include <functional>
 
 class DspController;
 class QAbstractSlider;
@@ -28,6 +31,10 @@ public:
     quint64 uid() const { return m_uid; }
     /// The block's current tag ("bf_in_ch_0_2"); empty when it is gone.
     QString tag() const;
+
+    /// Asks for a file to open or to save to; the file dialogs unless tests replaced them.
+    using FileChooser = std::function<QString(bool save, const QString &caption, const QString &filter)>;
+    static void setFileChooser(FileChooser chooser);
 
     /// Writes a control without letting it signal.
     template <class W, class V> static void setQuietly(W *w, const V &value)
@@ -54,6 +61,11 @@ protected:
     void refreshBypassButton();
     /// Changes made while the slider is held are one undo step.
     void groupWhileHeld(QAbstractSlider *slider);
+    QString chooseFile(bool save, const QString &caption, const QString &filter);
+    /// Writes the whole file or leaves the one there as it was; false after telling the user.
+    bool writeFile(const QString &path, const QByteArray &bytes);
+    /// "Export curve (CSV)": a chart series (y in tenths of a dB) at its frequencies, to a file the user picks.
+    void exportCurve(const QVector<double> &freqsHz, const QVector<QPointF> &series);
     /// Asks for the block's parameters as changed; a refusal is shown by the controller and the controls go
     /// back to what is shown.
     void change(const DspBlock &changed);
@@ -63,4 +75,5 @@ private:
     quint64 m_uid;
     QVector<quint64> m_watched;
     QPushButton *m_bypass = nullptr;
+    static FileChooser s_chooseFile;
 };

@@ -18,11 +18,9 @@
 
 #include <QComboBox>
 #include <QFile>
-#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPushButton>
-#include <QSaveFile>
 #include <QtCharts/QXYSeries>
 
 #include <algorithm>
@@ -65,13 +63,6 @@ void setQuietlyChecked(QPushButton *b, bool on)
 
 } // namespace
 
-DspEqHlpBlockForm::FilePicker DspEqHlpBlockForm::s_picker;
-
-void DspEqHlpBlockForm::setFilePicker(FilePicker picker)
-{
-    s_picker = std::move(picker);
-}
-
 DspEqHlpBlockForm::DspEqHlpBlockForm(DspController *controller, quint64 uid, const QString &title, QWidget *parent)
     : DspBlockBaseForm(controller, uid, title, parent)
 {
@@ -103,7 +94,7 @@ DspEqHlpBlockForm::DspEqHlpBlockForm(DspController *controller, quint64 uid, con
     buttons->addStretch(1);
     m_import = button("pb_import", tx(Tx::EqImport), false);
     m_export = button("pb_export", tx(Tx::EqExport), false);
-    QPushButton *csv = button("pb_exportCsv", tx(Tx::EqExportCsv), false);
+    QPushButton *csv = button("pb_exportCsv", tx(Tx::DspExportCurve), false);
     layout->addLayout(buttons);
 
     m_stripBox = new QWidget(this);
@@ -388,14 +379,6 @@ void DspEqHlpBlockForm::allGainsToZero()
     refresh();
 }
 
-QString DspEqHlpBlockForm::pickFile(bool save, const QString &caption, const QString &filter)
-{
-    if (s_picker)
-        return s_picker(save, caption, filter);
-    return save ? QFileDialog::getSaveFileName(this, caption, QString(), filter)
-                : QFileDialog::getOpenFileName(this, caption, QString(), filter);
-}
-
 void DspEqHlpBlockForm::importText()
 {
     if (!m_eq)
@@ -404,7 +387,7 @@ void DspEqHlpBlockForm::importText()
     DspEq *eq = b.as<DspEq>();
     if (!eq)
         return;
-    const QString path = pickFile(false, tx(Tx::EqImport), tx(Tx::EqTextFiles));
+    const QString path = chooseFile(false, tx(Tx::EqImport), tx(Tx::EqTextFiles));
     if (path.isEmpty())
         return;
     QFile file(path);
@@ -437,22 +420,13 @@ void DspEqHlpBlockForm::exportText()
     const DspEq *eq = b.as<DspEq>();
     if (!eq)
         return;
-    const QString path = pickFile(true, tx(Tx::EqExport), tx(Tx::EqTextFiles));
+    const QString path = chooseFile(true, tx(Tx::EqExport), tx(Tx::EqTextFiles));
     if (path.isEmpty())
         return;
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(ParametricEqText::write(*eq)) < 0 || !file.commit())
-        NoticeBox::notice(this, tx(Tx::EqWriteFailed).arg(QDir::toNativeSeparators(path)));
+    writeFile(path, ParametricEqText::write(*eq));
 }
 
 void DspEqHlpBlockForm::exportCsv()
 {
-    const QString path = pickFile(true, tx(Tx::EqExportCsv), tx(Tx::EqCsvFiles));
-    if (path.isEmpty())
-        return;
-    const QVector<QPointF> series = m_curve->pointsVector();
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) ||
-        file.write(CurveCsv::write(CurveCsv::fromSeries(EqCurve::frequencies(), series))) < 0 || !file.commit())
-        NoticeBox::notice(this, tx(Tx::EqWriteFailed).arg(QDir::toNativeSeparators(path)));
+    exportCurve(EqCurve::frequencies(), m_curve->pointsVector());
 }

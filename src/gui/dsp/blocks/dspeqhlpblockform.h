@@ -30,8 +30,6 @@ public:
 
     /// Asks for a file name; tests set one that answers without a dialog. (save, caption, filter) -> path or
     /// empty for cancelled.
-    using FilePicker = std::function<QString(bool save, const QString &caption, const QString &filter)>;
-    static void setFilePicker(FilePicker picker);
 
     quint64 eqUid() const { return m_eq; }
     quint64 crossoverUid(bool highPass) const { return m_xover[highPass ? 0 : 1].uid; }
@@ -64,7 +62,6 @@ private:
     void importText();
     void exportText();
     void exportCsv();
-    QString pickFile(bool save, const QString &caption, const QString &filter);
     /// The blocks as shown; absent ones are left null by the caller.
     DspBlock shownOf(quint64 uid) const;
 
@@ -84,5 +81,4 @@ private:
     QPushButton *m_export;
     QLabel *m_legend;
 
-    static FilePicker s_picker;
 };

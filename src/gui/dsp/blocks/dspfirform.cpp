@@ -17,7 +17,6 @@
 #include <QElapsedTimer>
 #include <QEvent>
 #include <QFile>
-#include <QFileDialog>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -79,10 +78,6 @@ DspFirForm::DspFirForm(DspController *controller, quint64 uid, const QString &ti
     : DspBlockBaseForm(controller, uid, title, parent)
 {
     setObjectName(QStringLiteral("DspFirForm"));
-    m_chooseFile = [this](bool save, const QString &caption, const QString &filter) {
-        return save ? QFileDialog::getSaveFileName(this, caption, QString(), filter)
-                    : QFileDialog::getOpenFileName(this, caption, QString(), filter);
-    };
     build();
     retranslate();
 }
@@ -234,7 +229,7 @@ void DspFirForm::build()
         rebuild(fir);
     });
     connect(m_import, &QPushButton::clicked, this, &DspFirForm::importCoefficients);
-    connect(m_export, &QPushButton::clicked, this, &DspFirForm::exportCurve);
+    connect(m_export, &QPushButton::clicked, this, [this] { exportCurve(FirResponse::grid(), m_points); });
 
     // The shared style has no disabled look for these; a control that does not apply must look it.
     setStyleSheet(
@@ -263,7 +258,7 @@ void DspFirForm::retranslate()
     for (int i = 0; i < m_window->count(); ++i)
         m_window->setItemText(i, tx(kWindowTexts[i]));
     m_import->setText(tx(Tx::FirImportButton));
-    m_export->setText(tx(Tx::FirExportCurve));
+    m_export->setText(tx(Tx::DspExportCurve));
     m_attDb->setToolTip(tx(Tx::FirAttenuationKaiserOnly));
     m_importWarning.clear();
     refresh();
@@ -429,7 +424,7 @@ void DspFirForm::edgeEdited()
 
 void DspFirForm::importCoefficients()
 {
-    const QString path = m_chooseFile(false, tx(Tx::FirSelectFile), tx(Tx::FirFileFilter));
+    const QString path = chooseFile(false, tx(Tx::FirSelectFile), tx(Tx::FirFileFilter));
     if (path.isEmpty())
         return;
     DspFir fir = shownFir();
@@ -454,17 +449,6 @@ void DspFirForm::importCoefficients()
     fir.arr = values;
     rebuild(fir);
     refresh();
-}
-
-void DspFirForm::exportCurve()
-{
-    const QString path = m_chooseFile(true, tx(Tx::FirExportCurve), tx(Tx::FirExportFilter));
-    if (path.isEmpty())
-        return;
-    QFile file(path);
-    const QByteArray text = CurveCsv::write(CurveCsv::fromSeries(FirResponse::grid(), m_points));
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(text) != text.size())
-        showTips(tx(Tx::FirExportFailed).arg(path));
 }
 
 void DspFirForm::showTips(const QString &text)

@@ -29,8 +29,6 @@ public:
 
     /// Picks a file to read (save false) or to write; an empty path gives up. The system's file dialog unless
     /// replaced (tests answer without a dialog).
-    using FileChooser = std::function<QString(bool save, const QString &caption, const QString &filter)>;
-    void setFileChooser(FileChooser chooser) { m_chooseFile = std::move(chooser); }
 
     /// The rate the coefficients are designed and drawn at: the device's when the document gives one.
     double designRate() const;
@@ -51,12 +49,10 @@ private:
     void rebuild(DspFir fir);
     void edgeEdited();
     void importCoefficients();
-    void exportCurve();
     void showTips(const QString &text);
     void updateEnabled(const DspFir &fir);
     void redraw(const DspFir &fir);
 
-    FileChooser m_chooseFile;
     QComboBox *m_type = nullptr;
     QComboBox *m_window = nullptr;
     QComboBox *m_taps = nullptr;
