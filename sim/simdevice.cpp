@@ -498,7 +498,7 @@ const QHash<QString, SimDevice::Op> &SimDevice::dspOperations()
         add("setConfig", change, link, Op::Dsp);
         for (const char *n : {"setBorderProc", "setBorderProcBypass", "setBorderEq", "setBorderEqBypass",
                               "setBorderProcGroupIdBatch", "setNodeData", "setGain", "setMute", "setInverse",
-                              "setGroupId", "setMatrixCell"})
+                              "setGroupId", "setMatrixCell", "setAecChannel"})
             add(n, change, both, Op::Dsp);
         add("getMicConfig", &call<SimLevels, &SimLevels::opMicConfig>, both, Op::Free);
         add("setMicConfig", &call<SimLevels, &SimLevels::opMicConfig>, both, Op::Dsp);
