@@ -12,7 +12,6 @@
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSpinBox>
-#include <QToolButton>
 
 #include <algorithm>
 #include <cmath>
@@ -43,6 +42,10 @@ DspAecForm::DspAecForm(DspController *controller, ChannelNames names, QWidget *p
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidget(inner);
+    // The rows stand on the dialog's own background, not on the scroll area's light default.
+    scroll->viewport()->setAutoFillBackground(false);
+    inner->setAutoFillBackground(false);
+    m_scroll = scroll;
     contentLayout()->addWidget(scroll);
     int column = 0;
     for (Tx t : {Tx::NodeFormChannel, Tx::NodeFormNearEnd, Tx::NodeFormFarEnd})
@@ -51,7 +54,7 @@ DspAecForm::DspAecForm(DspController *controller, ChannelNames names, QWidget *p
         m_grid->addWidget(new QLabel(tx(p.label), inner), 0, column++);
     m_grid->addWidget(new QLabel(tx(Tx::NodeFormGainDb), inner), 0, column++);
     m_grid->addWidget(new QLabel(tx(Tx::NodeFormMute), inner), 0, column++);
-    setMinimumSize(scaled(1100), scaled(360));
+    setMinimumHeight(scaled(360));
     refresh();
 }
 
@@ -93,9 +96,8 @@ void DspAecForm::rebuild(int channels)
         connect(r.nearEnd, QOverload<int>::of(&QComboBox::activated), this,
                 [this, port](int i) { edited(port, [i](DspChannel &c) { c.nearArr = {i}; }); });
 
-        r.farEnd = new QToolButton(inner);
-        r.farEnd->setObjectName(indexed("tb_far", port));
-        r.farEnd->setPopupMode(QToolButton::InstantPopup);
+        r.farEnd = new QPushButton(inner);
+        r.farEnd->setObjectName(indexed("pb_far", port));
         r.farEnd->setMinimumWidth(scaled(120));
         auto *menu = new QMenu(r.farEnd);
         for (int i = 0; i < inputs; ++i) {
@@ -126,6 +128,7 @@ void DspAecForm::rebuild(int channels)
                         DspParams::setValue(c, DspNode::EchoCancel, member.toLatin1().constData(), on ? 1 : 0);
                     });
                 });
+                b->setFixedWidth(scaled(70));
                 r.toggles << b;
                 r.levels << nullptr;
                 m_grid->addWidget(b, line, 3 + t);
@@ -134,6 +137,7 @@ void DspAecForm::rebuild(int channels)
                 s->setObjectName(indexed(p.controlName, port));
                 s->setRange(int(p.min), int(p.max));
                 s->setSingleStep(int(p.step));
+                s->setFixedWidth(scaled(70));
                 connect(s, QOverload<int>::of(&QSpinBox::valueChanged), this, [this, port, member](int v) {
                     edited(port, [member, v](DspChannel &c) {
                         DspParams::setValue(c, DspNode::EchoCancel, member.toLatin1().constData(), v);
@@ -150,6 +154,7 @@ void DspAecForm::rebuild(int channels)
         r.gain->setRange(kGainMin, kGainMax);
         r.gain->setDecimals(1);
         r.gain->setSingleStep(0.5);
+        r.gain->setFixedWidth(scaled(90));
         m_grid->addWidget(r.gain, line, after);
         connect(r.gain, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this, [this, port](double v) {
             if (std::abs(v - shownPort(port).gainDb) < 1e-6 || !controller()->setNodeChannelGain(nodeId(), port, v).isEmpty())
@@ -167,6 +172,8 @@ void DspAecForm::rebuild(int channels)
         m_rows << r;
     }
     m_grid->setRowStretch(channels + 1, 1);
+    // As wide as the rows, up to most of a screen; the rest scrolls.
+    m_scroll->setMinimumWidth(qMin(inner->sizeHint().width() + scaled(24), scaled(1600)));
 }
 
 void DspAecForm::writeRow(int port, const DspChannel &c)

@@ -8,7 +8,8 @@ class QComboBox;
 class QDoubleSpinBox;
 class QGridLayout;
 class QSpinBox;
-class QToolButton;
+class QPushButton;
+class QScrollArea;
 
 /// The editor of the echo-cancellation node: one row per channel of the node with its near end (one input,
 /// a combo of the input names), its far end (any inputs, a checkable menu), the switches and levels of
@@ -27,7 +28,7 @@ private:
     struct Row
     {
         QComboBox *nearEnd = nullptr;
-        QToolButton *farEnd = nullptr;
+        QPushButton *farEnd = nullptr;
         QVector<QAbstractButton *> toggles; ///< by table row; null for numbers
         QVector<QSpinBox *> levels;         ///< by table row; null for toggles
         QDoubleSpinBox *gain = nullptr;
@@ -40,5 +41,6 @@ private:
     DspChannel shownPort(int port) const;
 
     QGridLayout *m_grid;
+    QScrollArea *m_scroll = nullptr;
     QVector<Row> m_rows;
 };

@@ -58,11 +58,12 @@ DspAutomixChForm::DspAutomixChForm(int port, const QString &name, QWidget *paren
     mute->setObjectName(QStringLiteral("pb_mute"));
     mute->setCheckable(true);
     m_mute = mute;
+    layout->addWidget(new QLabel(tx(Tx::NodeFormInMix), this), 0, Qt::AlignHCenter);
     layout->addWidget(m_inMix);
     layout->addWidget(new QLabel(tx(Tx::NodeFormGainDb), this), 0, Qt::AlignHCenter);
     layout->addWidget(m_gain);
     layout->addWidget(m_mute);
-    setFixedWidth(scaled(96));
+    setFixedWidth(scaled(100));
     connect(inMix, &QPushButton::toggled, this, [this, port](bool on) { emit signal_inMix(port, on); });
     connect(m_gain, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this,
             [this, port](double v) { emit signal_gain(port, v); });
@@ -71,7 +72,7 @@ DspAutomixChForm::DspAutomixChForm(int port, const QString &name, QWidget *paren
 
 void DspAutomixChForm::showValues(bool inMix, double gainDb, bool mute)
 {
-    showToggle(m_inMix, inMix, Tx::NodeFormInMix, Tx::NodeFormOutOfMix);
+    showToggle(m_inMix, inMix, Tx::DspParamOn, Tx::DspParamOff);
     DspNodeForm::setQuietly(m_gain, gainDb);
     const QSignalBlocker blocker(m_mute);
     m_mute->setChecked(mute);
@@ -99,7 +100,9 @@ DspAutomixForm::DspAutomixForm(DspController *controller, ChannelNames names, QW
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setWidget(inner);
-    scroll->setMinimumHeight(scaled(170));
+    scroll->setMinimumHeight(scaled(230));
+    scroll->viewport()->setAutoFillBackground(false);
+    inner->setAutoFillBackground(false);
     contentLayout()->addWidget(scroll);
     setMinimumWidth(scaled(640));
     refresh();
