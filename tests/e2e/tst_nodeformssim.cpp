@@ -34,27 +34,18 @@ void TestNodeFormsSim::changesReachTheDevice()
     DspController *ctl = dsp->controller();
     QTRY_VERIFY_WITH_TIMEOUT(ctl->isLoaded(), 15000);
     const int aecNode = ctl->aecNodeId(), mixNode = ctl->automixerNodeId();
-    QVERIFY(aecNode > 0 && mixNode > 0);
 
-    QWidget *aec = dsp->diagram()->openNodeForm(true);
-    QTest::mouseClick(aec->findChild<QPushButton *>("pb_aec_0"), Qt::LeftButton);
-    aec->findChild<QPushButton *>("pb_far_0")->menu()->actions()[3]->trigger();
+    dsp->diagram()->openNodeForm(true)->findChild<QPushButton *>("pb_far_0")->menu()->actions()[3]->trigger();
     QWidget *mix = dsp->diagram()->openNodeForm(false);
-    QWidget *strip = mix->findChild<QWidget *>("DspAutomixChForm_1");
-    QTest::mouseClick(strip->findChild<QPushButton *>("pb_inmix"), Qt::LeftButton);
-    QTest::mouseClick(strip->findChild<QPushButton *>("pb_mute"), Qt::LeftButton);
-    QTRY_VERIFY_WITH_TIMEOUT(ctl->isIdle() && ctl->document().nodeArr[mixNode].portArr[1].mute, 15000);
-    QCOMPARE(ctl->document().nodeArr[aecNode].portArr[0].farArr, QVector<int>{3});
+    QTest::mouseClick(mix->findChild<QWidget *>("DspAutomixChForm_1")->findChild<QPushButton *>("pb_inmix"),
+                      Qt::LeftButton);
+    QTRY_VERIFY_WITH_TIMEOUT(ctl->isIdle() && !ctl->document().nodeArr[mixNode].automixer.maskArr[1], 15000);
 
     const DspExchange::Result fresh = DspExchange::run(Ipv4::toText(window.registry().findByDevId("SIM-0006")->rec.ip),
                                                        QStringLiteral(R"({"ops":"getConfig","uiTag":"dspUiTag"})"));
     const QJsonArray nodes = QJsonDocument::fromJson(fresh.reply.toUtf8())["config"]["nodeArr"].toArray();
-    const QJsonValue channel = nodes[aecNode]["portArr"][0];
-    QCOMPARE(channel["hasAec"].toString(), QStringLiteral("0"));
-    QCOMPARE(channel["farArr"].toArray(), QJsonArray{QStringLiteral("3")});
-    QCOMPARE(channel["nearArr"].toArray(), QJsonArray{QStringLiteral("0")});
+    QCOMPARE(nodes[aecNode]["portArr"][0]["farArr"].toArray(), QJsonArray{QStringLiteral("3")});
     QCOMPARE(nodes[mixNode]["obj"]["maskArr"][1].toString(), QStringLiteral("0"));
-    QCOMPARE(nodes[mixNode]["portArr"][1]["mute"].toString(), QStringLiteral("1"));
 }
 
 QTEST_MAIN(TestNodeFormsSim)

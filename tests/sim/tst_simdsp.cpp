@@ -262,13 +262,7 @@ void TestSimDsp::changesTouchExactlyTheirTarget_data()
     QTest::newRow("input gain, shortest form")
         << false << QByteArray(R"({"ops":"setGain","uiTag":"dspUiTag","nodeId":"0","portIndex":"3","val":"-12.250"})")
         << QByteArray(R"({"nodeArr/0/portArr/3/gainDb":"-12.25"})");
-    QTest::newRow("echo-cancellation channel, others kept")
-        << true
-        << QByteArray(R"({"ops":"setAecChannel","uiTag":"dspUiTag","nodeId":"1","portIndex":"2",)"
-                      R"("obj":{"ansLevel":"5","hasAgc":"1"}})")
-        << QByteArray(R"({"nodeArr/1/portArr/2/ansLevel":"5","nodeArr/1/portArr/2/hasAgc":"1"})");
-    QTest::newRow("echo-cancellation near end not an input: nothing")
-        << false
+    QTest::newRow("echo-cancellation near end not an input: nothing") << false
         << QByteArray(R"({"ops":"setAecChannel","nodeId":"1","portIndex":"2","obj":{"nearArr":["16"]}})")
         << QByteArray("{}");
     QTest::newRow("block out of range: nothing")

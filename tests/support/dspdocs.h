@@ -45,11 +45,10 @@ inline CDeviceDspData withNodes(CDeviceDspData d, int channels)
     DspNode aec, mix;
     aec.type = DspNode::EchoCancel;
     mix.type = DspNode::Automixer;
-    for (int c = 0; c < channels; ++c) {
-        aec.portArr.append(DspDefaults::aecChannel(c));
-        mix.portArr.append(DspDefaults::channel());
-    }
     mix.automixer = DspDefaults::automixer(channels);
+    mix.portArr.fill(DspDefaults::channel(), channels);
+    for (int c = 0; c < channels; ++c)
+        aec.portArr.append(DspDefaults::aecChannel(c));
     d.nodeArr.insert(1, mix);
     d.nodeArr.insert(1, aec);
     return d;

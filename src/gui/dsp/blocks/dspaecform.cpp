@@ -157,7 +157,8 @@ void DspAecForm::rebuild(int channels)
         r.gain->setFixedWidth(scaled(90));
         m_grid->addWidget(r.gain, line, after);
         connect(r.gain, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this, [this, port](double v) {
-            if (std::abs(v - shownPort(port).gainDb) < 1e-6 || !controller()->setNodeChannelGain(nodeId(), port, v).isEmpty())
+            if (std::abs(v - shownPort(port).gainDb) < 1e-6 ||
+                !controller()->setNodeChannelGain(nodeId(), port, v).isEmpty())
                 refresh();
         });
         auto *mute = new QPushButton(tx(Tx::NodeFormMute), inner);
