@@ -131,7 +131,8 @@ int main(int argc, char *argv[])
     // The block editor asked for with --block, once it is open.
     auto editor = std::make_shared<QPointer<QWidget>>();
     const QStringList blockAt = options.value(blockOption).split(QLatin1Char(':'));
-    const bool nodeForm = blockAt.size() == 1 && (blockAt[0] == QLatin1String("aec") || blockAt[0] == QLatin1String("automix"));
+    const bool nodeForm =
+        blockAt.size() == 1 && (blockAt[0] == QLatin1String("aec") || blockAt[0] == QLatin1String("automix"));
     if (options.isSet(blockOption) && !nodeForm && (blockAt.size() != 3 || !DspKinds::sideFromName(blockAt[0])))
         LOG_FAIL();
     if (!dspDevice.isEmpty()) {

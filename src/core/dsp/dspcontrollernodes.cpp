@@ -344,9 +344,8 @@ void DspController::changeNode(int nodeId, const DspNode &wanted, const QString 
         step.nodeAfter = after;
         step.mergeKey = QStringLiteral("n:") + QString::number(nodeId) +
                         (cells.size() == 1 ? QStringLiteral(":%1:%2").arg(cells[0].first).arg(cells[0].second)
-                         : ports.size() == 1 && cells.isEmpty() && !objChanged
-                             ? QStringLiteral(":p%1").arg(ports[0])
-                             : QString());
+                         : ports.size() == 1 && cells.isEmpty() && !objChanged ? QStringLiteral(":p%1").arg(ports[0])
+                                                                               : QString());
         m_undo.push(step);
         m_sendUndoKey = step.mergeKey;
         emit signal_undoChanged();
@@ -441,8 +440,7 @@ void DspController::sendNodePort(int nodeId, int deviceNode, int port, const Dsp
     }
     if (type == DspNode::EchoCancel && !sameAec(before, after)) {
         const DspChannel v = after;
-        send("setAecChannel", DspCommands::setAecChannel(deviceNode, port, v),
-             [v](DspChannel &c) { takeAec(c, v); });
+        send("setAecChannel", DspCommands::setAecChannel(deviceNode, port, v), [v](DspChannel &c) { takeAec(c, v); });
     }
 }
 
