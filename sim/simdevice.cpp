@@ -496,9 +496,9 @@ const QHash<QString, SimDevice::Op> &SimDevice::dspOperations()
         const Handler read = &call<SimDevice, &SimDevice::opDspRead>;
         add("getConfig", read, link, Op::Free);
         add("setConfig", change, link, Op::Dsp);
-        for (const char *n : {"setBorderProc", "setBorderProcBypass", "setBorderEq", "setBorderEqBypass",
-                              "setBorderProcGroupIdBatch", "setNodeData", "setGain", "setMute", "setInverse",
-                              "setGroupId", "setMatrixCell"})
+        for (const char *n :
+             {"setBorderProc", "setBorderProcBypass", "setBorderEq", "setBorderEqBypass", "setBorderProcGroupIdBatch",
+              "setNodeData", "setGain", "setMute", "setInverse", "setGroupId", "setMatrixCell", "setAecChannel"})
             add(n, change, both, Op::Dsp);
         add("getMicConfig", &call<SimLevels, &SimLevels::opMicConfig>, both, Op::Free);
         add("setMicConfig", &call<SimLevels, &SimLevels::opMicConfig>, both, Op::Dsp);

@@ -168,6 +168,8 @@ const QHash<QString, Rule> &rules()
         whole("farCh", 0, 1023);
         whole("refCh", 0, 1023);
         whole("chNumLimit", 1, 1024);
+        whole("nearArr", 0, 1023);
+        whole("farArr", 0, 1023);
         for (const char *n : {"freq", "freq0", "freq1"})
             real(n, 1, 24000);
         for (const char *n : {"dbGain", "gainDb", "gainArr"})
@@ -441,6 +443,8 @@ QString SimDspDocument::apply(const QString &ops, const QJsonObject &req, QJsonO
     if (ops == QLatin1String("setGain") || ops == QLatin1String("setMute") || ops == QLatin1String("setInverse") ||
         ops == QLatin1String("setGroupId"))
         return setChannel(ops, req, reply);
+    if (ops == QLatin1String("setAecChannel"))
+        return setAecChannel(req);
     return QStringLiteral("unknown ops");
 }
 
@@ -726,5 +730,28 @@ QString SimDspDocument::setMatrixCell(const QJsonObject &req)
     };
     setCell("gainArr", real(gain));
     setCell("muteArr", flagText(mute));
+    return QString();
+}
+
+QString SimDspDocument::setAecChannel(const QJsonObject &req)
+{
+    Address a;
+    if (!locate(req, true, false, &a) || m_nodes[a.node].type != 2 || !req.value(QLatin1String("obj")).isObject())
+        return badParam;
+    // The members a change may carry, the channel lists free in length.
+    QJsonObject templ = aecMembers(0);
+    for (const char *fixed : {"commArr", "gainDb", "groupId", "inverse", "mute"})
+        templ.remove(QLatin1String(fixed));
+    templ.insert(QStringLiteral("nearArr"), QJsonArray());
+    QJsonValue changes;
+    if (!conform(QString(), templ, req.value(QLatin1String("obj")), &changes, true))
+        return badParam;
+    const QJsonObject obj = changes.toObject();
+    for (const char *list : {"nearArr", "farArr"})
+        for (const QJsonValue &ch : obj.value(QLatin1String(list)).toArray())
+            if (ch.toString().toInt() >= m_layout.inputs)
+                return badParam;
+    Port &port = m_nodes[a.node].ports[a.port];
+    port.members = merged(port.members, obj);
     return QString();
 }

@@ -91,6 +91,8 @@ private:
     QString setNodeData(const QJsonObject &req);
     QString setChannel(const QString &ops, const QJsonObject &req, QJsonObject &reply);
     QString setMatrixCell(const QJsonObject &req);
+    /// The echo-cancellation members of one channel of the AEC node; members left out are kept.
+    QString setAecChannel(const QJsonObject &req);
 
     double chainLevel(const Port &port, double level, int upTo) const;
     double matrixOut(int output) const;

@@ -81,7 +81,7 @@ int main(int argc, char *argv[])
     const QCommandLineOption blockOption(
         QStringLiteral("block"),
         QStringLiteral("With --dsp, open the editor of this block once the configuration is read: in or out, channel "
-                       "and position from 0, e.g. in:0:2."),
+                       "and position from 0, e.g. in:0:2; or aec, automix for the editors of those nodes."),
         QStringLiteral("SIDE:CH:POS"));
     options.addOption(blockOption);
     options.addOption(interfaceOption);
@@ -131,7 +131,9 @@ int main(int argc, char *argv[])
     // The block editor asked for with --block, once it is open.
     auto editor = std::make_shared<QPointer<QWidget>>();
     const QStringList blockAt = options.value(blockOption).split(QLatin1Char(':'));
-    if (options.isSet(blockOption) && (blockAt.size() != 3 || !DspKinds::sideFromName(blockAt[0])))
+    const bool nodeForm =
+        blockAt.size() == 1 && (blockAt[0] == QLatin1String("aec") || blockAt[0] == QLatin1String("automix"));
+    if (options.isSet(blockOption) && !nodeForm && (blockAt.size() != 3 || !DspKinds::sideFromName(blockAt[0])))
         LOG_FAIL();
     if (!dspDevice.isEmpty()) {
         // The device is known once it has announced itself; until then there is no address to open.
@@ -142,12 +144,18 @@ int main(int argc, char *argv[])
             DevDspDialog *dsp = w->dspWindow(dspDevice);
             if (dsp && dspMatrix)
                 dsp->showMatrix();
-            if (!dsp || opened || blockAt.size() != 3)
+            if (!dsp || opened || (blockAt.size() != 3 && blockAt.size() != 1))
                 return;
             QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, blockAt, editor] {
                 if (*editor)
                     return;
                 DspController *c = dsp->controller();
+                if (blockAt.size() == 1) {
+                    *editor = dsp->diagram()->openNodeForm(blockAt[0] == QLatin1String("aec"));
+                    if (!*editor)
+                        LOG_FAIL();
+                    return;
+                }
                 const quint64 id =
                     c->blockId(*DspKinds::sideFromName(blockAt[0]), blockAt[1].toInt(), blockAt[2].toInt());
                 *editor = dsp->diagram()->openBlockEditor(id);

@@ -309,6 +309,47 @@ private slots:
         QVERIFY(!c->document().nodeArr[1].matrix.muteArr[3][1]);
     }
 
+    void echoCancelAndAutomixerChannels()
+    {
+        c->requestConfig();
+        c->handleTcpReply(DspDocs::reply(DspDocs::withNodes(DspDocs::make(4, 4), 2)));
+        sink.tcp.clear();
+
+        // Sent whole at once, shown at once, in the document only once the device took it; undo sends it back.
+        DspChannel changed = c->document().nodeArr[1].portArr[1];
+        changed.farArr = {0, 3};
+        changed.hasAgc = true;
+        QCOMPARE(c->setAecChannel(1, changed), QString());
+        QCOMPARE(sink.tcp, QStringList{DspCommands::setAecChannel(1, 1, changed)});
+        QVERIFY(c->document().nodeArr[1].portArr[1].farArr.isEmpty());
+        QCOMPARE(c->shownNode(1)->portArr[1].farArr, (QVector<int>{0, 3}));
+        answer();
+        QCOMPARE(c->document().nodeArr[1].portArr[1].farArr, (QVector<int>{0, 3}));
+        c->undo();
+        QCOMPARE(sink.tcp.last(), DspCommands::setAecChannel(1, 1, DspDefaults::aecChannel(1)));
+        answer();
+        QVERIFY(!c->document().nodeArr[1].portArr[1].hasAgc);
+
+        // A refusal leaves the document and says so; a list naming a missing input is never sent.
+        QSignalSpy notices(c, &DspController::signal_notice);
+        changed.aecLevel = 7;
+        c->setAecChannel(0, changed);
+        answer(false);
+        QCOMPARE(c->document().nodeArr[1].portArr[0].aecLevel, 2);
+        QCOMPARE(notices.last().at(0).toString(), tx(Tx::DspSetFailed));
+        const int sent = sink.tcp.size();
+        changed.nearArr = {4};
+        QVERIFY(!c->setAecChannel(0, changed).isEmpty());
+        QCOMPARE(sink.tcp.size(), sent);
+
+        // The automixer's channel gain goes to its own node, not to the input of that number.
+        c->setNodeChannelGain(2, 1, -4.5);
+        QCOMPARE(sink.tcp.last(), DspCommands::setGain(2, 1, -4.5));
+        answer();
+        QCOMPARE(c->document().nodeArr[2].portArr[1].gainDb, -4.5);
+        QCOMPARE(c->channel(DspSide::In, 1)->gainDb, 0.0);
+    }
+
     void datagramReplies()
     {
         QSignalSpy levels(c, &DspController::signal_levels);

@@ -262,6 +262,9 @@ void TestSimDsp::changesTouchExactlyTheirTarget_data()
     QTest::newRow("input gain, shortest form")
         << false << QByteArray(R"({"ops":"setGain","uiTag":"dspUiTag","nodeId":"0","portIndex":"3","val":"-12.250"})")
         << QByteArray(R"({"nodeArr/0/portArr/3/gainDb":"-12.25"})");
+    QTest::newRow("echo-cancellation near end not an input: nothing")
+        << false << QByteArray(R"({"ops":"setAecChannel","nodeId":"1","portIndex":"2","obj":{"nearArr":["16"]}})")
+        << QByteArray("{}");
     QTest::newRow("block out of range: nothing")
         << false
         << QByteArray(R"({"ops":"setBorderProcBypass","nodeId":"0","portIndex":"0","procIndex":"8","val":"0"})")

@@ -39,6 +39,21 @@ inline CDeviceDspData make(int inputs, int outputs, const QVector<DspBlock> &inC
     return d;
 }
 
+/// The same with an echo-cancellation node (id 1) and an automixer node (id 2) of this many channels.
+inline CDeviceDspData withNodes(CDeviceDspData d, int channels)
+{
+    DspNode aec, mix;
+    aec.type = DspNode::EchoCancel;
+    mix.type = DspNode::Automixer;
+    mix.automixer = DspDefaults::automixer(channels);
+    mix.portArr.fill(DspDefaults::channel(), channels);
+    for (int c = 0; c < channels; ++c)
+        aec.portArr.append(DspDefaults::aecChannel(c));
+    d.nodeArr.insert(1, mix);
+    d.nodeArr.insert(1, aec);
+    return d;
+}
+
 /// The device's answer to "getConfig" carrying the document.
 inline QString reply(const CDeviceDspData &doc)
 {

@@ -298,6 +298,40 @@ QString DspCommands::setNodeData(int nodeId, const DspNode &node)
     return r.done();
 }
 
+QString DspCommands::setAecChannel(int nodeId, int portIndex, const DspChannel &c)
+{
+    Request r;
+    r.integer("nodeId", nodeId);
+    DspJsonWriter &w = r.writer();
+    w.key("obj");
+    w.beginObject();
+    w.key("aecLevel");
+    w.integer(c.aecLevel);
+    w.key("ansLevel");
+    w.integer(c.ansLevel);
+    w.key("farArr");
+    w.beginArray();
+    for (int ch : c.farArr)
+        w.integer(ch);
+    w.endArray();
+    w.key("hasAec");
+    w.flag(c.hasAec);
+    w.key("hasAgc");
+    w.flag(c.hasAgc);
+    w.key("hasAns");
+    w.flag(c.hasAns);
+    w.key("nearArr");
+    w.beginArray();
+    for (int ch : c.nearArr)
+        w.integer(ch);
+    w.endArray();
+    w.endObject();
+    r.ops("setAecChannel");
+    r.integer("portIndex", portIndex);
+    r.uiTag();
+    return r.done();
+}
+
 QString DspCommands::setGain(int nodeId, int portIndex, double gainDb)
 {
     return channelRequest("setGain", nodeId, portIndex, DspJsonWriter::formatReal(gainDb));
@@ -337,6 +371,7 @@ std::optional<Tx> DspCommands::failureTextOf(const QString &ops)
         {"setGain", Tx::DspSetGainFailed},       {"setMute", Tx::DspSetMuteFailed},
         {"setInverse", Tx::DspSetInverseFailed}, {"setGroupId", Tx::DspSetFailedRetry},
         {"setNodeData", Tx::DspSetFailedRetry},  {"setBorderProcGroupIdBatch", Tx::DspLinkFailed},
+        {"setAecChannel", Tx::DspSetFailed},
     };
     for (const auto &t : kTexts)
         if (ops == QLatin1String(t.ops))

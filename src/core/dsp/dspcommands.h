@@ -45,6 +45,9 @@ QString setBorderEqBypass(const QString &blockFlag, const DspBlockAddress &at, i
 QString setBorderProcGroupIdBatch(int nodeId, int procIndex, const QVector<int> &portArr, int groupId);
 /// The node's obj (matrix or automixer).
 QString setNodeData(int nodeId, const DspNode &node);
+/// The echo-cancellation members of one channel of that node ("setAecChannel"): both channel lists, the
+/// switches and the levels, all of them, so a newer request replacing a waiting one loses nothing.
+QString setAecChannel(int nodeId, int portIndex, const DspChannel &channel);
 QString setGain(int nodeId, int portIndex, double gainDb);
 QString setMute(int nodeId, int portIndex, bool mute);
 QString setInverse(int nodeId, int portIndex, bool inverse);

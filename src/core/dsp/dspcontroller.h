@@ -158,6 +158,16 @@ public:
     /// A node's own object as a whole (matrix, automixer).
     QString setNodeObj(int nodeId, const DspNode &changed);
 
+    /// One channel of the echo-cancellation node as its editor changed it: near and far end (input channel
+    /// indices), the switches and levels of echo cancelling, noise suppression and automatic gain; its gain,
+    /// mute and the rest are not taken from it. One "setAecChannel" with all of them; refused when a level is
+    /// out of its range or a list names an input that is not there.
+    QString setAecChannel(int port, const DspChannel &changed);
+    /// Gain and mute of one channel of the echo-cancellation or automixer node (the device's "setGain" and
+    /// "setMute" addressed to that node); the channels of inputs and outputs go through setChannelGain.
+    QString setNodeChannelGain(int nodeId, int port, double gainDb);
+    QString setNodeChannelMute(int nodeId, int port, bool mute);
+
     /// Gives the configuration an echo-cancellation node, or an automixer node, of this many channels (at most
     /// the inputs; 0 removes it). Like adding blocks, it reaches the device when saved.
     QString setAecChannels(int count);
@@ -258,6 +268,8 @@ private:
                         const QString &text, bool fromUndo);
     void changeNode(int nodeId, const DspNode &after, const QString &text, bool fromUndo);
     void changeNodes(const QVector<DspNode> &middle, const QString &text, bool fromUndo);
+    QString changeNodePort(int nodeId, int port, const std::function<void(DspChannel &)> &set);
+    void sendNodePort(int nodeId, int deviceNode, int port, const DspChannel &before, const DspChannel &after);
     void sendChannel(DspSide side, int channel, const DspChannel &before, const DspChannel &after);
     void linkBlocks(DspSide side, int channel, int group);
     void settle(const QString &target, const Answer &answer, const QString &undoKey, Tx failure);

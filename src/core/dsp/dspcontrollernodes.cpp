@@ -5,6 +5,7 @@
 #include "core/app/texts.h"
 #include "core/dsp/dspcommands.h"
 #include "core/dsp/dspdefaults.h"
+#include "core/dsp/params/dspparams.h"
 
 #include <QSet>
 
@@ -15,6 +16,36 @@
 // automixer, the echo-cancellation channels). Blocks and chains are in dspcontrolleredits.cpp.
 
 using namespace DspControllerParts;
+
+namespace {
+
+bool sameAec(const DspChannel &a, const DspChannel &b)
+{
+    return a.nearArr == b.nearArr && a.farArr == b.farArr && a.hasAec == b.hasAec && a.aecLevel == b.aecLevel &&
+           a.hasAgc == b.hasAgc && a.hasAns == b.hasAns && a.ansLevel == b.ansLevel;
+}
+
+void takeAec(DspChannel &into, const DspChannel &from)
+{
+    into.nearArr = from.nearArr;
+    into.farArr = from.farArr;
+    into.hasAec = from.hasAec;
+    into.aecLevel = from.aecLevel;
+    into.hasAgc = from.hasAgc;
+    into.hasAns = from.hasAns;
+    into.ansLevel = from.ansLevel;
+}
+
+// What a node's editors change on its channels; the rest (chain, link group, commArr) stays the document's.
+void takePort(DspChannel &into, const DspChannel &from, int nodeType)
+{
+    into.gainDb = from.gainDb;
+    into.mute = from.mute;
+    if (nodeType == DspNode::EchoCancel)
+        takeAec(into, from);
+}
+
+} // namespace
 
 // ---------------------------------------------------------------- channels
 
@@ -277,9 +308,20 @@ QString DspController::nodeTitle(int nodeId) const
     }
 }
 
-void DspController::changeNode(int nodeId, const DspNode &after, const QString &text, bool fromUndo)
+void DspController::changeNode(int nodeId, const DspNode &wanted, const QString &text, bool fromUndo)
 {
     const DspNode before = currentNode(nodeId);
+    // Channels are taken member by member: an undo step may be older than the node's present channel count.
+    DspNode after = wanted;
+    after.portArr = before.portArr;
+    for (int p = 0; p < after.portArr.size() && p < wanted.portArr.size(); ++p)
+        takePort(after.portArr[p], wanted.portArr[p], before.type);
+    QVector<int> ports;
+    for (int p = 0; p < after.portArr.size(); ++p) {
+        const DspChannel &x = before.portArr[p], &y = after.portArr[p];
+        if (x.gainDb != y.gainDb || x.mute != y.mute || (before.type == DspNode::EchoCancel && !sameAec(x, y)))
+            ports.append(p);
+    }
     m_sendUndoKey.clear();
     QVector<QPair<int, int>> cells;
     const DspMatrix &a = after.matrix, &b = before.matrix;
@@ -290,7 +332,7 @@ void DspController::changeNode(int nodeId, const DspNode &after, const QString &
     DspNode probeBefore = before, probeAfter = after;
     probeBefore.matrix = probeAfter.matrix = DspMatrix();
     const bool objChanged = DspCommands::setNodeData(0, probeBefore) != DspCommands::setNodeData(0, probeAfter);
-    if (cells.isEmpty() && !objChanged)
+    if (cells.isEmpty() && !objChanged && ports.isEmpty())
         return;
 
     if (!fromUndo) {
@@ -302,7 +344,8 @@ void DspController::changeNode(int nodeId, const DspNode &after, const QString &
         step.nodeAfter = after;
         step.mergeKey = QStringLiteral("n:") + QString::number(nodeId) +
                         (cells.size() == 1 ? QStringLiteral(":%1:%2").arg(cells[0].first).arg(cells[0].second)
-                                           : QString());
+                         : ports.size() == 1 && cells.isEmpty() && !objChanged ? QStringLiteral(":p%1").arg(ports[0])
+                                                                               : QString());
         m_undo.push(step);
         m_sendUndoKey = step.mergeKey;
         emit signal_undoChanged();
@@ -312,6 +355,8 @@ void DspController::changeNode(int nodeId, const DspNode &after, const QString &
         m_doc.nodeArr[nodeId].matrix = after.matrix;
         m_doc.nodeArr[nodeId].automixer = after.automixer;
         m_doc.nodeArr[nodeId].objExtra = after.objExtra;
+        for (int p : ports)
+            takePort(m_doc.nodeArr[nodeId].portArr[p], after.portArr[p], before.type);
         m_localEdits = m_localEdits || m_linkLost;
         emit signal_nodeChanged(nodeId);
         emit signal_unsavedChanged(hasUnsavedChanges());
@@ -357,6 +402,85 @@ void DspController::changeNode(int nodeId, const DspNode &after, const QString &
         };
         enqueue(std::move(p));
     }
+    for (int port : ports)
+        sendNodePort(nodeId, deviceNode, port, before.portArr[port], after.portArr[port]);
+}
+
+void DspController::sendNodePort(int nodeId, int deviceNode, int port, const DspChannel &before,
+                                 const DspChannel &after)
+{
+    const QString target = QStringLiteral("n:") + QString::number(nodeId);
+    const QString undoKey = m_sendUndoKey;
+    const int type = m_doc.nodeArr[nodeId].type;
+    auto send = [&](const char *ops, const QString &text, std::function<void(DspChannel &)> apply) {
+        Pending p;
+        p.key = QStringLiteral("%1:n%2:%3").arg(QLatin1String(ops)).arg(nodeId).arg(port);
+        p.target = target;
+        p.ops = QLatin1String(ops);
+        p.undoKey = undoKey;
+        p.text = text;
+        const Tx failure = DspCommands::failureTextOf(p.ops).value_or(Tx::DspSetFailed);
+        p.done = [this, nodeId, port, type, apply, target, undoKey, failure](const Answer &a) {
+            // The node may have been resized or removed while the request waited.
+            if (a.ok && nodeId < m_doc.nodeArr.size() && m_doc.nodeArr[nodeId].type == type &&
+                port < m_doc.nodeArr[nodeId].portArr.size())
+                apply(m_doc.nodeArr[nodeId].portArr[port]);
+            settle(target, a, undoKey, failure);
+            emit signal_nodeChanged(nodeId);
+        };
+        enqueue(std::move(p));
+    };
+    if (before.gainDb != after.gainDb) {
+        const double v = after.gainDb;
+        send("setGain", DspCommands::setGain(deviceNode, port, v), [v](DspChannel &c) { c.gainDb = v; });
+    }
+    if (before.mute != after.mute) {
+        const bool v = after.mute;
+        send("setMute", DspCommands::setMute(deviceNode, port, v), [v](DspChannel &c) { c.mute = v; });
+    }
+    if (type == DspNode::EchoCancel && !sameAec(before, after)) {
+        const DspChannel v = after;
+        send("setAecChannel", DspCommands::setAecChannel(deviceNode, port, v), [v](DspChannel &c) { takeAec(c, v); });
+    }
+}
+
+QString DspController::changeNodePort(int nodeId, int port, const std::function<void(DspChannel &)> &set)
+{
+    const DspNode *node = m_doc.node(nodeId);
+    if (!node || (node->type != DspNode::EchoCancel && node->type != DspNode::Automixer) || port < 0 ||
+        port >= node->portNum())
+        return refuse(tx(Tx::DspNoSuchChannel).arg(nodeId).arg(port + 1));
+    DspNode after = currentNode(nodeId);
+    set(after.portArr[port]);
+    changeNode(nodeId, after, nodeTitle(nodeId) + QLatin1Char(' ') + QString::number(port + 1), false);
+    return QString();
+}
+
+QString DspController::setNodeChannelGain(int nodeId, int port, double gainDb)
+{
+    return changeNodePort(nodeId, port, [gainDb](DspChannel &c) { c.gainDb = gainDb; });
+}
+
+QString DspController::setNodeChannelMute(int nodeId, int port, bool mute)
+{
+    return changeNodePort(nodeId, port, [mute](DspChannel &c) { c.mute = mute; });
+}
+
+QString DspController::setAecChannel(int port, const DspChannel &changed)
+{
+    const int node = aecNodeId();
+    if (node < 0)
+        return refuse(tx(Tx::DspNoNode).arg(tx(Tx::DspKindAec)));
+    for (const DspParam &p : DspParams::aecChannel()) {
+        const double v = DspParams::value(changed, DspNode::EchoCancel, p.member).value_or(0.0);
+        if (v < p.min || v > p.max)
+            return refuse(tx(Tx::DsOutOfRange).arg(p.min).arg(p.max));
+    }
+    for (const QVector<int> *list : {&changed.nearArr, &changed.farArr})
+        for (int ch : *list)
+            if (ch < 0 || ch >= m_doc.inChNum())
+                return refuse(tx(Tx::DspNoSuchSideChannel).arg(channelLabel(DspSide::In, ch)));
+    return changeNodePort(node, port, [&changed](DspChannel &c) { takeAec(c, changed); });
 }
 
 QString DspController::setAecChannels(int count)

@@ -7,6 +7,8 @@
 #include "gui/dsp/cbasechannel.h"
 #include "gui/dsp/cbaseitem.h"
 #include "gui/dsp/blocks/dspblockeditors.h"
+#include "gui/dsp/blocks/dspaecform.h"
+#include "gui/dsp/blocks/dspautomixform.h"
 #include "gui/dsp/blocks/dspblockparamsview.h"
 #include "gui/widgets/framelessdialog.h"
 #include "gui/widgets/noticebox.h"
@@ -130,10 +132,8 @@ void DspDiagramForm::buildBars()
     m_pageMenu->addSeparator();
     m_act.addAec = action("act_addAec", [this] { askNodeChannels(true); });
     m_act.addAutomixer = action("act_addAutomixer", [this] { askNodeChannels(false); });
-    m_act.automixerConfig = action("act_automixerConfig", [this] {
-        showNodeMembers(m_controller->automixerNodeId(), tx(Tx::DspKindAutomixer));
-    });
-    m_act.aecConfig = action("act_aecConfig", [this] { showNodeMembers(m_controller->aecNodeId(), tx(Tx::DspKindAec)); });
+    m_act.automixerConfig = action("act_automixerConfig", [this] { openNodeForm(false); });
+    m_act.aecConfig = action("act_aecConfig", [this] { openNodeForm(true); });
     m_act.mic = action("act_micConfig", [this] { emit signal_micConfigRequested(); });
     m_pageMenu->addSeparator();
     // The programs arrive later; their entries stand where they will be, so the menu does not move then.
@@ -412,14 +412,25 @@ void DspDiagramForm::closeRemovedViews()
     }
 }
 
-void DspDiagramForm::showNodeMembers(int nodeId, const QString &what)
+QWidget *DspDiagramForm::openNodeForm(bool echoCancel)
 {
-    if (nodeId < 0) {
-        emit signal_showTips(tx(Tx::DspNoNode).arg(what), false);
-        return;
+    const int nodeId = echoCancel ? m_controller->aecNodeId() : m_controller->automixerNodeId();
+    const DspNode *node = m_controller->document().node(nodeId);
+    if (!node || node->portNum() == 0) {
+        emit signal_showTips(tx(Tx::DspNoNode).arg(tx(echoCancel ? Tx::DspKindAec : Tx::DspKindAutomixer)), false);
+        return nullptr;
     }
-    auto *view = new DspBlockParamsView(m_controller, nodeId, what, this);
-    view->show();
+    QPointer<DspNodeForm> &open = echoCancel ? m_aecForm : m_automixForm;
+    if (!open) {
+        auto names = [this](DspSide side, int channel) { return channelName(side, channel); };
+        if (echoCancel)
+            open = new DspAecForm(m_controller, names, this);
+        else
+            open = new DspAutomixForm(m_controller, names, this);
+    }
+    open->show();
+    open->raise();
+    return open;
 }
 
 void DspDiagramForm::askNodeChannels(bool echoCancel)

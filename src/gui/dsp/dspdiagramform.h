@@ -12,6 +12,7 @@
 class CBaseChannel;
 class CBaseItem;
 class DspBlockParamsView;
+class DspNodeForm;
 class FramelessDialog;
 class DspController;
 class QAction;
@@ -37,6 +38,9 @@ public:
     /// Where channel names come from (the device's names, "USBIn"...); "In n" / "Out n" until set.
     void setChannelNames(NameOf nameOf);
     QString channelName(DspSide side, int channel) const;
+    /// Opens the editor of the echo-cancellation or automixer node (one of each at a time); null, with a tip,
+    /// when the configuration has no such node.
+    QWidget *openNodeForm(bool echoCancel);
 
     /// Opens what shows a block: today its parameters read-only for every kind. Block editors of later
     /// versions take their kind over here. Raises the one already open.
@@ -90,7 +94,6 @@ private:
     void updateUnsaved();
     void updateAddBar();
     void fillJumpMenu();
-    void showNodeMembers(int nodeId, const QString &what);
     /// Asks how many channels the echo-cancellation or automixer node gets, and has the controller make it so.
     void askNodeChannels(bool echoCancel);
     void retranslate();
@@ -100,6 +103,7 @@ private:
 
     DspController *m_controller;
     NameOf m_nameOf;
+    QPointer<DspNodeForm> m_aecForm, m_automixForm;
     QGraphicsScene *m_scene[2];
     QGraphicsView *m_view[2];
     QVector<CBaseChannel *> m_channels[2];
