@@ -203,6 +203,13 @@ void SignalTestDialog::on_pb_start_clicked()
     }
     m_startWanted = true;
     setRunning(true);
+    QTimer::singleShot(kConnectTimeoutMs, this, [this, devId] {
+        if (!m_startWanted || m_devId != devId)
+            return;
+        m_startWanted = false;
+        setRunning(false);
+        m_status->setText(tx(Tx::DspWinConnectTimeout));
+    });
     // A document older than this run may no longer be the device's: always read it afresh.
     connectTo(devId);
 }
@@ -238,16 +245,12 @@ void SignalTestDialog::connectTo(const QString &devId)
     m_controller = new DspController(m_sink.get(), this);
     m_controller->setDevice(devId, d->rec.model.str());
     connect(m_link, &DspLink::signal_connected, this, [this](const QString &msg, bool ok) {
+        // Attempts that did not get through are reported on the way; the transport keeps trying.
         if (!ok) {
             m_status->setText(msg);
-            m_startWanted = false;
-            setRunning(false);
-            if (!m_owed.isEmpty()) {
-                m_lost = true;
-                m_retry->start();
-            }
             return;
         }
+        m_connected = true;
         m_controller->requestConfig();
     });
     connect(m_link, &DspLink::signal_recvMsg, m_controller, &DspController::handleTcpReply);
@@ -257,6 +260,11 @@ void SignalTestDialog::connectTo(const QString &devId)
             linkLost();
     });
     connect(m_controller, &DspController::signal_documentLoaded, this, &SignalTestDialog::documentLoaded);
+    connect(m_controller, &DspController::signal_configRefused, this, [this](const QString &why) {
+        m_startWanted = false;
+        setRunning(false);
+        m_status->setText(tx(Tx::DspWinConfigRefused).arg(why));
+    });
     connect(m_controller, &DspController::signal_blockChanged, this, &SignalTestDialog::checkBlock);
     connect(m_controller, &DspController::signal_notice, this, [this](const QString &text, bool ok) {
         if (!ok)
@@ -270,6 +278,7 @@ void SignalTestDialog::connectTo(const QString &devId)
     });
     m_status->setText(tx(Tx::SigTestConnecting));
     m_lost = false;
+    m_connected = false;
     m_link->start(m_ip);
 }
 
@@ -307,7 +316,8 @@ void SignalTestDialog::documentLoaded()
 
 void SignalTestDialog::linkLost()
 {
-    if (m_lost)
+    // The socket passes through its unconnected state while it connects.
+    if (m_lost || !m_connected)
         return;
     m_lost = true;
     if (m_controller)

@@ -35,6 +35,8 @@ public:
     static constexpr int kPollMs = 500;
     /// After a lost link, a new one is tried this often while generators are still to be put back.
     static constexpr int kRetryMs = 3000;
+    /// A run not begun this long after Start (no link, no configuration) is given up.
+    static constexpr int kConnectTimeoutMs = 10000;
 
     /// sendUdp: how datagrams reach the device (the main window's device link).
     SignalTestDialog(const DevManager &registry, DspLinkSink::SendUdp sendUdp, QWidget *parent = nullptr);
@@ -102,6 +104,7 @@ private:
     QStringList m_channelNames;
     bool m_startWanted = false;
     bool m_lost = false;
+    bool m_connected = false;
 
     std::unique_ptr<SignalTest> m_test;
     QVector<int> m_generatorAt; ///< per input: the generator's position in the chain; -1 none
