@@ -94,6 +94,7 @@ SignalTestDialog::SignalTestDialog(const DevManager &registry, DspLinkSink::Send
     m_progress = new QProgressBar(this);
     m_progress->setObjectName(QStringLiteral("pbar_progress"));
     m_progress->setValue(0);
+    m_progress->setFormat(QStringLiteral("%v / %m"));
     m_status = new QLabel(this);
     m_status->setObjectName(QStringLiteral("lb_status"));
     m_status->setWordWrap(true);
