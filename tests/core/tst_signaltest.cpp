@@ -46,8 +46,8 @@ private slots:
         QTest::newRow("too low") << only(0, -23.2) << only(0, -23.1) << int(Reason::WrongLevel) << -1;
         QTest::newRow("too high") << only(0, -16.8) << only(0, -16.9) << int(Reason::WrongLevel) << -1;
         QTest::newRow("dead input") << only(0, kSilence) << only(0, kSilence) << int(Reason::WrongLevel) << -1;
-        QTest::newRow("leaks into input 3") << only(0, -20) << QVector<double>{-20, kSilence, -59, kSilence}
-                                            << int(Reason::NotQuiet) << 2;
+        QTest::newRow("leaks into input 3")
+            << only(0, -20) << QVector<double>{-20, kSilence, -59, kSilence} << int(Reason::NotQuiet) << 2;
     }
     void verdicts()
     {
@@ -114,8 +114,7 @@ private slots:
         t.generatorOn(0); // a late confirmation of a channel already done changes nothing
         settle(t, only(2, -21), &now);
         settle(t, only(3, kSilence), &now);
-        QCOMPARE(t.takeActions(),
-                 (QVector<Action>{{Action::Restore, 2}, {Action::SwitchOn, 3}, {Action::Restore, 3}}));
+        QCOMPARE(t.takeActions(), (QVector<Action>{{Action::Restore, 2}, {Action::SwitchOn, 3}, {Action::Restore, 3}}));
         QVERIFY(t.isDone());
         QCOMPARE(t.finishedCount(), 4);
     }

@@ -23,7 +23,8 @@ namespace {
 /// The input generators of the device's configuration, in channel order.
 QJsonArray generators(const QString &address)
 {
-    const DspExchange::Result r = DspExchange::run(address, QStringLiteral(R"({"ops":"getConfig","uiTag":"dspUiTag"})"));
+    const DspExchange::Result r =
+        DspExchange::run(address, QStringLiteral(R"({"ops":"getConfig","uiTag":"dspUiTag"})"));
     const QJsonObject config = QJsonDocument::fromJson(r.reply.toUtf8()).object().value("config").toObject();
     QJsonArray out;
     for (const QJsonValue &port : config.value("nodeArr")[0].toObject().value("portArr").toArray())
@@ -90,7 +91,8 @@ private slots:
         QFile report(m_dir.filePath("report.txt"));
         QVERIFY(dialog->saveReport(report.fileName()) && report.open(QIODevice::ReadOnly));
         const QStringList lines = QString::fromUtf8(report.readAll()).split('\n', Qt::SkipEmptyParts);
-        QVERIFY(lines.size() == 4 + 4 && lines[1].contains(device) && lines[3].contains("-18.0") && lines[6].contains("silence"));
+        QVERIFY(lines.size() == 4 + 4 && lines[1].contains(device) && lines[3].contains("-18.0") &&
+                lines[6].contains("silence"));
     }
 };
 

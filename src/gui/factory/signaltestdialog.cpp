@@ -73,7 +73,8 @@ SignalTestDialog::SignalTestDialog(const DevManager &registry, DspLinkSink::Send
     m_tolerance->setDecimals(1);
     m_tolerance->setValue(3.0);
     auto *settingsRow = new QHBoxLayout;
-    for (auto [label, box] : {std::pair<QLabel *, QWidget *>{m_levelLabel, m_level}, {m_freqLabel, m_freq},
+    for (auto [label, box] : {std::pair<QLabel *, QWidget *>{m_levelLabel, m_level},
+                              {m_freqLabel, m_freq},
                               {m_toleranceLabel, m_tolerance}}) {
         settingsRow->addWidget(label);
         settingsRow->addWidget(box);
@@ -122,8 +123,8 @@ SignalTestDialog::SignalTestDialog(const DevManager &registry, DspLinkSink::Send
     connect(m_start, &QPushButton::clicked, this, &SignalTestDialog::on_pb_start_clicked);
     connect(m_stop, &QPushButton::clicked, this, &SignalTestDialog::on_pb_stop_clicked);
     connect(m_save, &QPushButton::clicked, this, [this] {
-        const QString path = QFileDialog::getSaveFileName(this, tx(Tx::SigTestSave), QString(),
-                                                          QStringLiteral("*.txt"));
+        const QString path =
+            QFileDialog::getSaveFileName(this, tx(Tx::SigTestSave), QString(), QStringLiteral("*.txt"));
         if (path.isEmpty())
             return;
         const bool ok = saveReport(path);
