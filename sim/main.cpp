@@ -139,11 +139,15 @@ int main(int argc, char *argv[])
     const QCommandLineOption settleOpt(QStringLiteral("settle-ms"),
                                        QStringLiteral("Time from a new clock leader to lock (3000)."),
                                        QStringLiteral("MS"));
+    const QCommandLineOption deadInputOpt(
+        QStringLiteral("dead-input"),
+        QStringLiteral("A DSP input (from 1) that reads silence whatever its generator does (repeatable)."),
+        QStringLiteral("DEVICE:CH"));
     const QCommandLineOption verboseOpt(QStringLiteral("verbose"), QStringLiteral("A line per request too."));
     const QCommandLineOption quietOpt(QStringLiteral("quiet"), QStringLiteral("No log lines."));
     p.addOptions({scenarioOpt,  devicesOpt,  ifaceOpt,         baseOpt,   printOpt,   seedOpt, lossOpt,  delayOpt,
                   malformedOpt, oversizeOpt, refuseOpt,        hotOpt,    silentOpt,  goneOpt, blinkOpt, dspSplitOpt,
-                  dspDelayOpt,  dspDropOpt,  dspDropAcceptOpt, settleOpt, verboseOpt, quietOpt});
+                  dspDelayOpt,  dspDropOpt,  dspDropAcceptOpt, settleOpt, verboseOpt, quietOpt, deadInputOpt});
     p.process(app);
 
     SimScenario scenario = SimScenario::defaultScenario();
@@ -235,6 +239,15 @@ int main(int argc, char *argv[])
         if (!splitTarget(scenario, b, &index, &value) || value.toInt(&ok) < 1 || !ok)
             return fail(QStringLiteral("--blink takes DEVICE=SECONDS"));
         scenario.devices[index].blinkEveryS = value.toInt();
+    }
+    for (const QString &d : p.values(deadInputOpt)) {
+        const int colon = d.lastIndexOf(QLatin1Char(':'));
+        bool ok = false;
+        const int channel = d.mid(colon + 1).toInt(&ok);
+        index = colon > 0 ? scenario.indexOf(d.left(colon)) : -1;
+        if (index < 0 || !ok || channel < 1)
+            return fail(QStringLiteral("--dead-input takes DEVICE:CHANNEL, the channel from 1"));
+        scenario.devices[index].deadInputs.append(channel - 1);
     }
 
     if (p.isSet(printOpt)) {

@@ -99,8 +99,9 @@ SimDevice::SimDevice(const SimDeviceProfile &profile, const QHostAddress &addres
     m_gateway = profile.gateway.isEmpty() ? dotted((m_address & 0xFFFFFF00u) | 1u) : profile.gateway;
     m_dns = m_gateway;
     if (profile.dsp) {
-        const SimDspDocument::Layout layout =
+        SimDspDocument::Layout layout =
             SimDspDocument::layoutFor(profile.model, profile.phyChNumRx, profile.phyChNumTx);
+        layout.deadInputs = profile.deadInputs;
         const SimLevels *levels = m_levels.get();
         m_dsp = std::make_unique<SimDspDocument>(layout, [levels](int ch) { return levels->phyIn(ch); });
         m_dspLink = new SimDspLink(

@@ -55,6 +55,7 @@ struct SimDeviceProfile
     QString gateway;                       ///< empty: the address with .1 as its last octet
     QStringList chNamesRx, chNamesTx, phyChNamesRx, phyChNamesTx; ///< missing names are generated
     QVector<int> silentInputs;                                    ///< physical inputs that carry no signal
+    QVector<int> deadInputs; ///< DSP inputs that read silence whatever their chain makes (--dead-input only)
     QVector<Flow> flows;
     SimFaults faults;
 

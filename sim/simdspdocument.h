@@ -21,6 +21,7 @@ public:
         int outputs = 0;
         bool aec = false;       ///< an echo-cancellation node after the inputs, one channel per input
         bool automixer = false; ///< an automixer node after the inputs (and the AEC), one channel per input
+        QVector<int> deadInputs; ///< broken input paths: silence even with their generator on
     };
     /// "RKiiooD" carries ii inputs and oo outputs; a model code that does not
     /// read so takes the physical channel counts. Sixteen inputs or more bring

@@ -56,7 +56,7 @@ double SimDspDocument::matrixOut(int output) const
     const QJsonArray mutes = m.value(QLatin1String("muteArr")).toArray().at(output).toArray();
     double sum = silence;
     for (int i = 0; i < m_layout.inputs; ++i) {
-        if (mutes.at(i).toString() != QLatin1String("0"))
+        if (mutes.at(i).toString() != QLatin1String("0") || m_layout.deadInputs.contains(i))
             continue;
         const Port &in = m_nodes.first().ports[i];
         double level = afterChannel(in.members, chainLevel(in, m_input(i), in.procs.size()));
@@ -75,6 +75,10 @@ QVector<double> SimDspDocument::levels(bool outputs) const
     const Node &node = outputs ? m_nodes.last() : m_nodes.first();
     for (int c = 0; c < node.ports.size(); ++c) {
         const Port &p = node.ports[c];
+        if (!outputs && m_layout.deadInputs.contains(c)) {
+            v << silence;
+            continue;
+        }
         v << afterChannel(p.members, chainLevel(p, outputs ? matrixOut(c) : m_input(c), p.procs.size()));
     }
     return v;

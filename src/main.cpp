@@ -9,6 +9,7 @@
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dspkinds.h"
 #include "gui/dsp/dspdiagramform.h"
+#include "gui/factory/signaltestdialog.h"
 #include "gui/widgets/style.h"
 
 #include <QApplication>
@@ -84,6 +85,12 @@ int main(int argc, char *argv[])
                        "and position from 0, e.g. in:0:2; or aec, automix for the editors of those nodes."),
         QStringLiteral("SIDE:CH:POS"));
     options.addOption(blockOption);
+    const QCommandLineOption signalTestOption(
+        QStringLiteral("signal-test"),
+        QStringLiteral("Open the signal test with this DSP device and start it once the device is found; with "
+                       "--screenshot, the picture is of the finished test."),
+        QStringLiteral("DEVID"));
+    options.addOption(signalTestOption);
     options.addOption(interfaceOption);
     options.addOption(chineseOption);
     options.addOption(screenshotOption);
@@ -169,7 +176,31 @@ int main(int argc, char *argv[])
         });
         QTimer::singleShot(0, w, open);
     }
-    if (options.isSet(screenshotOption)) {
+    const QString signalDevice = options.value(signalTestOption);
+    if (!signalDevice.isEmpty()) {
+        auto open = [w, signalDevice] {
+            SignalTestDialog *test = w->slot_showSignalTest();
+            if (!test->test() && test->selectDevice(signalDevice))
+                test->on_pb_start_clicked();
+        };
+        QObject::connect(w, &MainWindow::signal_send_addDev, w, [open, signalDevice](const QString &devId) {
+            if (devId == signalDevice)
+                open();
+        });
+        QTimer::singleShot(0, w, open);
+    }
+    if (options.isSet(screenshotOption) && !signalDevice.isEmpty()) {
+        const QString file = options.value(screenshotOption);
+        SignalTestDialog *test = w->slot_showSignalTest();
+        auto take = [w, test, file] {
+            if (!test->grab().save(file))
+                LOG_FAIL();
+            w->setQuitConfirmed(true);
+            w->close();
+        };
+        QObject::connect(test, &SignalTestDialog::signal_finished, w, [w, take] { QTimer::singleShot(300, w, take); });
+        QTimer::singleShot(60000, w, take);
+    } else if (options.isSet(screenshotOption)) {
         const QString file = options.value(screenshotOption);
         auto take = [w, file, editor](QWidget *what) {
             if (*editor)

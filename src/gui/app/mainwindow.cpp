@@ -9,6 +9,7 @@
 #include "gui/device/devicesettingsdialog.h"
 #include "gui/dsp/devdspdialog.h"
 #include "gui/factory/devicetestdialog.h"
+#include "gui/factory/signaltestdialog.h"
 #include "gui/app/placeholderpage.h"
 #include "core/mcast/flowview.h"
 #include "gui/mcast/mcastwidget.h"
@@ -340,6 +341,13 @@ void MainWindow::buildMenu(QWidget *menu)
     m_tools->setStyleSheet(QString::fromLatin1(kLanguageButtonStyle).arg(scaled(12)));
     connect(m_tools, &QPushButton::clicked, this, &MainWindow::slot_showDeviceTest);
     layout->addWidget(m_tools);
+    m_signalTools = new QPushButton(menu);
+    m_signalTools->setObjectName(QStringLiteral("pb_signalTest"));
+    m_signalTools->setFocusPolicy(Qt::NoFocus);
+    m_signalTools->setFixedHeight(scaled(28));
+    m_signalTools->setStyleSheet(QString::fromLatin1(kLanguageButtonStyle).arg(scaled(12)));
+    connect(m_signalTools, &QPushButton::clicked, this, &MainWindow::slot_showSignalTest);
+    layout->addWidget(m_signalTools);
     layout->addSpacing(scaled(6));
     layout->addWidget(m_about);
 }
@@ -354,6 +362,21 @@ void MainWindow::slot_showDeviceTest()
     }
     m_deviceTest->show();
     m_deviceTest->raise();
+}
+
+SignalTestDialog *MainWindow::slot_showSignalTest()
+{
+    if (!m_signalTest) {
+        DeviceLink *link = m_link;
+        m_signalTest = new SignalTestDialog(
+            link->registry(), [link](const QString &request, quint16 port) { link->sendToPort(request, port); }, this);
+        connect(m_signalTest, &SignalTestDialog::signal_showTips, this, &MainWindow::slot_showTips);
+        connect(this, &MainWindow::signal_recv_message, m_signalTest, &SignalTestDialog::slot_message);
+        connect(this, &MainWindow::signal_send_addDev, m_signalTest, &SignalTestDialog::slot_refreshDevices);
+    }
+    m_signalTest->show();
+    m_signalTest->raise();
+    return m_signalTest;
 }
 
 void MainWindow::setPage(Page page)
@@ -492,6 +515,7 @@ void MainWindow::retranslate()
     m_chinese->setText(tx(Tx::LanguageChinese));
     m_about->setText(tx(Tx::About));
     m_tools->setText(tx(Tx::ToolsDeviceTest));
+    m_signalTools->setText(tx(Tx::ToolsSignalTest));
     m_titleBar->retranslate();
     updateStatus();
 }

@@ -86,6 +86,8 @@ public slots:
     McastWidget *flowDetails() const;
     /// The production test tool.
     void slot_showDeviceTest();
+    /// The production signal test of a DSP device's inputs.
+    class SignalTestDialog *slot_showSignalTest();
     /// The interface choice was made: traffic moves to it.
     void on_selectIp_confirm();
 
@@ -112,6 +114,8 @@ private:
     QPushButton *m_about;
     QPushButton *m_tools;
     class DeviceTestDialog *m_deviceTest = nullptr;
+    QPushButton *m_signalTools;
+    class SignalTestDialog *m_signalTest = nullptr;
     QPointer<McastWidget> m_flowDetails;
     QStackedWidget *m_stack;
     QLabel *m_statusInterface;
