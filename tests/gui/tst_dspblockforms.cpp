@@ -2,6 +2,7 @@
 // controls, exactly the requests it causes, and the live figures the window's polling brings in.
 #include "core/dsp/dspcontroller.h"
 #include "gui/dsp/blocks/dspblockeditors.h"
+#include "gui/dsp/blocks/dspblockparamsview.h"
 #include "gui/dsp/blocks/dspdelayblockform.h"
 #include "gui/dsp/blocks/dspdynamicsform.h"
 #include "gui/dsp/blocks/dspsimpleforms.h"
@@ -26,6 +27,11 @@ private slots:
     {
         QVector<DspBlock> in = DspDefaults::inputChain(); // generator 0, gate 1, feedback 2, delay 3, ..., expander 7
         in.append(DspKinds::newBlock(DspKind::Ducker));  // 8
+        in.append(DspKinds::newBlock(DspKind::Aec));     // 9
+        DspBlock unknown;                                 // 10: a type from a newer device
+        unknown.obj = DspUnknownBlock{42};
+        unknown.objExtra = QJsonObject{{"depth", "3"}};
+        in.append(unknown);
         m_ctl = new DspController(&m_sink);
         m_ctl->setDevice(QStringLiteral("DEV-1"), QStringLiteral("RK0404D"));
         m_ctl->requestConfig();
@@ -37,6 +43,52 @@ private slots:
         qDeleteAll(m_open);
         m_open.clear();
         delete m_ctl;
+    }
+
+    void everyEditorSendsItsWholeBlockAndRollsBackAFailedBypass_data()
+    {
+        QTest::addColumn<int>("side");
+        QTest::addColumn<int>("proc");
+        QTest::addColumn<QString>("control");
+        QTest::newRow("generator") << 0 << 0 << "slider_freq";
+        QTest::newRow("gate") << 0 << 1 << "slider_opentime";
+        QTest::newRow("feedback") << 0 << 2 << "slider_freqshift";
+        QTest::newRow("delay") << 0 << 3 << "slider";
+        QTest::newRow("expander") << 0 << 7 << "slider_release";
+        QTest::newRow("ducker") << 0 << 8 << "slider_hold";
+        QTest::newRow("channel aec") << 0 << 9 << "pb_agc";
+        QTest::newRow("compressor") << 1 << 4 << "slider_attack";
+        QTest::newRow("limiter") << 1 << 5 << "slider_limit";
+    }
+    void everyEditorSendsItsWholeBlockAndRollsBackAFailedBypass()
+    {
+        QFETCH(int, side);
+        QFETCH(int, proc);
+        QFETCH(QString, control);
+        const DspSide s = side ? DspSide::Out : DspSide::In;
+        auto *form = open<DspBlockBaseForm>(s, proc);
+        const int type = m_ctl->block(m_ctl->blockId(s, 0, proc))->type();
+        if (auto *slider = form->findChild<QSlider *>(control))
+            slider->setValue(slider->value() + 10);
+        else
+            QTest::mouseClick(form->findChild<QPushButton *>(control), Qt::LeftButton);
+        const QJsonObject obj = sentOne().value("obj").toObject();
+        QCOMPARE(obj.keys(), DspBlock::memberNames(type));
+
+        QSignalSpy notices(m_ctl, &DspController::signal_notice);
+        auto *bypass = form->findChild<QPushButton *>("pb_bypass");
+        QTest::mouseClick(bypass, Qt::LeftButton);
+        QVERIFY(!bypass->isChecked());
+        QCOMPARE(m_sink.tcp.size(), 1);
+        m_ctl->handleTcpReply(DspDocs::answer(m_sink.tcp.takeFirst(), false));
+        QVERIFY(bypass->isChecked());
+        QCOMPARE(notices.last().first().toString(), tx(Tx::DspSetBypassFailed));
+    }
+
+    void unknownBlocksAreShownAsTheyAre()
+    {
+        auto *view = open<DspBlockParamsView>(DspSide::In, 10);
+        QCOMPARE(view->rows(), (QVector<QPair<QString, QString>>{{"depth", "3"}}));
     }
 
     void slidersAndSpinBoxesSendOnceAndNeverEcho()
