@@ -348,6 +348,20 @@ private slots:
         answer();
         QCOMPARE(c->document().nodeArr[2].portArr[1].gainDb, -4.5);
         QCOMPARE(c->channel(DspSide::In, 1)->gainDb, 0.0);
+
+        // A node given a new channel count starts from the device's defaults there: after the save, what was
+        // set here while it was unsaved follows.
+        QCOMPARE(c->setAecChannels(3), QString());
+        changed = c->shownNode(1)->portArr[2];
+        changed.hasAgc = true;
+        c->setAecChannel(2, changed); // not on the device yet: kept here
+        sink.tcp.clear();
+        c->save();
+        QCOMPARE(sink.tcp.size(), 1);
+        while (!c->isIdle())
+            answer(); // one at a time
+        QCOMPARE(sink.tcp.size(), 4); // the three channels of the echo canceller; the mixer kept its shape
+        QCOMPARE(sink.tcp[3], DspCommands::setAecChannel(1, 2, changed));
     }
 
     void datagramReplies()

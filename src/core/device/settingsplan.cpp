@@ -89,7 +89,7 @@ CommandPlan SettingsPlan::setting(const QString &devId, Setting setting, int val
 {
     const SettingInfo &s = kSettings[setting];
     if (value < s.min || value > s.max)
-        return CommandPlan::notice(tx(Tx::DsOutOfRange).arg(s.min).arg(s.max));
+        return CommandPlan::notice(tx(Tx::DspOutOfRange).arg(s.min).arg(s.max));
     QJsonObject cmd = request(devId, QLatin1String(s.op));
     cmd.insert(QLatin1String(s.member), number(value));
     return send(cmd);
@@ -105,7 +105,7 @@ CommandPlan SettingsPlan::setPower(const QString &devId, bool on)
 CommandPlan SettingsPlan::setGain(const QString &devId, int output, double gainDb)
 {
     if (gainDb < kMinGainDb || gainDb > kMaxGainDb)
-        return CommandPlan::notice(tx(Tx::DsOutOfRange).arg(kMinGainDb).arg(kMaxGainDb));
+        return CommandPlan::notice(tx(Tx::DspOutOfRange).arg(kMinGainDb).arg(kMaxGainDb));
     QJsonObject cmd = request(devId, QStringLiteral("setGain"));
     cmd.insert(QStringLiteral("chId"), number(output));
     // -0.04 would otherwise go out as "-0.0".

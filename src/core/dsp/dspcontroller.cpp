@@ -571,6 +571,7 @@ void DspController::save()
         if (a.ok) {
             m_unsaved = false;
             m_localEdits = false;
+            resendReshapedNodes(aecAsk >= 0, mixAsk >= 0);
         } else {
             m_deviceChains[0] = previousChains[0];
             m_deviceChains[1] = previousChains[1];
@@ -583,6 +584,39 @@ void DspController::save()
         emit signal_saved(a.ok);
     };
     enqueue(std::move(p));
+}
+
+void DspController::resendReshapedNodes(bool aec, bool mixer)
+{
+    // A node the save gave a new number of channels starts from the device's defaults: what was set here while
+    // it was not saved goes after the save, so the device ends as the window shows it.
+    auto send = [this](const QString &ops, const QString &text) {
+        Pending p;
+        p.key = text; // each one goes; none replaces another
+        p.ops = ops;
+        p.text = text;
+        p.done = [this](const Answer &a) {
+            if (!a.ok)
+                emit signal_notice(tx(Tx::DspSetFailedRetry), false);
+        };
+        enqueue(std::move(p));
+    };
+    for (const int id : {aec ? aecNodeId() : -1, mixer ? automixerNodeId() : -1}) {
+        if (id < 0)
+            continue;
+        const DspNode node = currentNode(id);
+        if (node.type == DspNode::Automixer)
+            send(QStringLiteral("setNodeData"), DspCommands::setNodeData(id, node));
+        for (int port = 0; port < node.portArr.size(); ++port) {
+            const DspChannel &ch = node.portArr[port];
+            if (node.type == DspNode::EchoCancel)
+                send(QStringLiteral("setAecChannel"), DspCommands::setAecChannel(id, port, ch));
+            if (ch.gainDb != 0.0)
+                send(QStringLiteral("setGain"), DspCommands::setGain(id, port, ch.gainDb));
+            if (ch.mute)
+                send(QStringLiteral("setMute"), DspCommands::setMute(id, port, true));
+        }
+    }
 }
 
 void DspController::revokeAll()

@@ -289,6 +289,8 @@ private:
     DspBlock current(quint64 id) const;
     DspChannel currentChannel(DspSide side, int channel) const;
     DspNode currentNode(int nodeId) const;
+    /// After a save that changed a node's channel count: the node's values as shown, sent again.
+    void resendReshapedNodes(bool aec, bool mixer);
     void recomputeBudget();
     void recountUnsaved();
     void changed(const QString &key, bool succeeded);

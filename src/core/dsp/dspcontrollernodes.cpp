@@ -474,7 +474,7 @@ QString DspController::setAecChannel(int port, const DspChannel &changed)
     for (const DspParam &p : DspParams::aecChannel()) {
         const double v = DspParams::value(changed, DspNode::EchoCancel, p.member).value_or(0.0);
         if (v < p.min || v > p.max)
-            return refuse(tx(Tx::DsOutOfRange).arg(p.min).arg(p.max));
+            return refuse(tx(Tx::DspOutOfRange).arg(p.min).arg(p.max));
     }
     for (const QVector<int> *list : {&changed.nearArr, &changed.farArr})
         for (int ch : *list)
