@@ -74,6 +74,7 @@ private slots:
         const QVector<QPointF> curve = Dynamics::compressorCurve(-20, 4);
         QCOMPARE(Dynamics::operatingPoint(curve, -8.0), QPointF(-8.0, -17.0));
         QCOMPARE(Dynamics::operatingPoint(curve, -qInf()), QPointF(-100.0, -100.0));
+        QCOMPARE(Dynamics::operatingPoint(curve, -8.0, -6.5), QPointF(-8.0, -14.5)); // what the device reports
 
         QCOMPARE(Dynamics::reductionDb(0.999), 0.0);
         QCOMPARE(Dynamics::reductionDb(0.5), -6.0);

@@ -2,6 +2,7 @@
 // (tests/netns-run): edits made in them are in a fresh "getConfig", and the compressor's reduction meter follows
 // the simulated signal as its threshold comes down.
 #include "core/dsp/dspcontroller.h"
+#include "core/dsp/params/dspparams.h"
 #include "gui/dsp/devdspdialog.h"
 #include "gui/dsp/dspdiagramform.h"
 #include "gui/dsp/blocks/dspdelayblockform.h"
@@ -50,7 +51,34 @@ void TestBlockFormsSim::editsReachTheDeviceAndMetersMove()
     delay->findChild<QDoubleSpinBox *>("dsMilliSeconds")->setValue(10.0);
     QTRY_VERIFY_WITH_TIMEOUT(ctl->isIdle(), 10000);
 
+    // The other editors of the default chains: one slider each, and the value the controller took is the
+    // device's.
+    const struct
+    {
+        DspSide side;
+        int proc;
+        const char *slider;
+        const char *member;
+    } others[] = {{DspSide::In, 0, "slider_freq", "freq"},         {DspSide::In, 1, "slider_opentime", "openMs"},
+                  {DspSide::In, 2, "slider_freqshift", "freqShift"}, {DspSide::In, 7, "slider_release", "releaseMs"},
+                  {DspSide::Out, 5, "slider_limit", "limitDb"}};
+    QVector<double> before;
+    for (const auto &o : others) {
+        before.append(*DspParams::value(*ctl->block(ctl->blockId(o.side, 0, o.proc)), o.member));
+        QWidget *form = dsp->diagram()->openBlockEditor(ctl->blockId(o.side, 0, o.proc));
+        QVERIFY2(form, o.member);
+        auto *slider = form->findChild<QSlider *>(o.slider);
+        slider->setValue(slider->value() + 20);
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(ctl->isIdle(), 10000);
+
     const QJsonObject config = window.freshConfig("SIM-0007");
+    for (const auto &o : others) {
+        const double taken = *DspParams::value(*ctl->block(ctl->blockId(o.side, 0, o.proc)), o.member);
+        QVERIFY2(taken != before.takeFirst(), o.member);
+        const QJsonObject obj = ProgramWindow::blockOf(config, o.side == DspSide::Out, 0, o.proc)["obj"].toObject();
+        QCOMPARE(obj[o.member].toString().toDouble(), taken);
+    }
     const QJsonObject compressor = ProgramWindow::blockOf(config, true, 0, 4);
     QCOMPARE(compressor["bypass"].toString(), QStringLiteral("0"));
     QCOMPARE(compressor["obj"].toObject()["trigDb"].toString(), QStringLiteral("-60"));

@@ -28,9 +28,11 @@ QVector<QPointF> Dynamics::identityCurve()
     return {{-100.0, -100.0}, {-50.0, -50.0}, {0.0, 0.0}};
 }
 
-QPointF Dynamics::operatingPoint(const QVector<QPointF> &curve, double inputDb)
+QPointF Dynamics::operatingPoint(const QVector<QPointF> &curve, double inputDb, std::optional<double> reductionDb)
 {
     const double x = std::isfinite(inputDb) ? qBound(-100.0, inputDb, 0.0) : -100.0;
+    if (reductionDb && std::isfinite(*reductionDb))
+        return {x, qBound(-100.0, x + *reductionDb, 0.0)};
     double y = curve.isEmpty() ? x : curve.first().y();
     for (int i = 1; i < curve.size(); ++i) {
         const QPointF a = curve[i - 1];

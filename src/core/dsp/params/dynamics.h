@@ -4,6 +4,8 @@
 #include <QString>
 #include <QVector>
 
+#include <optional>
+
 /// The compressor's, expander's, limiter's and gate's conversions and curves. Pure functions.
 namespace Dynamics {
 
@@ -17,8 +19,9 @@ QVector<QPointF> compressorCurve(double trigDb, double ratio);
 QVector<QPointF> expanderCurve(double trigDb, double ratio);
 /// What a curve shows before its first edit.
 QVector<QPointF> identityCurve();
-/// Where the input level (dBFS) sits on a curve: the output level the curve gives it, clamped to the axes.
-QPointF operatingPoint(const QVector<QPointF> &curve, double inputDb);
+/// Where the block works now: the input level (dBFS) against the output level, which is the input less the gain
+/// reduction the device reports, or where the curve puts it before any report came; held to the axes.
+QPointF operatingPoint(const QVector<QPointF> &curve, double inputDb, std::optional<double> reductionDb = {});
 
 /// The reduction meter's value for a block's reported linear gain: d = 20 log10(gain) rounded up to a whole
 /// dB, then down by one when more than 0.8 above d, by a half when more than 0.4. -60 (the meter's floor)

@@ -109,7 +109,7 @@ void DspDynamicsForm::valuesChanged()
     // The dot stands where the live input level meets the curve, so the operator sees how far in it works.
     const QVector<QPointF> points = curve();
     m_curve->replace(points);
-    m_dot->replace(QVector<QPointF>{Dynamics::operatingPoint(points, m_inputDb)});
+    m_dot->replace(QVector<QPointF>{Dynamics::operatingPoint(points, m_inputDb, m_reductionDb)});
 }
 
 void DspDynamicsForm::channelLevel(double dbfs)
@@ -128,5 +128,7 @@ void DspDynamicsForm::onStatus(quint64 id, double gain, int isOpen)
         m_status->setText(tx(isOpen == 1 ? Tx::DspGateOpened : Tx::DspGateClosed));
         return;
     }
-    m_reduce->setValue(int(std::lround(Dynamics::reductionDb(gain))));
+    m_reductionDb = Dynamics::reductionDb(gain);
+    m_reduce->setValue(int(std::lround(*m_reductionDb)));
+    valuesChanged();
 }

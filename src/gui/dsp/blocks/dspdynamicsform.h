@@ -32,6 +32,7 @@ private:
 
     DspKind m_kind;
     double m_inputDb = -qInf();
+    std::optional<double> m_reductionDb; ///< as the device last reported it
     QSlider *m_volume = nullptr;
     QSlider *m_reduce = nullptr;
     QLabel *m_status = nullptr;
