@@ -3,6 +3,7 @@
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "core/dsp/dspcontroller.h"
+#include "gui/dsp/blocks/dspparamrows.h"
 #include "gui/widgets/styledslider.h"
 
 #include <QComboBox>
@@ -80,16 +81,14 @@ void DspAutomixChForm::showValues(bool inMix, double gainDb, bool mute)
 
 DspAutomixForm::DspAutomixForm(DspController *controller, ChannelNames names, QWidget *parent)
     : DspNodeForm(controller, DspNode::Automixer, std::move(names), parent)
-    , m_rows(new QGridLayout)
     , m_strips(new QHBoxLayout)
 {
     setObjectName(QStringLiteral("DspAutomixForm"));
     setTitle(tx(Tx::DspAutomixerConfig));
-    m_rows->setColumnStretch(1, 1);
-    m_rows->setHorizontalSpacing(scaled(10));
-    contentLayout()->addLayout(m_rows);
-    for (const DspParam &p : DspParams::automixer())
-        addRow(p);
+    auto *rows = new QGridLayout;
+    contentLayout()->addLayout(rows);
+    m_table = new DspParamRows(DspParams::automixer(), rows, this, controller);
+    connect(m_table, &DspParamRows::signal_edited, this, &DspAutomixForm::edited);
     contentLayout()->addWidget(new QLabel(tx(Tx::NodeFormChannels), this));
     auto *inner = new QWidget;
     inner->setLayout(m_strips);
@@ -106,78 +105,6 @@ DspAutomixForm::DspAutomixForm(DspController *controller, ChannelNames names, QW
     contentLayout()->addWidget(scroll);
     setMinimumWidth(scaled(640));
     refresh();
-}
-
-void DspAutomixForm::addRow(const DspParam &p)
-{
-    using K = DspParam::Kind;
-    const int r = m_table.size();
-    Row row;
-    row.param = p;
-    m_rows->addWidget(new QLabel(tx(p.label), this), r, 0);
-    if (p.hasSlider()) {
-        row.slider = new StyledSlider(Qt::Horizontal, this);
-        row.slider->setObjectName(QLatin1String(p.sliderName));
-        row.slider->setRange(p.sliderMin(), p.sliderMax());
-        row.slider->setMinimumWidth(scaled(220));
-        m_rows->addWidget(row.slider, r, 1);
-        connect(row.slider, &QAbstractSlider::sliderPressed, controller(), &DspController::beginGesture);
-        connect(row.slider, &QAbstractSlider::sliderReleased, controller(), &DspController::endGesture);
-        connect(row.slider, &QSlider::valueChanged, this,
-                [this, r](int position) { edited(r, m_table[r].param.fromSlider(position)); });
-    }
-    if (p.kind == K::Number) {
-        row.spin = new StyledSpinBox(this);
-        row.spin->setObjectName(QLatin1String(p.controlName));
-        row.spin->setRange(p.min, p.max);
-        row.spin->setDecimals(p.decimals);
-        row.spin->setSingleStep(p.step);
-        m_rows->addWidget(row.spin, r, 2);
-        connect(row.spin, QOverload<double>::of(&QDoubleSpinBox::valueChanged), this,
-                [this, r](double v) { edited(r, v); });
-    } else if (p.kind == K::Choice) {
-        row.choice = new QComboBox(this);
-        row.choice->setObjectName(QLatin1String(p.controlName));
-        for (Tx t : p.choices)
-            row.choice->addItem(tx(t));
-        m_rows->addWidget(row.choice, r, 1, 1, 2);
-        connect(row.choice, QOverload<int>::of(&QComboBox::activated), this, [this, r](int i) { edited(r, i); });
-    } else if (p.kind == K::Toggle) {
-        auto *b = new QPushButton(this);
-        b->setObjectName(QLatin1String(p.controlName));
-        b->setCheckable(true);
-        row.toggle = b;
-        m_rows->addWidget(b, r, 1, 1, 2, Qt::AlignLeft);
-        connect(b, &QPushButton::toggled, this, [this, r](bool on) { edited(r, on ? 1.0 : 0.0); });
-    }
-    if (p.unit)
-        m_rows->addWidget(new QLabel(tx(*p.unit), this), r, 3);
-    m_table.append(row);
-}
-
-void DspAutomixForm::writeRow(Row &row, double value)
-{
-    DspParam &p = row.param;
-    const DspNode *n = shown();
-    // At most as many open channels as the node has.
-    if (QLatin1String(p.member) == QLatin1String("chNumLimit") && n) {
-        p.max = qMax(1, n->portNum());
-        if (row.spin->maximum() != p.max) {
-            const QSignalBlocker blocker(row.spin);
-            row.spin->setMaximum(p.max);
-        }
-    }
-    const double v = p.shown(value);
-    if (row.slider)
-        setQuietly(row.slider, p.sliderPosition(v));
-    if (row.spin)
-        setQuietly(row.spin, v);
-    if (row.choice) {
-        const QSignalBlocker blocker(row.choice);
-        row.choice->setCurrentIndex(int(std::lround(v)));
-    }
-    if (row.toggle)
-        showToggle(row.toggle, v != 0.0, Tx::DspParamOn, Tx::DspParamOff);
 }
 
 void DspAutomixForm::rebuildStrips(int channels)
@@ -213,27 +140,22 @@ void DspAutomixForm::refresh()
     const DspNode *n = shown();
     if (!n)
         return;
-    for (Row &row : m_table)
-        writeRow(row, DspParams::value(n->automixer, row.param.member).value_or(0.0));
+    // At most as many open channels as the node has.
+    m_table->setMaximum("chNumLimit", qMax(1, n->portNum()));
+    m_table->show([n](const char *member) { return DspParams::value(n->automixer, member); });
     if (m_channels.size() != n->portNum())
         rebuildStrips(n->portNum());
     for (int p = 0; p < m_channels.size(); ++p)
         m_channels[p]->showValues(n->automixer.maskArr.value(p, true), n->portArr[p].gainDb, n->portArr[p].mute);
 }
 
-void DspAutomixForm::edited(int r, double value)
+void DspAutomixForm::edited(const char *member, double value)
 {
-    Row &row = m_table[r];
     const DspNode *n = shown();
-    if (!n)
-        return;
-    const double stored = DspParams::value(n->automixer, row.param.member).value_or(0.0);
-    if (!DspParam::isChange(stored, value)) {
-        writeRow(row, stored); // the slider's twin follows even when nothing is sent
-        return;
-    }
-    const char *member = row.param.member;
-    changeObj([member, value](DspAutomixer &a) { DspParams::setValue(a, member, value); });
+    if (n && DspParam::isChange(DspParams::value(n->automixer, member).value_or(0.0), value))
+        changeObj([member, value](DspAutomixer &a) { DspParams::setValue(a, member, value); });
+    else
+        refresh(); // the slider's twin follows even when nothing is sent
 }
 
 void DspAutomixForm::changeObj(const std::function<void(DspAutomixer &)> &set)

@@ -5,6 +5,7 @@
 
 #include <QWidget>
 
+class DspParamRows;
 class QAbstractButton;
 class QComboBox;
 class QDoubleSpinBox;
@@ -46,22 +47,11 @@ public slots:
     void refresh() override;
 
 private:
-    struct Row
-    {
-        DspParam param;
-        QSlider *slider = nullptr;
-        QDoubleSpinBox *spin = nullptr;
-        QComboBox *choice = nullptr;
-        QAbstractButton *toggle = nullptr;
-    };
-    void addRow(const DspParam &p);
-    void writeRow(Row &row, double value);
-    void edited(int row, double value);
+    void edited(const char *member, double value);
     void changeObj(const std::function<void(DspAutomixer &)> &set);
     void rebuildStrips(int channels);
 
-    QGridLayout *m_rows;
+    DspParamRows *m_table;
     QHBoxLayout *m_strips;
-    QVector<Row> m_table;
     QVector<DspAutomixChForm *> m_channels;
 };

@@ -2,6 +2,7 @@
 
 #include "gui/dsp/blocks/dspparamsform.h"
 
+class QDoubleSpinBox;
 class QSpinBox;
 
 /// The delay: one sample count shown in four linked units at the device's sample rate (samples, ms, metres and

@@ -5,9 +5,7 @@
 
 #include <functional>
 
-class QAbstractButton;
-class QComboBox;
-class QDoubleSpinBox;
+class DspParamRows;
 class QGridLayout;
 class QHBoxLayout;
 class QLabel;
@@ -46,24 +44,12 @@ protected:
     bool userEdited() const { return m_userEdited; }
 
 private:
-    struct Row
-    {
-        DspParam param;
-        QSlider *slider = nullptr;
-        QDoubleSpinBox *spin = nullptr;
-        QComboBox *choice = nullptr;
-        QAbstractButton *toggle = nullptr;
-        QLabel *stepLabel = nullptr;
-    };
-    void addRow(const DspParam &p);
-    void fillChannels(Row &row, const DspBlock &b);
-    void writeRow(Row &row, double value, const DspBlock &b);
     /// The user set a member: stored and sent unless it is the value shown.
-    void edited(int row, double value);
+    void edited(const char *member, double value);
 
-    QVector<Row> m_table;
-    bool m_userEdited = false;
     ChannelNames m_names;
     QGridLayout *m_rows;
     QHBoxLayout *m_body;
+    DspParamRows *m_table;
+    bool m_userEdited = false;
 };
