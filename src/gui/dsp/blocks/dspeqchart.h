@@ -24,6 +24,7 @@ public:
 
     /// Magnitude (dB × 10, -30..+18 dB) or all-pass phase (degrees) on the vertical axis.
     void setPhaseAxis(bool phase);
+    bool isDragging() const { return m_dragBand >= 0; }
     bool isPhaseAxis() const { return m_phase; }
 
     struct Marker

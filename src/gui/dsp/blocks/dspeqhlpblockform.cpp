@@ -236,6 +236,13 @@ DspBlock DspEqHlpBlockForm::shownOf(quint64 id) const
     return controller()->shownBlock(id);
 }
 
+void DspEqHlpBlockForm::closeEvent(QCloseEvent *event)
+{
+    if (m_chart->isDragging())
+        controller()->endGesture();
+    DspBlockBaseForm::closeEvent(event);
+}
+
 void DspEqHlpBlockForm::refresh()
 {
     findBlocks();

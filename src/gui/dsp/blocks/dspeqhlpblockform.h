@@ -41,6 +41,10 @@ public slots:
     void slot_updateEqProc(int index);
     void slot_updateEqBypass(int index);
 
+protected:
+    /// Closed in the middle of a drag: the drag's undo step ends here, not at some later press.
+    void closeEvent(QCloseEvent *event) override;
+
 private:
     struct XoverRow
     {
