@@ -113,6 +113,8 @@ private slots:
         QCOMPARE(ProgramFiles::writeStoredConfig(s.config), stored);
         QCOMPARE(ProgramFiles::readStoredConfig("[]").error, Tx::ProgStoredOpenWrong);
         QCOMPARE(ProgramFiles::readStoredConfig("").error, Tx::ProgStoredOpenWrong);
+        // Qt writes this member name back as "": it would not export as it came in.
+        QCOMPARE(ProgramFiles::readStoredConfig("{\"\xEF\xBB\xBF\":\"0\"}").error, Tx::ProgStoredOpenWrong);
     }
 
     void versionRule()

@@ -22,7 +22,11 @@ bool parse(QByteArray bytes, QJsonDocument *out)
         return false;
     QJsonParseError error;
     *out = QJsonDocument::fromJson(bytes, &error);
-    return error.error == QJsonParseError::NoError;
+    if (error.error != QJsonParseError::NoError)
+        return false;
+    // Qt's writer drops some characters it reads (a U+FEFF inside a member name comes back as ""), so such a
+    // document would not export as it was imported; it is refused rather than quietly changed.
+    return QJsonDocument::fromJson(out->toJson(QJsonDocument::Compact)) == *out;
 }
 
 bool programOf(const QJsonValue &value, ProgramFiles::Program *out)
