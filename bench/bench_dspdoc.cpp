@@ -10,11 +10,8 @@
 #include "core/app/log.h"
 #include "core/dsp/cdevicedspdata.h"
 
-#include <QElapsedTimer>
 
-#include <algorithm>
 #include <cstdio>
-#include <vector>
 
 namespace {
 
@@ -22,25 +19,7 @@ constexpr int kRuns = 21;
 constexpr double kLoadTargetMs = 20.0;
 constexpr double kWriteTargetMs = 20.0;
 
-struct Figures
-{
-    double medianMs;
-    double worstMs;
-};
-
-template <class F> Figures timed(F &&run)
-{
-    std::vector<double> ms;
-    run(); // first touch of the allocator and of Qt's JSON code
-    for (int i = 0; i < kRuns; ++i) {
-        QElapsedTimer t;
-        t.start();
-        run();
-        ms.push_back(double(t.nsecsElapsed()) / 1e6);
-    }
-    std::sort(ms.begin(), ms.end());
-    return {ms[ms.size() / 2], ms.back()};
-}
+using BenchReport::Figures;
 
 } // namespace
 
@@ -63,11 +42,11 @@ int main()
                 double(reply.size()) / (1024.0 * 1024.0), int(doc.nodeArr.size()));
 
     int sink = 0;
-    const Figures load = timed([&] {
+    const Figures load = BenchReport::timed([&] {
         CDeviceDspData d;
         sink += d.loadReply(reply).ok() ? d.inChNum() : -1000;
-    });
-    const Figures write = timed([&] { sink += doc.toJson().size() > 0 ? 1 : -1000; });
+    }, kRuns);
+    const Figures write = BenchReport::timed([&] { sink += doc.toJson().size() > 0 ? 1 : -1000; }, kRuns);
     if (sink <= 0)
         return 2;
 

@@ -9,36 +9,15 @@
 #include "core/dsp/filters/channelcurve.h"
 #include "core/dsp/filters/eqcurve.h"
 
-#include <QElapsedTimer>
 
-#include <algorithm>
 #include <cstdio>
-#include <vector>
 
 namespace {
 
 constexpr int kRuns = 201;
 constexpr double kTargetMs = 0.3;
 
-struct Figures
-{
-    double medianMs;
-    double worstMs;
-};
-
-template <class F> Figures timed(F &&run)
-{
-    std::vector<double> ms;
-    run();
-    for (int i = 0; i < kRuns; ++i) {
-        QElapsedTimer t;
-        t.start();
-        run();
-        ms.push_back(double(t.nsecsElapsed()) / 1e6);
-    }
-    std::sort(ms.begin(), ms.end());
-    return {ms[ms.size() / 2], ms.back()};
-}
+using BenchReport::Figures;
 
 DspBlock active(DspBlockParams params)
 {
@@ -74,13 +53,13 @@ int main()
     const QVector<DspBlock> chain{active(eq), active(hp), active(lp)};
 
     double sink = 0.0; // keeps the work from being optimised away
-    const Figures curve = timed([&] { sink += ChannelCurve::editorCurve(chain).last().db; });
-    const Figures direct = timed([&] {
+    const Figures curve = BenchReport::timed([&] { sink += ChannelCurve::editorCurve(chain).last().db; }, kRuns);
+    const Figures direct = BenchReport::timed([&] {
         const QVector<Biquad> sections = EqCurve::magnitudeSections(&chain[0], &chain[1], &chain[2]);
         for (double f : EqCurve::frequencies())
             for (const Biquad &s : sections)
                 sink += s.response(f).db;
-    });
+    }, kRuns);
 
     bool ok = true;
     ok &= BenchReport::atMost("eq curve, 7 bands and two order-8 crossovers, median", curve.medianMs, "ms", kTargetMs, 3);

@@ -8,36 +8,15 @@
 #include "core/dsp/filters/firdesign.h"
 #include "core/dsp/filters/firresponse.h"
 
-#include <QElapsedTimer>
 
-#include <algorithm>
 #include <cstdio>
-#include <vector>
 
 namespace {
 
 constexpr int kRuns = 21;
 constexpr double kTargetMs = 5.0;
 
-struct Figures
-{
-    double medianMs;
-    double worstMs;
-};
-
-template <class F> Figures timed(F &&run, int runs = kRuns)
-{
-    std::vector<double> ms;
-    run();
-    for (int i = 0; i < runs; ++i) {
-        QElapsedTimer t;
-        t.start();
-        run();
-        ms.push_back(double(t.nsecsElapsed()) / 1e6);
-    }
-    std::sort(ms.begin(), ms.end());
-    return {ms[ms.size() / 2], ms.back()};
-}
+using BenchReport::Figures;
 
 } // namespace
 
@@ -52,13 +31,13 @@ int main()
     fir.freq1 = 4000.0;
 
     double sink = 0.0; // keeps the work from being optimised away
-    const Figures fast = timed([&] {
+    const Figures fast = BenchReport::timed([&] {
         const FirDesign::Design d = FirDesign::design(fir);
         const QVector<QPointF> c = FirResponse::curve(d.arr);
         sink += c.last().y();
-    });
+    }, kRuns);
     const QVector<double> arr = FirDesign::design(fir).arr;
-    const Figures direct = timed([&] { sink += FirResponse::directCurve(arr).last().y(); }, 5);
+    const Figures direct = BenchReport::timed([&] { sink += FirResponse::directCurve(arr).last().y(); }, 5);
 
     bool ok = true;
     ok &= BenchReport::atMost("fir 4095 taps designed and curve drawn, median", fast.medianMs, "ms", kTargetMs, 2);
