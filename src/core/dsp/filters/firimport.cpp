@@ -1,8 +1,8 @@
 #include "core/dsp/filters/firimport.h"
 
 #include "core/app/texts.h"
+#include "core/dsp/filters/coefficientfile.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 
@@ -152,14 +152,7 @@ Result parse(const QByteArray &text, int maxTaps)
 
 Result readFile(const QString &path, int maxTaps)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        Result r;
-        r.status = Status::OpenFailed;
-        r.maxTaps = maxTaps;
-        return r;
-    }
-    return parse(file.readAll(), maxTaps);
+    return CoefficientFile::read(path, maxTaps, Status::OpenFailed, &parse);
 }
 
 } // namespace FirImport
