@@ -4,6 +4,7 @@
 #include "core/app/scalefactors.h"
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/filters/eqmapping.h"
+#include "gui/widgets/filechoice.h"
 #include "gui/dsp/blocks/dspblockeditors.h"
 #include "gui/dsp/blocks/dspeqchart.h"
 #include "gui/dsp/blocks/dspeqhlpblockform.h"
@@ -190,7 +191,7 @@ void TstDspEqEditor::importListsSkippedLinesAndAppliesInOneStep()
     f.write("Preamp: -4 dB\nFilter 1: ON PK Fc 120 Hz Gain -3.5 dB Q 1.414\nFilter 2: ON HP Fc 30 Hz\n"
             "Filter 3: ON LS Fc 80 Hz Gain 4 dB\n");
     f.close();
-    DspBlockBaseForm::setFileChooser([&](bool, const QString &, const QString &) { return path; });
+    FileChoice::setHook([&](bool, const QString &, const QString &) { return path; });
     QString question;
     NoticeAnswers::answerNextBox("pb_yes", &question);
     QTest::mouseClick(child<QPushButton>(m_form, "pb_import"), Qt::LeftButton);
@@ -212,11 +213,11 @@ void TstDspEqEditor::importListsSkippedLinesAndAppliesInOneStep()
     QCOMPARE(sentOne("setBorderProc")["obj"].toObject()["eqArr"].toArray()[6].toObject()["dbGain"].toString(), "0");
 
     // Export writes what the block holds.
-    DspBlockBaseForm::setFileChooser([&](bool, const QString &, const QString &) { return dir.filePath("o.txt"); });
+    FileChoice::setHook([&](bool, const QString &, const QString &) { return dir.filePath("o.txt"); });
     QTest::mouseClick(child<QPushButton>(m_form, "pb_export"), Qt::LeftButton);
     QFile written(dir.filePath("o.txt"));
     QVERIFY(written.open(QIODevice::ReadOnly) && written.readAll().contains("Filter 7: ON PK Fc 10200"));
-    DspBlockBaseForm::setFileChooser({});
+    FileChoice::setHook({});
 }
 
 QTEST_MAIN(TstDspEqEditor)

@@ -2,6 +2,7 @@
 // import, and exactly what the device is asked for.
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dspkinds.h"
+#include "gui/widgets/filechoice.h"
 #include "gui/dsp/blocks/dspfirform.h"
 #include "gui/widgets/noticebox.h"
 #include "../support/dspdocs.h"
@@ -123,7 +124,7 @@ void TstDspFirEditor::importIsCheckedBeforeAnythingIsSent()
 {
     QTemporaryDir dir;
     QByteArray text; // what the file the user picks holds
-    DspBlockBaseForm::setFileChooser([&](bool, const QString &, const QString &) {
+    FileChoice::setHook([&](bool, const QString &, const QString &) {
         QFile f(dir.filePath("taps.txt"));
         return f.open(QIODevice::WriteOnly) && f.write(text) == text.size() ? f.fileName() : QString();
     });

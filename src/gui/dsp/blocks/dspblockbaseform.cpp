@@ -3,12 +3,12 @@
 #include "core/app/texts.h"
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/filters/curvecsv.h"
+#include "gui/widgets/filechoice.h"
 #include "gui/widgets/noticebox.h"
 
 #include <QAbstractSlider>
 #include <QBoxLayout>
 #include <QDir>
-#include <QFileDialog>
 #include <QSaveFile>
 #include <QKeyEvent>
 #include <QPushButton>
@@ -46,19 +46,9 @@ void DspBlockBaseForm::keyPressEvent(QKeyEvent *event)
     FramelessDialog::keyPressEvent(event);
 }
 
-DspBlockBaseForm::FileChooser DspBlockBaseForm::s_chooseFile;
-
-void DspBlockBaseForm::setFileChooser(FileChooser chooser)
-{
-    s_chooseFile = std::move(chooser);
-}
-
 QString DspBlockBaseForm::chooseFile(bool save, const QString &caption, const QString &filter)
 {
-    if (s_chooseFile)
-        return s_chooseFile(save, caption, filter);
-    return save ? QFileDialog::getSaveFileName(this, caption, QString(), filter)
-                : QFileDialog::getOpenFileName(this, caption, QString(), filter);
+    return save ? FileChoice::save(this, caption, filter) : FileChoice::open(this, caption, filter);
 }
 
 bool DspBlockBaseForm::writeFile(const QString &path, const QByteArray &bytes)

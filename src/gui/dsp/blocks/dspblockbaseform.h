@@ -32,10 +32,6 @@ public:
     /// The block's current tag ("bf_in_ch_0_2"); empty when it is gone.
     QString tag() const;
 
-    /// Asks for a file to open or to save to; the file dialogs unless tests replaced them.
-    using FileChooser = std::function<QString(bool save, const QString &caption, const QString &filter)>;
-    static void setFileChooser(FileChooser chooser);
-
     /// Writes a control without letting it signal.
     template <class W, class V> static void setQuietly(W *w, const V &value)
     {
@@ -75,5 +71,4 @@ private:
     quint64 m_uid;
     QVector<quint64> m_watched;
     QPushButton *m_bypass = nullptr;
-    static FileChooser s_chooseFile;
 };
