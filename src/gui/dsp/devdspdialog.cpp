@@ -46,11 +46,22 @@ QLabel *laterPage(QWidget *parent, const char *name)
 } // namespace
 
 DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, QWidget *parent)
+    : DevDspDialog(device, std::move(sendUdp), nullptr, parent)
+{
+}
+
+DevDspDialog::DevDspDialog(const Device &device, DspSink *sink, QWidget *parent)
+    : DevDspDialog(device, {}, sink, parent)
+{
+}
+
+DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, DspSink *offlineSink, QWidget *parent)
     : FramelessDialog(parent)
     , m_device(device)
     , m_link(new DspLink(this))
     , m_sink(m_link, std::move(sendUdp))
-    , m_controller(new DspController(&m_sink, this))
+    , m_offlineSink(offlineSink)
+    , m_controller(new DspController(offlineSink ? offlineSink : static_cast<DspSink *>(&m_sink), this))
 {
     setObjectName(QStringLiteral("DevDspDialog"));
     // Several devices' windows side by side, each beside the main window: not modal, a window of its own.
@@ -68,8 +79,13 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     m_tabs->addTab(m_diagram, QString());
     m_programs = laterPage(this, "lb_programsLater");
     m_admin = laterPage(this, "lb_adminLater");
-    m_tabs->addTab(m_programs, QString());
-    m_tabs->addTab(m_admin, QString());
+    if (!isOffline()) {
+        m_tabs->addTab(m_programs, QString());
+        m_tabs->addTab(m_admin, QString());
+    } else {
+        m_programs->hide();
+        m_admin->hide();
+    }
 
     m_body = new QHBoxLayout;
     m_body->setSpacing(scaled(8));
@@ -129,7 +145,7 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     connect(m_controller, &DspController::signal_documentLoaded, this, [this] {
         m_overlay->stop();
         m_status->clear();
-        if (!m_watchdog->isActive())
+        if (!m_watchdog->isActive() && !isOffline())
             m_watchdog->start();
     });
     connect(m_controller, &DspController::signal_configRefused, this, [this](const QString &why) {
