@@ -2,6 +2,8 @@
 
 #include "core/dsp/dspdefaults.h"
 #include "core/dsp/dspkinds.h"
+#include "core/dsp/programs/programconvert.h"
+#include "core/dsp/programs/programfiles.h"
 
 #include <QJsonDocument>
 #include <QMap>
@@ -232,6 +234,15 @@ QVector<Difference> ConfigDiff::compare(const QJsonObject &a, const QJsonObject 
                         nb ? channelsOf(nb->second) : QString()});
     }
     return out;
+}
+
+QJsonObject ConfigDiff::comparable(const QJsonObject &config, bool *converted)
+{
+    const bool old = ProgramFiles::versionOf(config) == ProgramFiles::Version::NeedsConversion;
+    const ProgramConvert::Result r = old ? ProgramConvert::toCurrent(config) : ProgramConvert::Result{};
+    if (converted)
+        *converted = old && r.ok();
+    return old && r.ok() ? r.config : config;
 }
 
 QString ConfigDiff::line(const Difference &d)

@@ -34,6 +34,10 @@ struct Difference
 /// by role, not by index, so a document with an echo-cancellation node still lines up with one without.
 QVector<Difference> compare(const QJsonObject &a, const QJsonObject &b);
 
+/// What is compared of a document: an older one in its converted form when it converts (the two sides would
+/// otherwise differ in every member's name), anything else as it stands. *converted says which.
+QJsonObject comparable(const QJsonObject &config, bool *converted = nullptr);
+
 /// "in 1 / 3 compress: ratio 4 -> 8"; "-" for a side that has nothing.
 QString line(const Difference &d);
 /// [{"where","member","a","b"}], null for a side that has nothing.
