@@ -29,6 +29,7 @@ struct CliDspArgs
         EqImport,       ///< a parametric filter list into a channel's equaliser
         EqExport,
         Status, ///< a dynamics block's live state
+        Diff,   ///< two configurations side by side
     };
     enum class Member { Gain, Mute, Inverse, Group };
 
@@ -57,6 +58,10 @@ struct CliDspArgs
     /// eq-import: the file read; eq-export: the file written, empty for standard output.
     QString filePath;
 
+    /// diff: A and B, each a device, DEVICE:PROGRAM or a file; true when both are files (no network).
+    QStringList sources;
+    bool sourcesAreFiles = false;
+
     /// The words after "dsp"; none with a message that names the bad argument.
     static std::optional<CliDspArgs> parse(const QStringList &args, QString *error);
     /// Whether --force means something for the command (the budget check of adding and pasting).
@@ -64,7 +69,11 @@ struct CliDspArgs
     /// The command changes the device.
     bool changes() const;
     /// The command works on JSON given to it and talks to no device.
-    bool offline() const { return command == Command::Response || command == Command::FirDesign; }
+    bool offline() const
+    {
+        return command == Command::Response || command == Command::FirDesign
+            || (command == Command::Diff && sourcesAreFiles);
+    }
     bool takesCurveFormat() const { return command == Command::Response || command == Command::ResponseDevice; }
     static QString usage();
 };

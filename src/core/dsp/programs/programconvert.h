@@ -6,7 +6,8 @@
 
 #include <optional>
 
-/// Brings a stored document of an older version to the form this program writes.
+/// Bringing a program stored by an older device (document versions 2 and 3, docs/dsp.md "Older documents")
+/// to the form this program and today's devices read. Pure: nothing is sent or shown here.
 namespace ProgramConvert {
 
 struct Result
@@ -15,8 +16,10 @@ struct Result
     QJsonObject config;
     bool ok() const { return !error; }
 };
-/// ProgNoConversionNeeded for a current document, ProgWrongVersion for one this program cannot handle,
-/// ProgConvertFailed when the old document cannot be read.
+
+/// A document of any version to the current form (4): ProgNoConversionNeeded for a current one,
+/// ProgWrongVersion for one newer than this program or not a version, ProgConvertFailed when an older
+/// one cannot be converted (a member missing or out of shape). Never a half-converted document.
 Result toCurrent(const QJsonObject &config);
 
 } // namespace ProgramConvert
