@@ -142,10 +142,6 @@ void TestDspOffline::refusesWhatTheDocumentHasNoRoomFor()
     const QJsonObject gain = parsed(DspOfflineSink::answer(doc, DspCommands::setGain(2, 1, -4)));
     QCOMPARE(gain.value("val").toString(), QStringLiteral("-4"));
     QCOMPARE(doc.nodeArr[2].portArr[1].gainDb, -4.0);
-    const QJsonObject got = parsed(DspOfflineSink::answer(doc, DspCommands::getConfig()));
-    CDeviceDspData again;
-    QVERIFY(again.loadReply(got).ok());
-    QCOMPARE(again.toJson(), doc.toJson());
 }
 
 void TestDspOffline::setConfigReshapesTheEchoAndMixerNodes()
@@ -168,10 +164,6 @@ void TestDspOffline::setConfigReshapesTheEchoAndMixerNodes()
     QCOMPARE(doc.nodeArr[1].portArr[0].aecLevel, 7);
     QCOMPARE(doc.nodeArr[2].type, int(DspNode::Matrix));
     QVERIFY(!ok(DspCommands::setConfig(doc, 5, 0))); // more than the inputs
-    // New chains are read as a loaded document's blocks are.
-    QVERIFY(ok(DspCommands::setConfig({{DspDefaults::block(1)}, {}, {}, {}}, {{}, {DspDefaults::block(0)}})));
-    QCOMPARE(doc.nodeArr[0].portArr[0].procArr.size(), 1);
-    QCOMPARE(doc.nodeArr.last().portArr[1].procArr.first().type(), 0);
 }
 
 void TestDspOffline::budgetFollowsTheChosenModel()
@@ -188,10 +180,6 @@ void TestDspOffline::budgetFollowsTheChosenModel()
 
 void TestDspOffline::fileRefusalsAndFit()
 {
-    QCOMPARE(DspOfflineFile::read("not json").error, std::optional<Tx>(Tx::ProgFileParseError));
-    QCOMPARE(DspOfflineFile::read("{\"name\":\"a\"}").error, std::optional<Tx>(Tx::ProgFileNotProgram));
-    QCOMPARE(DspOfflineFile::read("{\"config\":{\"version\":\"9\"},\"name\":\"a\"}").error,
-             std::optional<Tx>(Tx::ProgWrongVersion));
     // The current version but no document this program can edit.
     QCOMPARE(DspOfflineFile::read("{\"config\":{\"version\":\"4\"},\"name\":\"a\"}").error,
              std::optional<Tx>(Tx::ProgFileNotProgram));
