@@ -180,6 +180,10 @@ void TestDspOffline::budgetFollowsTheChosenModel()
 
 void TestDspOffline::fileRefusalsAndFit()
 {
+    // An older version opens converted.
+    const DspOfflineFile::Opened old = DspOfflineFile::read(*ProgramFiles::readFile(CORVANE_TEST_DATA "/programs/old.dt"));
+    QVERIFY(old.ok() && old.converted);
+    QCOMPARE(old.doc.version, QStringLiteral("4"));
     // The current version but no document this program can edit.
     QCOMPARE(DspOfflineFile::read("{\"config\":{\"version\":\"4\"},\"name\":\"a\"}").error,
              std::optional<Tx>(Tx::ProgFileNotProgram));
