@@ -37,6 +37,11 @@ DevDspDialog::Device offlineDevice(const QString &path, const QString &model)
     DevDspDialog::Device d;
     d.name = QFileInfo(path).fileName();
     d.model = model;
+    // The model's channels are all physical ones; with no device there are no names, so they show "In n".
+    if (const auto m = DspOfflineFile::model(model)) {
+        d.inputNames = QVector<QString>(m->inputs).toList();
+        d.outputNames = QVector<QString>(m->outputs).toList();
+    }
     return d;
 }
 
