@@ -174,21 +174,24 @@ bool DspOfflineDialog::hasUnsavedChanges() const
 void DspOfflineDialog::settle()
 {
     DspController *c = controller();
-    if (c->hasUnsavedChanges()) {
-        // Added and removed blocks reach the stand-in device too, so the diagram's own state is "saved" as well.
+    // Waits for one of the controller's signals unless it came while the wait was being set up.
+    auto waitFor = [c](auto signal, int limitMs, const std::function<void()> &start) {
         QEventLoop wait;
-        connect(c, &DspController::signal_saved, &wait, &QEventLoop::quit);
-        QTimer::singleShot(DspController::kConfigTimeoutMs, &wait, &QEventLoop::quit);
-        c->save();
-        if (c->hasUnsavedChanges())
+        bool came = false;
+        connect(c, signal, &wait, [&came, &wait] {
+            came = true;
+            wait.quit();
+        });
+        QTimer::singleShot(limitMs, &wait, &QEventLoop::quit);
+        start();
+        if (!came)
             wait.exec();
-    }
-    if (!c->isIdle()) {
-        QEventLoop wait;
-        connect(c, &DspController::signal_idle, &wait, &QEventLoop::quit);
-        QTimer::singleShot(DspController::kReplyTimeoutMs, &wait, &QEventLoop::quit);
-        wait.exec();
-    }
+    };
+    // Added and removed blocks reach the stand-in device too, so the diagram's own state is "saved" as well.
+    if (c->hasUnsavedChanges())
+        waitFor(&DspController::signal_saved, DspController::kConfigTimeoutMs, [c] { c->save(); });
+    if (!c->isIdle())
+        waitFor(&DspController::signal_idle, DspController::kReplyTimeoutMs, [] {});
 }
 
 bool DspOfflineDialog::save()
