@@ -94,7 +94,9 @@ void TestDspOffline::editsUndoAndSaveReachTheFile()
     // A block removed is gone from the file even before the stand-in is told.
     QVERIFY(o.controller.removeBlock(id).isEmpty());
     QVERIFY(DspOfflineFile::read(DspOfflineFile::write(QStringLiteral("hall"), o.controller.document()))
-                .doc.nodeArr[0].portArr[1].procArr.isEmpty());
+                .doc.nodeArr[0]
+                .portArr[1]
+                .procArr.isEmpty());
 }
 
 void TestDspOffline::answersComeLaterAndEchoTheRequest()
@@ -125,13 +127,14 @@ void TestDspOffline::refusesWhatTheDocumentHasNoRoomFor()
     const QByteArray before = doc.toJson();
     auto fails = [&doc](const QString &request, const char *reason) {
         const QJsonObject r = parsed(DspOfflineSink::answer(doc, request));
-        return r.value("result").toString() == QLatin1String("fail") && r.value("reason").toString() == QLatin1String(reason);
+        return r.value("result").toString() == QLatin1String("fail") &&
+               r.value("reason").toString() == QLatin1String(reason);
     };
     QVERIFY(fails(DspCommands::setGain(0, 5, -3), "bad param"));
     QVERIFY(fails(DspCommands::setMatrixCell(1, 0, 7, -3, false), "bad param"));
     QVERIFY(fails(DspCommands::setMatrixCell(1, 0, 1, 20, false), "bad param")); // above +12 dB
     QVERIFY(fails(DspCommands::setMatrixCell(0, 0, 1, -3, false), "bad param")); // not the matrix node
-    QVERIFY(fails(DspCommands::setConfig({{}}, {{}, {}}), "bad param"));        // one input chain of two
+    QVERIFY(fails(DspCommands::setConfig({{}}, {{}, {}}), "bad param"));         // one input chain of two
     QVERIFY(fails(QStringLiteral("{\"ops\":\"getMicConfig\",\"uiTag\":\"dspUiTag\"}"), "unknown ops"));
     QCOMPARE(doc.toJson(), before);
 
@@ -181,7 +184,8 @@ void TestDspOffline::budgetFollowsTheChosenModel()
 void TestDspOffline::fileRefusalsAndFit()
 {
     // An older version opens converted.
-    const DspOfflineFile::Opened old = DspOfflineFile::read(*ProgramFiles::readFile(CORVANE_TEST_DATA "/programs/old.dt"));
+    const DspOfflineFile::Opened old =
+        DspOfflineFile::read(*ProgramFiles::readFile(CORVANE_TEST_DATA "/programs/old.dt"));
     QVERIFY(old.ok() && old.converted);
     QCOMPARE(old.doc.version, QStringLiteral("4"));
     // The current version but no document this program can edit.

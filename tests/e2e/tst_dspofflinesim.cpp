@@ -80,8 +80,8 @@ void TestDspOfflineSim::sendToDeviceStoresTheEditedProgram()
 
     const QJsonObject names = ask(kPanel.address, ProgramCommands::getConfigNameArr());
     QVERIFY(ProgramCommands::nameArrOf(names, QStringLiteral("nameArr")).contains(QStringLiteral("from_desk")));
-    const QJsonObject stored = ask(kPanel.address, ProgramCommands::getConfigByName(QStringLiteral("from_desk"),
-                                                                                    QStringLiteral("check")));
+    const QJsonObject stored =
+        ask(kPanel.address, ProgramCommands::getConfigByName(QStringLiteral("from_desk"), QStringLiteral("check")));
     QCOMPARE(stored.value("result").toString(), QStringLiteral("succ"));
     CDeviceDspData doc;
     QVERIFY(doc.loadConfig(stored.value("config").toObject()).ok());

@@ -104,7 +104,8 @@ void TestDspOfflineWindow::editSaveAndTheFileHasTheChange()
     FileChoice::setHook({});
     QCOMPARE(w->path(), other + QStringLiteral(".dt"));
     QVERIFY(w->title().contains(QLatin1String("copy.dt")));
-    QCOMPARE(DspOfflineFile::read(*ProgramFiles::readFile(w->path())).doc.toJson(), w->controller()->document().toJson());
+    QCOMPARE(DspOfflineFile::read(*ProgramFiles::readFile(w->path())).doc.toJson(),
+             w->controller()->document().toJson());
 }
 
 void TestDspOfflineWindow::closingAsksAboutUnsavedChanges()

@@ -51,8 +51,7 @@ Opened read(const QByteArray &bytes)
     out.name = program.name;
     QJsonObject config = program.config;
     switch (program.version) {
-    case ProgramFiles::Version::Current:
-        break;
+    case ProgramFiles::Version::Current: break;
     case ProgramFiles::Version::NeedsConversion: {
         const ProgramConvert::Result converted = ProgramConvert::toCurrent(config);
         if (!converted.ok()) {
@@ -63,9 +62,7 @@ Opened read(const QByteArray &bytes)
         out.converted = true;
         break;
     }
-    case ProgramFiles::Version::Unknown:
-        out.error = Tx::ProgWrongVersion;
-        return out;
+    case ProgramFiles::Version::Unknown: out.error = Tx::ProgWrongVersion; return out;
     }
     if (!out.doc.loadConfig(config).ok() || !out.doc.isLoaded())
         out.error = Tx::ProgFileNotProgram;

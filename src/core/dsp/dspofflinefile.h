@@ -31,7 +31,7 @@ QString modelFor(const CDeviceDspData &doc);
 struct Opened
 {
     std::optional<Tx> error;
-    QString name;        ///< the program's name in the file
+    QString name; ///< the program's name in the file
     CDeviceDspData doc;
     bool converted = false; ///< the file held an older version, converted on opening
     bool ok() const { return !error; }

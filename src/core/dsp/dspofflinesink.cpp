@@ -73,7 +73,8 @@ void resizeNode(CDeviceDspData &doc, int type, int count)
     while (n.portArr.size() > count)
         n.portArr.removeLast();
     while (n.portArr.size() < count)
-        n.portArr.append(type == DspNode::EchoCancel ? DspDefaults::aecChannel(n.portArr.size()) : DspDefaults::channel());
+        n.portArr.append(type == DspNode::EchoCancel ? DspDefaults::aecChannel(n.portArr.size())
+                                                     : DspDefaults::channel());
     if (type == DspNode::Automixer) {
         if (n.automixer.maskArr.isEmpty() && n.automixer.chNumLimit == 0)
             n.automixer = DspDefaults::automixer(count);
@@ -92,8 +93,8 @@ bool setConfig(CDeviceDspData &doc, const QJsonObject &req)
     if (!doc.isLoaded() || inArr.size() != doc.inChNum() || outArr.size() != doc.outChNum())
         return false;
     CDeviceDspData next = doc;
-    for (const auto &[key, type] : {std::pair{"aecChNum", int(DspNode::EchoCancel)},
-                                    std::pair{"autoMixerChNum", int(DspNode::Automixer)}}) {
+    for (const auto &[key, type] :
+         {std::pair{"aecChNum", int(DspNode::EchoCancel)}, std::pair{"autoMixerChNum", int(DspNode::Automixer)}}) {
         if (!req.contains(QLatin1String(key)))
             continue;
         const auto count = index(req, key, doc.inChNum() + 1);
@@ -136,7 +137,8 @@ bool setMatrixCell(CDeviceDspData &doc, const QJsonObject &req)
     const auto in = out ? index(req, "inIndex", m.gainArr[*out].size()) : std::nullopt;
     const auto gain = number(req, "gainDb");
     const auto mute = flag(req, "mute");
-    if (!in || !gain || *gain < -100 || *gain > 12 || !mute || *out >= m.muteArr.size() || *in >= m.muteArr[*out].size())
+    if (!in || !gain || *gain < -100 || *gain > 12 || !mute || *out >= m.muteArr.size() ||
+        *in >= m.muteArr[*out].size())
         return false;
     m.gainArr[*out][*in] = *gain;
     m.muteArr[*out][*in] = *mute;
@@ -192,18 +194,16 @@ QString compact(const QJsonObject &o)
 DspOfflineSink::DspOfflineSink(const CDeviceDspData &doc, QObject *parent)
     : QObject(parent)
     , m_doc(doc)
-{
-}
+{}
 
 void DspOfflineSink::sendTcp(const QString &request)
 {
     const QString reply = answer(m_doc, request);
-    QMetaObject::invokeMethod(this, [this, reply] { emit signal_reply(reply); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, reply] { emit signal_reply(reply); }, Qt::QueuedConnection);
 }
 
-void DspOfflineSink::sendUdp(const QString &, quint16)
-{
-}
+void DspOfflineSink::sendUdp(const QString &, quint16) {}
 
 QString DspOfflineSink::answer(CDeviceDspData &doc, const QString &request)
 {
@@ -224,9 +224,9 @@ QString DspOfflineSink::answer(CDeviceDspData &doc, const QString &request)
         ok = setMatrixCell(doc, req);
     } else if (ops == QLatin1String("setAecChannel")) {
         ok = setAecChannel(doc, req);
-    } else if (ops.startsWith(QLatin1String("setBorder")) || ops == QLatin1String("setNodeData")
-               || ops == QLatin1String("setGain") || ops == QLatin1String("setMute")
-               || ops == QLatin1String("setInverse") || ops == QLatin1String("setGroupId")) {
+    } else if (ops.startsWith(QLatin1String("setBorder")) || ops == QLatin1String("setNodeData") ||
+               ops == QLatin1String("setGain") || ops == QLatin1String("setMute") ||
+               ops == QLatin1String("setInverse") || ops == QLatin1String("setGroupId")) {
         ok = doc.apply(req);
         if (ok && req.contains(QLatin1String("val")))
             reply.insert(QStringLiteral("val"), req.value(QLatin1String("val")));

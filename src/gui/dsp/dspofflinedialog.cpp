@@ -119,8 +119,7 @@ DspOfflineDialog *DspOfflineDialog::openFile(const QString &path, QWidget *paren
 DspOfflineDialog::DspOfflineDialog(const QString &path, const DspOfflineFile::Opened &opened, const QString &model,
                                    int sampleRate, QWidget *parent)
     : DspOfflineDialog(path, opened, model, new DspOfflineSink(atRate(opened.doc, sampleRate)), parent)
-{
-}
+{}
 
 DspOfflineDialog::DspOfflineDialog(const QString &path, const DspOfflineFile::Opened &opened, const QString &model,
                                    DspOfflineSink *sink, QWidget *parent)
@@ -235,10 +234,8 @@ void DspOfflineDialog::reject()
             if (!save())
                 return;
             break;
-        case CloseAnswer::Discard:
-            break;
-        case CloseAnswer::Stay:
-            return;
+        case CloseAnswer::Discard: break;
+        case CloseAnswer::Stay: return;
         }
     }
     DevDspDialog::reject();
@@ -287,8 +284,7 @@ QString DspOfflineDialog::sendProgram(const Target &target, const QString &name,
 {
     settle();
     const QJsonObject config = QJsonDocument::fromJson(controller()->document().toJson()).object();
-    const DspExchange::Result r =
-        DspExchange::run(target.address, ProgramCommands::saveConfigToFile(name, config));
+    const DspExchange::Result r = DspExchange::run(target.address, ProgramCommands::saveConfigToFile(name, config));
     const QString device = target.name.isEmpty() ? target.devId : target.name;
     bool taken = false;
     QString text;
