@@ -200,6 +200,11 @@ void TestDspOffline::fileRefusalsAndFit()
     QVERIFY(!DspOfflineFile::fitError(doc, QStringLiteral("RK0404")).isEmpty());
     QVERIFY(!DspOfflineFile::model(QStringLiteral("RK0004D")));
     QCOMPARE(DspOfflineFile::model(QStringLiteral("RK1608D"))->inputs, 16);
+    // Sending asks first when the device could not load it; an unknown rate or model is not held against it.
+    QVERIFY(DspOfflineFile::sendWarning(doc, QStringLiteral("RK0404D"), 48000).isEmpty());
+    QVERIFY(DspOfflineFile::sendWarning(doc, QString(), 0).isEmpty());
+    QVERIFY(DspOfflineFile::sendWarning(doc, QStringLiteral("RK0404D"), 96000).contains(QLatin1String("96000")));
+    QVERIFY(!DspOfflineFile::sendWarning(doc, QStringLiteral("RK0202D"), 48000).isEmpty());
 }
 
 QTEST_GUILESS_MAIN(TestDspOffline)

@@ -21,7 +21,7 @@ namespace {
 
 /// SIM-0007 of the default network: RK0404D at 96 kHz.
 const DspOfflineDialog::Target kPanel{QStringLiteral("SIM-0007"), QStringLiteral("Wall Panel 4"),
-                                      QStringLiteral("127.0.0.8")};
+                                      QStringLiteral("127.0.0.8"), QStringLiteral("RK0404D"), 96000};
 
 QJsonObject ask(const QString &address, const QString &request)
 {

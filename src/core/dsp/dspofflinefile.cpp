@@ -84,6 +84,16 @@ QString fitError(const CDeviceDspData &doc, const QString &modelCode)
         .arg(m->outputs);
 }
 
+QString sendWarning(const CDeviceDspData &doc, const QString &modelCode, int sampleRate)
+{
+    QString why;
+    if (model(modelCode))
+        why = fitError(doc, modelCode);
+    if (why.isEmpty() && sampleRate > 0 && doc.sampleRate > 0 && sampleRate != doc.sampleRate)
+        why = tx(Tx::OfflineRateDiffers).arg(sampleRate).arg(doc.sampleRate);
+    return why.isEmpty() ? why : why + QLatin1Char('\n') + tx(Tx::OfflineSendAnyway);
+}
+
 QByteArray write(const QString &name, const CDeviceDspData &doc)
 {
     ProgramFiles::Program program;

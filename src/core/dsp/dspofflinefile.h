@@ -45,6 +45,10 @@ Opened read(const QByteArray &bytes);
 /// can.
 QString fitError(const CDeviceDspData &doc, const QString &modelCode);
 
+/// What to ask before the document is stored on a device of this model running at this rate (0: not known): a
+/// program for other channel counts or another sample rate is stored but will not load there. Empty when it fits.
+QString sendWarning(const CDeviceDspData &doc, const QString &modelCode, int sampleRate);
+
 /// The "*.dt" bytes of the document under this name.
 QByteArray write(const QString &name, const CDeviceDspData &doc);
 

@@ -525,7 +525,8 @@ DspOfflineDialog *MainWindow::slot_openProgramFile(const QString &path, const QS
         QVector<DspOfflineDialog::Target> out;
         for (const Device &d : link->registry().devices())
             if (DeviceModels::isDspCapable(d.rec.model.str()))
-                out.append({d.rec.devId.str(), d.rec.name.str(), Ipv4::toText(d.rec.ip)});
+                out.append({d.rec.devId.str(), d.rec.name.str(), Ipv4::toText(d.rec.ip), d.rec.model.str(),
+                            d.rec.sampleRate});
         return out;
     });
     connect(window, &DevDspDialog::signal_showTips, this, &MainWindow::slot_showTips);

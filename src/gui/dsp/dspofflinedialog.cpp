@@ -275,8 +275,12 @@ void DspOfflineDialog::sendToDevice()
     });
     if (ask.exec() != QDialog::Accepted)
         return;
+    const Target &target = targets[devices->currentIndex()];
+    const QString warning = DspOfflineFile::sendWarning(controller()->document(), target.model, target.sampleRate);
+    if (!warning.isEmpty() && !NoticeBox::confirm(this, warning))
+        return;
     bool ok = false;
-    const QString outcome = sendProgram(targets[devices->currentIndex()], name->text(), &ok);
+    const QString outcome = sendProgram(target, name->text(), &ok);
     NoticeBox::notice(this, outcome);
 }
 

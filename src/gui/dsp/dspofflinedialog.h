@@ -25,6 +25,8 @@ public:
         QString devId;
         QString name;
         QString address; ///< IPv4, dotted
+        QString model;
+        int sampleRate = 0; ///< as the device announces it; 0 when not known
     };
     using Targets = std::function<QVector<Target>()>;
 
