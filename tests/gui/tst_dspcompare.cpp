@@ -9,9 +9,11 @@
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/programs/programcommands.h"
 #include "core/dsp/programs/programfiles.h"
+#include "gui/dsp/devdspdialog.h"
 #include "gui/dsp/dspcompareform.h"
 #include "gui/widgets/filechoice.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QLabel>
 #include <QPushButton>
@@ -138,6 +140,16 @@ private slots:
         m_controller->handleTcpReply(compact(fail));
         QTRY_COMPARE(dialog.summaryText(), tx(Tx::DspCompareProgramFailed).arg("hall"));
         QCOMPARE(dialog.table()->rowCount(), 0);
+    }
+
+    void reachedFromTheDspWindowsMenu()
+    {
+        DevDspDialog window({"DSP1", "Hall", "RK0302D"}, [](const QString &, quint16) {});
+        auto *entry = window.findChild<QAction *>("act_compare");
+        QVERIFY(entry);
+        QCOMPARE(entry->text(), tx(Tx::DspCompareMenu));
+        entry->trigger();
+        QTRY_VERIFY(window.findChild<DspCompareDialog *>() && window.findChild<DspCompareDialog *>()->isVisible());
     }
 
 private:
