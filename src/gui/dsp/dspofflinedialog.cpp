@@ -7,6 +7,7 @@
 #include "core/dsp/programs/programcommands.h"
 #include "core/dsp/programs/programfiles.h"
 #include "core/dsp/programs/programrules.h"
+#include "gui/dsp/dspdiagramform.h"
 #include "gui/widgets/filechoice.h"
 #include "gui/widgets/noticebox.h"
 
@@ -136,6 +137,7 @@ DspOfflineDialog::DspOfflineDialog(const QString &path, const DspOfflineFile::Op
 
     m_save = new QPushButton(this);
     m_save->setObjectName(QStringLiteral("pb_saveFile"));
+    m_save->setProperty("role", QStringLiteral("primary"));
     m_saveAs = new QPushButton(this);
     m_saveAs->setObjectName(QStringLiteral("pb_saveFileAs"));
     m_send = new QPushButton(this);
@@ -153,6 +155,11 @@ DspOfflineDialog::DspOfflineDialog(const QString &path, const DspOfflineFile::Op
     connect(m_send, &QPushButton::clicked, this, &DspOfflineDialog::sendToDevice);
     auto *saveKey = new QShortcut(QKeySequence::Save, this);
     connect(saveKey, &QShortcut::activated, this, &DspOfflineDialog::save);
+
+    // The diagram's own "Save" would store the chains only into the stand-in device, beside the file's Save:
+    // one Save, the file's, is all an operator should meet here.
+    if (auto *deviceSave = diagram()->findChild<QPushButton *>(QStringLiteral("pb_save")))
+        deviceSave->hide();
 
     retranslateOffline();
     controller()->requestConfig();
