@@ -91,6 +91,8 @@ private:
     int dspEqText(CliDspSession &session, const CliDspArgs &a);
     /// A dynamics block's live state, asked until it comes (clidspstatus.cpp).
     int dspStatus(CliDspSession &session, const CliDspArgs &a);
+    /// The device's programs through the program page's own sequencing (clidspprograms.cpp).
+    int dspProgram(CliDspSession &session, const CliDspArgs &a);
     int printCurve(const QVector<QPair<double, double>> &points);
 
     /// Sends one request to a device through the request router and waits for

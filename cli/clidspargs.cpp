@@ -125,14 +125,18 @@ QString CliDspArgs::usage()
                "                       without FILE)\n"
                "  dsp status DEVICE in|out CH BLOCK     a compressor's, expander's or limiter's gain reduction, a noise\n"
                "                       gate's state, as the editor shows them; --json: {\"reductionDb\":X} or {\"open\":B}\n")
-        .arg(kindNames());
+               .arg(kindNames())
+           + programUsage();
 }
 
 bool CliDspArgs::changes() const
 {
     return !(command == Command::GetConfig || command == Command::Budget || command == Command::MatrixShow
              || command == Command::Response || command == Command::ResponseDevice || command == Command::FirDesign
-             || command == Command::EqExport || command == Command::Status);
+             || command == Command::EqExport || command == Command::Status
+             || (command == Command::Program
+                 && (programVerb == ProgramVerb::List || programVerb == ProgramVerb::Export
+                     || programVerb == ProgramVerb::ExportAll)));
 }
 
 std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *error)
@@ -163,6 +167,8 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
         {"status", Command::Status, 5, 5, "status DEVICE in|out CH BLOCK"},
     };
     const QString sub = args.value(0);
+    if (sub == QLatin1String("program"))
+        return parseProgram(args, error);
     const Shape *shape = nullptr;
     for (const Shape &s : kShapes)
         if (sub == QLatin1String(s.name))
@@ -193,6 +199,7 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
     case Command::GetConfig:
     case Command::Budget:
     case Command::MatrixShow:
+    case Command::Program:
         break;
     case Command::Response:
     case Command::FirDesign:

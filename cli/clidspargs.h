@@ -29,7 +29,9 @@ struct CliDspArgs
         EqImport,       ///< a parametric filter list into a channel's equaliser
         EqExport,
         Status, ///< a dynamics block's live state
+        Program, ///< the device's programs (clidspprograms.cpp)
     };
+    enum class ProgramVerb { List, Save, Load, Delete, Convert, Export, Import, ExportAll, ImportAll };
     enum class Member { Gain, Mute, Inverse, Group };
 
     Command command = Command::GetConfig;
@@ -56,6 +58,9 @@ struct CliDspArgs
     QString jsonInput;
     /// eq-import: the file read; eq-export: the file written, empty for standard output.
     QString filePath;
+    /// program: what is done, to which program (import, export: FILE in filePath).
+    ProgramVerb programVerb = ProgramVerb::List;
+    QString programName;
 
     /// The words after "dsp"; none with a message that names the bad argument.
     static std::optional<CliDspArgs> parse(const QStringList &args, QString *error);
@@ -67,4 +72,10 @@ struct CliDspArgs
     bool offline() const { return command == Command::Response || command == Command::FirDesign; }
     bool takesCurveFormat() const { return command == Command::Response || command == Command::ResponseDevice; }
     static QString usage();
+    static QString programUsage();
+
+private:
+    /// "dsp program VERB DEVICE ...", whose device comes after the verb.
+    static std::optional<CliDspArgs> parseProgram(const QStringList &args, QString *error);
+public:
 };

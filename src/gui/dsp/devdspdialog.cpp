@@ -9,6 +9,7 @@
 #include "gui/dsp/dspdiagramform.h"
 #include "gui/dsp/dspmatrixform.h"
 #include "gui/dsp/dspmicconfigdialog.h"
+#include "gui/dsp/programs/dspprogramform.h"
 #include "gui/widgets/busyoverlay.h"
 #include "gui/widgets/snackbar.h"
 
@@ -66,7 +67,7 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     m_tabs->setObjectName(QStringLiteral("tab_pages"));
     m_tabs->setStyleSheet(QLatin1String(kTabStyle));
     m_tabs->addTab(m_diagram, QString());
-    m_programs = laterPage(this, "lb_programsLater");
+    m_programs = new DspProgramForm(m_controller, this);
     m_admin = laterPage(this, "lb_adminLater");
     m_tabs->addTab(m_programs, QString());
     m_tabs->addTab(m_admin, QString());
@@ -148,6 +149,11 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     connect(m_diagram, &DspDiagramForm::signal_showTips, this, &DevDspDialog::signal_showTips);
     connect(m_diagram, &DspDiagramForm::signal_matrixRequested, this, &DevDspDialog::showMatrix);
     connect(m_diagram, &DspDiagramForm::signal_micConfigRequested, this, &DevDspDialog::signal_micConfigRequested);
+    connect(m_programs, &DspProgramForm::signal_showTips, this, &DevDspDialog::signal_showTips);
+    connect(m_diagram, &DspDiagramForm::signal_channelSelected, m_programs, &DspProgramForm::setSelectedChannel);
+    connect(m_diagram, &DspDiagramForm::signal_channelProgramsRequested, m_programs,
+            &DspProgramForm::openChannelPrograms);
+    connect(m_diagram, &DspDiagramForm::signal_saveDiyRequested, m_programs, &DspProgramForm::saveDiy);
 
     m_matrix = new DspMatrixForm(m_controller, this);
     m_matrix->setObjectName(QStringLiteral("page_dspMatrix"));
@@ -236,6 +242,11 @@ void DevDspDialog::setChannelPanel(QWidget *panel)
     m_panel = panel;
     if (panel)
         m_body->addWidget(panel);
+}
+
+void DevDspDialog::showPrograms()
+{
+    m_tabs->setCurrentWidget(m_programs);
 }
 
 void DevDspDialog::showMatrix()
@@ -349,7 +360,6 @@ void DevDspDialog::retranslate()
     m_tabs->setTabText(m_tabs->indexOf(m_matrix), tx(Tx::DspTabMatrix));
     m_tabs->setTabText(m_tabs->indexOf(m_programs), tx(Tx::DspTabPrograms));
     m_tabs->setTabText(m_tabs->indexOf(m_admin), tx(Tx::DspTabAdmin));
-    m_programs->setText(tx(Tx::DspPageLater));
     m_admin->setText(tx(Tx::DspPageLater));
     updateUndo();
 }
