@@ -6,6 +6,7 @@
 #include "core/routing/hiddenchannels.h"
 #include "gui/app/mainwindow.h"
 #include "gui/dsp/devdspdialog.h"
+#include "gui/dsp/programs/dspprogramform.h"
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dspkinds.h"
 #include "gui/dsp/dspdiagramform.h"
@@ -70,7 +71,7 @@ int main(int argc, char *argv[])
                                              QStringLiteral("Use the network interface with this IPv4 address (loopback allowed)."),
                                              QStringLiteral("ADDR"));
     const QCommandLineOption pageOption(
-        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix or programs."),
+        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix, programs or channel-programs."),
         QStringLiteral("NAME"));
     options.addOption(pageOption);
     const QCommandLineOption allChannelsOption(
@@ -128,7 +129,9 @@ int main(int argc, char *argv[])
     // With --dsp, "matrix" names the DSP window's matrix page instead of a page of the main window.
     const bool dspMatrix = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("matrix");
     const bool dspPrograms = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("programs");
-    if (options.isSet(pageOption) && !dspMatrix && !dspPrograms) {
+    const bool dspChannelPrograms =
+        !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("channel-programs");
+    if (options.isSet(pageOption) && !dspMatrix && !dspPrograms && !dspChannelPrograms) {
         static const QStringList pages{QStringLiteral("devices"), QStringLiteral("routing"), QStringLiteral("flows"),
                                        QStringLiteral("clock"),   QStringLiteral("stats"),   QStringLiteral("levels")};
         const int page = pages.indexOf(options.value(pageOption).toLower());
@@ -145,7 +148,7 @@ int main(int argc, char *argv[])
         LOG_FAIL();
     if (!dspDevice.isEmpty()) {
         // The device is known once it has announced itself; until then there is no address to open.
-        auto open = [w, dspDevice, dspMatrix, dspPrograms, blockAt, editor] {
+        auto open = [w, dspDevice, dspMatrix, dspPrograms, dspChannelPrograms, blockAt, editor] {
             const bool opened = w->dspWindow(dspDevice);
             if (!opened)
                 w->slot_openDsp(dspDevice);
@@ -154,6 +157,11 @@ int main(int argc, char *argv[])
                 dsp->showMatrix();
             if (dsp && dspPrograms)
                 dsp->showPrograms();
+            if (dsp && dspChannelPrograms && !opened)
+                QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, editor] {
+                    if (!*editor)
+                        *editor = dsp->programs()->openChannelPrograms();
+                });
             if (!dsp || opened || (blockAt.size() != 3 && blockAt.size() != 1))
                 return;
             QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, blockAt, editor] {

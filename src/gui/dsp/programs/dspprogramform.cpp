@@ -52,10 +52,11 @@ void DspProgramForm::saveDiy()
     });
 }
 
-void DspProgramForm::openChannelPrograms()
+QWidget *DspProgramForm::openChannelPrograms()
 {
     auto *form = new ChannelProgramForm(m_controller, m_side, m_channel, window());
     form->setAttribute(Qt::WA_DeleteOnClose);
     connect(form, &ChannelProgramForm::signal_showTips, this, &DspProgramForm::signal_showTips);
     form->show();
+    return form;
 }

@@ -24,7 +24,8 @@ public slots:
     void setSelectedChannel(DspSide side, int channel);
     /// Asks for a name and stores the running configuration under it in the first empty slot.
     void saveDiy();
-    void openChannelPrograms();
+    /// Opens the channel-program form for the selected channel; it closes itself.
+    QWidget *openChannelPrograms();
 
 signals:
     void signal_showTips(const QString &text, bool isSucc);
