@@ -141,7 +141,9 @@ int main(int argc, char *argv[])
     }
     // The block editor asked for with --block, once it is open.
     auto editor = std::make_shared<QPointer<QWidget>>();
-    const QStringList blockAt = options.value(blockOption).split(QLatin1Char(':'));
+    // Without --block no editor opens (an empty value would split into one empty part, a node form's form).
+    const QStringList blockAt =
+        options.isSet(blockOption) ? options.value(blockOption).split(QLatin1Char(':')) : QStringList();
     const bool nodeForm =
         blockAt.size() == 1 && (blockAt[0] == QLatin1String("aec") || blockAt[0] == QLatin1String("automix"));
     if (options.isSet(blockOption) && !nodeForm && (blockAt.size() != 3 || !DspKinds::sideFromName(blockAt[0])))

@@ -27,6 +27,8 @@ ChannelProgramForm::ChannelProgramForm(DspController *controller, DspSide side, 
     , m_folderLabel(new QLabel(this))
     , m_list(new QListWidget(this))
     , m_name(new QLineEdit(this))
+    , m_nameLabel(new QLabel(this))
+    , m_empty(new QLabel(this))
     , m_otherFolder(new QPushButton(this))
     , m_save(new QPushButton(this))
     , m_load(new QPushButton(this))
@@ -36,6 +38,7 @@ ChannelProgramForm::ChannelProgramForm(DspController *controller, DspSide side, 
     m_folderLabel->setWordWrap(true);
     m_list->setObjectName(QStringLiteral("lw_channelPrograms"));
     m_name->setObjectName(QStringLiteral("le_channelProgramName"));
+    m_empty->setObjectName(QStringLiteral("lb_noChannelPrograms"));
     m_otherFolder->setObjectName(QStringLiteral("pb_otherFolder"));
     m_save->setObjectName(QStringLiteral("pb_saveChannelProgram"));
     m_load->setObjectName(QStringLiteral("pb_loadChannelProgram"));
@@ -43,13 +46,15 @@ ChannelProgramForm::ChannelProgramForm(DspController *controller, DspSide side, 
     auto *top = new QHBoxLayout;
     top->addWidget(m_folderLabel, 1);
     top->addWidget(m_otherFolder);
-    auto *saveRow = new QHBoxLayout;
-    saveRow->addWidget(m_name, 1);
-    saveRow->addWidget(m_save);
+    auto *nameRow = new QHBoxLayout;
+    nameRow->addWidget(m_nameLabel);
+    nameRow->addWidget(m_name, 1);
     contentLayout()->addLayout(top);
     contentLayout()->addWidget(m_list, 1);
+    contentLayout()->addWidget(m_empty);
     contentLayout()->addWidget(m_load);
-    contentLayout()->addLayout(saveRow);
+    contentLayout()->addLayout(nameRow);
+    contentLayout()->addWidget(m_save);
 
     connect(m_otherFolder, &QPushButton::clicked, this, [this] {
         const QString dir = QFileDialog::getExistingDirectory(this, tx(Tx::ChanProgOtherFolder), m_folder);
@@ -85,6 +90,7 @@ void ChannelProgramForm::reload()
         if (p.side != m_side)
             item->setForeground(Qt::gray);
     }
+    m_empty->setVisible(m_programs.isEmpty());
 }
 
 void ChannelProgramForm::save()
@@ -123,7 +129,9 @@ void ChannelProgramForm::retranslate()
     m_otherFolder->setText(tx(Tx::ChanProgOtherFolder));
     m_save->setText(tx(Tx::ChanProgSaveFrom));
     m_load->setText(tx(Tx::ChanProgLoadOnto));
-    m_list->setToolTip(m_programs.isEmpty() ? tx(Tx::ChanProgNone) : QString());
+    m_nameLabel->setText(tx(Tx::ProgNameLabel));
+    m_empty->setText(tx(Tx::ChanProgNone));
+    m_empty->setVisible(m_programs.isEmpty());
 }
 
 void ChannelProgramForm::changeEvent(QEvent *event)

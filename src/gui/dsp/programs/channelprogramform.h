@@ -44,5 +44,7 @@ private:
     QLabel *m_folderLabel;
     QListWidget *m_list;
     QLineEdit *m_name;
+    QLabel *m_nameLabel;
+    QLabel *m_empty;
     QPushButton *m_otherFolder, *m_save, *m_load;
 };

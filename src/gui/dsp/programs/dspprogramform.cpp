@@ -1,6 +1,7 @@
 #include "gui/dsp/programs/dspprogramform.h"
 
 #include "core/app/texts.h"
+#include "core/dsp/dspcontroller.h"
 #include "core/dsp/programs/programactions.h"
 #include "gui/dsp/programs/channelprogramform.h"
 #include "gui/dsp/programs/manageprogramform.h"
@@ -20,6 +21,7 @@ DspProgramForm::DspProgramForm(DspController *controller, QWidget *parent)
     layout->addWidget(m_manage);
     connect(m_manage, &ManageProgramForm::signal_showTips, this, &DspProgramForm::signal_showTips);
     connect(m_manage, &ManageProgramForm::signal_compareRequested, this, &DspProgramForm::signal_compareRequested);
+    connect(controller, &DspController::signal_documentLoaded, this, &DspProgramForm::listOnce);
 }
 
 void DspProgramForm::setSelectedChannel(DspSide side, int channel)
@@ -30,12 +32,18 @@ void DspProgramForm::setSelectedChannel(DspSide side, int channel)
 
 void DspProgramForm::showEvent(QShowEvent *event)
 {
-    // The list is read when the page is first seen, not with the window: most visits never come here.
-    if (!m_listed) {
-        m_listed = true;
-        m_manage->refresh();
-    }
+    listOnce();
     QWidget::showEvent(event);
+}
+
+void DspProgramForm::listOnce()
+{
+    // The list is read when the page is first seen, not with the window (most visits never come here), and
+    // only once the link answers: a page opened with the window waits for its first document.
+    if (m_listed || !isVisible() || !m_controller->isLoaded())
+        return;
+    m_listed = true;
+    m_manage->refresh();
 }
 
 void DspProgramForm::saveDiy()

@@ -35,6 +35,8 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
+    void listOnce();
+
     DspController *m_controller;
     ProgramActions *m_actions;
     ManageProgramForm *m_manage;

@@ -40,8 +40,10 @@ ProgramItemForm::ProgramItemForm(QWidget *parent)
     m_inUse->setStyleSheet(QStringLiteral("color: rgb(96, 200, 120);"));
     auto *row = new QHBoxLayout(this);
     row->setContentsMargins(scaled(6), scaled(2), scaled(6), scaled(2));
-    row->addWidget(m_label, 1);
+    row->addWidget(m_label);
+    row->addSpacing(scaled(12));
     row->addWidget(m_inUse);
+    row->addStretch(1);
 }
 
 void ProgramItemForm::show(int slot, const QString &name, bool inUse)
