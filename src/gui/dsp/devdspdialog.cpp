@@ -6,6 +6,7 @@
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dsplink.h"
 #include "gui/dsp/dspchannelstripform.h"
+#include "gui/dsp/dspcompareform.h"
 #include "gui/dsp/dspdiagramform.h"
 #include "gui/dsp/dspmatrixform.h"
 #include "gui/dsp/dspmicconfigdialog.h"
@@ -118,6 +119,13 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     menu->insertAction(first, m_undo);
     menu->insertAction(first, m_redo);
     menu->insertSeparator(first);
+    QAction *compare = menu->addAction(QString());
+    compare->setObjectName(QStringLiteral("act_compare"));
+    connect(compare, &QAction::triggered, this, [this] {
+        auto *dialog = new DspCompareDialog(m_controller, QStringList(), this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        dialog->show();
+    });
     connect(m_undo, &QAction::triggered, m_controller, &DspController::undo);
     connect(m_redo, &QAction::triggered, m_controller, &DspController::redo);
     connect(m_controller, &DspController::signal_undoChanged, this, &DevDspDialog::updateUndo);
@@ -361,6 +369,8 @@ void DevDspDialog::retranslate()
     m_tabs->setTabText(m_tabs->indexOf(m_programs), tx(Tx::DspTabPrograms));
     m_tabs->setTabText(m_tabs->indexOf(m_admin), tx(Tx::DspTabAdmin));
     m_admin->setText(tx(Tx::DspPageLater));
+    if (auto *compare = findChild<QAction *>(QStringLiteral("act_compare")))
+        compare->setText(tx(Tx::DspCompareMenu));
     updateUndo();
 }
 
