@@ -78,6 +78,9 @@ private slots:
         QCOMPARE(row(1), QString("1 live"));
         QCOMPARE(row(3), QString("3"));
 
+        QSignalSpy compare(m_page, &DspProgramForm::signal_compareRequested);
+        click("pb_compare");
+        QCOMPARE(compare.size(), 1);
         m_page->manage()->selectSlot(1);
         QCOMPARE(w<QLineEdit>("le_name")->text(), QString("live"));
         click("pb_load");

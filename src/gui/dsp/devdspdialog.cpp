@@ -4,6 +4,7 @@
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "core/dsp/dspcontroller.h"
+#include "core/dsp/programs/programactions.h"
 #include "core/dsp/dsplink.h"
 #include "gui/dsp/dspchannelstripform.h"
 #include "gui/dsp/dspcompareform.h"
@@ -122,10 +123,12 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     QAction *compare = menu->addAction(QString());
     compare->setObjectName(QStringLiteral("act_compare"));
     connect(compare, &QAction::triggered, this, [this] {
-        auto *dialog = new DspCompareDialog(m_controller, QStringList(), this);
+        // The program page's list when it has one; else the dialog asks the device.
+        auto *dialog = new DspCompareDialog(m_controller, m_programs->actions()->names(), this);
         dialog->setAttribute(Qt::WA_DeleteOnClose);
         dialog->show();
     });
+    connect(m_programs, &DspProgramForm::signal_compareRequested, compare, &QAction::trigger);
     connect(m_undo, &QAction::triggered, m_controller, &DspController::undo);
     connect(m_redo, &QAction::triggered, m_controller, &DspController::redo);
     connect(m_controller, &DspController::signal_undoChanged, this, &DevDspDialog::updateUndo);
