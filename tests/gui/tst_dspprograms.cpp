@@ -10,6 +10,7 @@
 #include "../support/noticeanswers.h"
 #include "../support/programstore.h"
 
+#include <QInputDialog>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -151,6 +152,21 @@ private slots:
         click("pb_exportAll");
         QTRY_COMPARE(text, tx(Tx::ProgExportAllNone));
         QVERIFY(!asked);
+    }
+
+    void saveDiyTakesTheFirstEmptySlot()
+    {
+        NoticeAnswers::onNextModal([](QWidget *modal) {
+            auto *dialog = qobject_cast<QInputDialog *>(modal);
+            QVERIFY(dialog);
+            dialog->setTextValue("diy_1");
+            dialog->accept();
+        });
+        m_page->saveDiy();
+        m_store.pump(m_sink, *m_controller);
+        QCOMPARE(lastTip(), tx(Tx::ProgSaveOk));
+        QCOMPARE(m_store.names.indexOf("diy_1"), 3);
+        QCOMPARE(m_store.inUse, QString("diy_1"));
     }
 
     void channelProgramSavedAndLoadedOntoAnotherChannel()
