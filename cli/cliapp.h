@@ -91,6 +91,8 @@ private:
     int dspEqText(CliDspSession &session, const CliDspArgs &a);
     /// A dynamics block's live state, asked until it comes (clidspstatus.cpp).
     int dspStatus(CliDspSession &session, const CliDspArgs &a);
+    /// The device's programs through the program page's own sequencing (clidspprograms.cpp).
+    int dspProgram(CliDspSession &session, const CliDspArgs &a);
     // Two configurations side by side (clidspdiff.cpp): 0 identical, 1 different, 2 trouble.
     int cmdDspDiff(const CliDspArgs &a);
     /// A diff source's document; sessions keeps one DSP session per device, its children named by device id.

@@ -99,6 +99,8 @@ int CliApp::cmdDsp()
         return dspEqText(session, a);
     case CliDspArgs::Command::Status:
         return dspStatus(session, a);
+    case CliDspArgs::Command::Program:
+        return dspProgram(session, a);
     case CliDspArgs::Command::Response:
     case CliDspArgs::Command::FirDesign:
         return cmdDspOffline(a);

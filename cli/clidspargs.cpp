@@ -133,14 +133,18 @@ QString CliDspArgs::usage()
                "                       document); older documents are compared converted; --json: [{\"where\",\n"
                "                       \"member\",\"a\",\"b\"}], null for a side without it; exit 0 identical, 1 different,\n"
                "                       2 trouble (a source that cannot be read)\n")
-        .arg(kindNames());
+               .arg(kindNames())
+           + programUsage();
 }
 
 bool CliDspArgs::changes() const
 {
     return !(command == Command::GetConfig || command == Command::Budget || command == Command::MatrixShow
              || command == Command::Response || command == Command::ResponseDevice || command == Command::FirDesign
-             || command == Command::EqExport || command == Command::Status || command == Command::Diff);
+             || command == Command::EqExport || command == Command::Status || command == Command::Diff
+             || (command == Command::Program
+                 && (programVerb == ProgramVerb::List || programVerb == ProgramVerb::Export
+                     || programVerb == ProgramVerb::ExportAll)));
 }
 
 std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *error)
@@ -172,6 +176,8 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
         {"diff", Command::Diff, 3, 3, "diff A B"},
     };
     const QString sub = args.value(0);
+    if (sub == QLatin1String("program"))
+        return parseProgram(args, error);
     const Shape *shape = nullptr;
     for (const Shape &s : kShapes)
         if (sub == QLatin1String(s.name))
@@ -202,6 +208,7 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
     case Command::GetConfig:
     case Command::Budget:
     case Command::MatrixShow:
+    case Command::Program:
         break;
     case Command::Diff:
         a.sources = args.mid(1, 2);

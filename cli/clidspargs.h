@@ -29,8 +29,10 @@ struct CliDspArgs
         EqImport,       ///< a parametric filter list into a channel's equaliser
         EqExport,
         Status, ///< a dynamics block's live state
+        Program, ///< the device's programs (clidspprograms.cpp)
         Diff,   ///< two configurations side by side
     };
+    enum class ProgramVerb { List, Save, Load, Delete, Convert, Export, Import, ExportAll, ImportAll };
     enum class Member { Gain, Mute, Inverse, Group };
 
     Command command = Command::GetConfig;
@@ -57,6 +59,9 @@ struct CliDspArgs
     QString jsonInput;
     /// eq-import: the file read; eq-export: the file written, empty for standard output.
     QString filePath;
+    /// program: what is done, to which program (import, export: FILE in filePath).
+    ProgramVerb programVerb = ProgramVerb::List;
+    QString programName;
 
     /// diff: A and B, each a device, DEVICE:PROGRAM or a file; true when both are files (no network).
     QStringList sources;
@@ -76,4 +81,10 @@ struct CliDspArgs
     }
     bool takesCurveFormat() const { return command == Command::Response || command == Command::ResponseDevice; }
     static QString usage();
+    static QString programUsage();
+
+private:
+    /// "dsp program VERB DEVICE ...", whose device comes after the verb.
+    static std::optional<CliDspArgs> parseProgram(const QStringList &args, QString *error);
+public:
 };

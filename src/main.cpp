@@ -9,6 +9,7 @@
 #include "gui/dsp/dspofflinedialog.h"
 #include "core/dsp/dspofflinefile.h"
 #include "core/dsp/programs/programfiles.h"
+#include "gui/dsp/programs/dspprogramform.h"
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dspkinds.h"
 #include "gui/dsp/dspdiagramform.h"
@@ -73,7 +74,7 @@ int main(int argc, char *argv[])
                                              QStringLiteral("Use the network interface with this IPv4 address (loopback allowed)."),
                                              QStringLiteral("ADDR"));
     const QCommandLineOption pageOption(
-        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix."),
+        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix, programs or channel-programs."),
         QStringLiteral("NAME"));
     options.addOption(pageOption);
     const QCommandLineOption allChannelsOption(
@@ -142,7 +143,10 @@ int main(int argc, char *argv[])
     const QString dspDevice = options.value(dspOption);
     // With --dsp, "matrix" names the DSP window's matrix page instead of a page of the main window.
     const bool dspMatrix = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("matrix");
-    if (options.isSet(pageOption) && !dspMatrix) {
+    const bool dspPrograms = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("programs");
+    const bool dspChannelPrograms =
+        !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("channel-programs");
+    if (options.isSet(pageOption) && !dspMatrix && !dspPrograms && !dspChannelPrograms) {
         static const QStringList pages{QStringLiteral("devices"), QStringLiteral("routing"), QStringLiteral("flows"),
                                        QStringLiteral("clock"),   QStringLiteral("stats"),   QStringLiteral("levels")};
         const int page = pages.indexOf(options.value(pageOption).toLower());
@@ -152,20 +156,29 @@ int main(int argc, char *argv[])
     }
     // The block editor asked for with --block, once it is open.
     auto editor = std::make_shared<QPointer<QWidget>>();
-    const QStringList blockAt = options.value(blockOption).split(QLatin1Char(':'));
+    // Without --block no editor opens (an empty value would split into one empty part, a node form's form).
+    const QStringList blockAt =
+        options.isSet(blockOption) ? options.value(blockOption).split(QLatin1Char(':')) : QStringList();
     const bool nodeForm =
         blockAt.size() == 1 && (blockAt[0] == QLatin1String("aec") || blockAt[0] == QLatin1String("automix"));
     if (options.isSet(blockOption) && !nodeForm && (blockAt.size() != 3 || !DspKinds::sideFromName(blockAt[0])))
         LOG_FAIL();
     if (!dspDevice.isEmpty()) {
         // The device is known once it has announced itself; until then there is no address to open.
-        auto open = [w, dspDevice, dspMatrix, blockAt, editor] {
+        auto open = [w, dspDevice, dspMatrix, dspPrograms, dspChannelPrograms, blockAt, editor] {
             const bool opened = w->dspWindow(dspDevice);
             if (!opened)
                 w->slot_openDsp(dspDevice);
             DevDspDialog *dsp = w->dspWindow(dspDevice);
             if (dsp && dspMatrix)
                 dsp->showMatrix();
+            if (dsp && dspPrograms)
+                dsp->showPrograms();
+            if (dsp && dspChannelPrograms && !opened)
+                QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, editor] {
+                    if (!*editor)
+                        *editor = dsp->programs()->openChannelPrograms();
+                });
             if (!dsp || opened || (blockAt.size() != 3 && blockAt.size() != 1))
                 return;
             QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, blockAt, editor] {

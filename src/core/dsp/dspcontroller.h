@@ -142,6 +142,9 @@ public:
     void copyChannel(DspSide side, int channel);
     bool hasCopiedChannel() const { return m_copiedChannel.has_value(); }
     QString pasteChannel(DspSide side, int channel);
+    /// A chain from elsewhere (a channel program; fromChannel -1) onto a channel, through the same rules as a
+    /// paste and as one undo step.
+    QString pasteChain(DspSide fromSide, int fromChannel, const QVector<DspBlock> &chain, DspSide side, int channel);
     /// Empties a channel's chain.
     QString clearChannel(DspSide side, int channel);
 

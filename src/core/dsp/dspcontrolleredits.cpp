@@ -350,12 +350,17 @@ QString DspController::pasteChannel(DspSide side, int ch)
 {
     if (!m_copiedChannel)
         return refuse(tx(Tx::DspNothingCopied));
-    const QString why = DspRules::checkPasteChannel(m_doc, m_copiedChannel->side, m_copiedChannel->channel,
-                                                    m_copiedChannel->chain, side, ch, m_budget.familyFactor,
-                                                    m_forceAdd);
+    return pasteChain(m_copiedChannel->side, m_copiedChannel->channel, m_copiedChannel->chain, side, ch);
+}
+
+QString DspController::pasteChain(DspSide fromSide, int fromChannel, const QVector<DspBlock> &chain, DspSide side,
+                                  int ch)
+{
+    const QString why = DspRules::checkPasteChannel(m_doc, fromSide, fromChannel, chain, side, ch,
+                                                    m_budget.familyFactor, m_forceAdd);
     if (!why.isEmpty())
         return refuse(why);
-    QVector<DspBlock> c = m_copiedChannel->chain;
+    QVector<DspBlock> c = chain;
     for (DspBlock &b : c) {
         b.uid = 0;      // new blocks, not the copied ones moved
         b.groupId = -1; // links stay with the channels that made them

@@ -4,12 +4,14 @@
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "core/dsp/dspcontroller.h"
+#include "core/dsp/programs/programactions.h"
 #include "core/dsp/dsplink.h"
 #include "gui/dsp/dspchannelstripform.h"
 #include "gui/dsp/dspcompareform.h"
 #include "gui/dsp/dspdiagramform.h"
 #include "gui/dsp/dspmatrixform.h"
 #include "gui/dsp/dspmicconfigdialog.h"
+#include "gui/dsp/programs/dspprogramform.h"
 #include "gui/widgets/busyoverlay.h"
 #include "gui/widgets/snackbar.h"
 
@@ -78,7 +80,7 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, D
     m_tabs->setObjectName(QStringLiteral("tab_pages"));
     m_tabs->setStyleSheet(QLatin1String(kTabStyle));
     m_tabs->addTab(m_diagram, QString());
-    m_programs = laterPage(this, "lb_programsLater");
+    m_programs = new DspProgramForm(m_controller, this);
     m_admin = laterPage(this, "lb_adminLater");
     if (!isOffline()) {
         m_tabs->addTab(m_programs, QString());
@@ -137,10 +139,12 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, D
     QAction *compare = menu->addAction(QString());
     compare->setObjectName(QStringLiteral("act_compare"));
     connect(compare, &QAction::triggered, this, [this] {
-        auto *dialog = new DspCompareDialog(m_controller, QStringList(), this);
+        // The program page's list when it has one; else the dialog asks the device.
+        auto *dialog = new DspCompareDialog(m_controller, m_programs->actions()->names(), this);
         dialog->setAttribute(Qt::WA_DeleteOnClose);
         dialog->show();
     });
+    connect(m_programs, &DspProgramForm::signal_compareRequested, compare, &QAction::trigger);
     connect(m_undo, &QAction::triggered, m_controller, &DspController::undo);
     connect(m_redo, &QAction::triggered, m_controller, &DspController::redo);
     connect(m_controller, &DspController::signal_undoChanged, this, &DevDspDialog::updateUndo);
@@ -172,6 +176,11 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, D
     connect(m_diagram, &DspDiagramForm::signal_showTips, this, &DevDspDialog::signal_showTips);
     connect(m_diagram, &DspDiagramForm::signal_matrixRequested, this, &DevDspDialog::showMatrix);
     connect(m_diagram, &DspDiagramForm::signal_micConfigRequested, this, &DevDspDialog::signal_micConfigRequested);
+    connect(m_programs, &DspProgramForm::signal_showTips, this, &DevDspDialog::signal_showTips);
+    connect(m_diagram, &DspDiagramForm::signal_channelSelected, m_programs, &DspProgramForm::setSelectedChannel);
+    connect(m_diagram, &DspDiagramForm::signal_channelProgramsRequested, m_programs,
+            &DspProgramForm::openChannelPrograms);
+    connect(m_diagram, &DspDiagramForm::signal_saveDiyRequested, m_programs, &DspProgramForm::saveDiy);
 
     m_matrix = new DspMatrixForm(m_controller, this);
     m_matrix->setObjectName(QStringLiteral("page_dspMatrix"));
@@ -260,6 +269,11 @@ void DevDspDialog::setChannelPanel(QWidget *panel)
     m_panel = panel;
     if (panel)
         m_body->addWidget(panel);
+}
+
+void DevDspDialog::showPrograms()
+{
+    m_tabs->setCurrentWidget(m_programs);
 }
 
 void DevDspDialog::showMatrix()
@@ -373,7 +387,6 @@ void DevDspDialog::retranslate()
     m_tabs->setTabText(m_tabs->indexOf(m_matrix), tx(Tx::DspTabMatrix));
     m_tabs->setTabText(m_tabs->indexOf(m_programs), tx(Tx::DspTabPrograms));
     m_tabs->setTabText(m_tabs->indexOf(m_admin), tx(Tx::DspTabAdmin));
-    m_programs->setText(tx(Tx::DspPageLater));
     m_admin->setText(tx(Tx::DspPageLater));
     if (auto *compare = findChild<QAction *>(QStringLiteral("act_compare")))
         compare->setText(tx(Tx::DspCompareMenu));

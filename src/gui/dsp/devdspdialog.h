@@ -11,6 +11,7 @@ class DspController;
 class DspChannelStripForm;
 class DspDiagramForm;
 class DspMatrixForm;
+class DspProgramForm;
 class DspLink;
 class QAction;
 class QHBoxLayout;
@@ -61,6 +62,9 @@ public:
     DspDiagramForm *diagram() const { return m_diagram; }
     DspMatrixForm *matrix() const { return m_matrix; }
     DspChannelStripForm *channelStrip() const { return m_strip; }
+    DspProgramForm *programs() const { return m_programs; }
+    /// Brings the program page up.
+    void showPrograms();
     BusyOverlay *overlay() const { return m_overlay; }
     QString statusText() const;
 
@@ -114,7 +118,7 @@ private:
     DspMatrixForm *m_matrix;
     DspChannelStripForm *m_strip;
     QTabWidget *m_tabs;
-    QLabel *m_programs;
+    DspProgramForm *m_programs;
     QLabel *m_admin;
     QHBoxLayout *m_body;
     QWidget *m_panel = nullptr;

@@ -136,12 +136,10 @@ void DspDiagramForm::buildBars()
     m_act.aecConfig = action("act_aecConfig", [this] { openNodeForm(true); });
     m_act.mic = action("act_micConfig", [this] { emit signal_micConfigRequested(); });
     m_pageMenu->addSeparator();
-    // The programs arrive later; their entries stand where they will be, so the menu does not move then.
-    m_act.loadProgram = action("act_loadChannelProgram", [] {});
-    m_act.managePrograms = action("act_manageChannelPrograms", [] {});
-    m_act.saveDiy = action("act_saveDiy", [] {});
-    for (QAction *a : {m_act.loadProgram, m_act.managePrograms, m_act.saveDiy})
-        a->setEnabled(false);
+    // Loading and managing channel programs share one form: its list is where a program is chosen either way.
+    m_act.loadProgram = action("act_loadChannelProgram", [this] { emit signal_channelProgramsRequested(); });
+    m_act.managePrograms = action("act_manageChannelPrograms", [this] { emit signal_channelProgramsRequested(); });
+    m_act.saveDiy = action("act_saveDiy", [this] { emit signal_saveDiyRequested(); });
 
     m_blockMenu = new QMenu(this);
     m_blockMenu->setObjectName(QStringLiteral("menu_block"));
@@ -581,8 +579,6 @@ void DspDiagramForm::retranslate()
     m_act.loadProgram->setText(tx(Tx::DspLoadChannelProgram));
     m_act.managePrograms->setText(tx(Tx::DspManageChannelPrograms));
     m_act.saveDiy->setText(tx(Tx::DspSaveDiy));
-    for (QAction *a : {m_act.loadProgram, m_act.managePrograms, m_act.saveDiy})
-        a->setToolTip(tx(Tx::DspWithPrograms));
     updateAddBar();
 }
 

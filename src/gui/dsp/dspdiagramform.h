@@ -67,6 +67,8 @@ signals:
     void signal_channelSelected(DspSide side, int channel);
     void signal_matrixRequested();
     void signal_micConfigRequested();
+    void signal_channelProgramsRequested();
+    void signal_saveDiyRequested();
     void signal_showTips(const QString &text, bool isSucc);
     /// A linked block changed: side (true for inputs), channel and position, for linked channels and open
     /// editors to follow.
