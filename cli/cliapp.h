@@ -91,6 +91,8 @@ private:
     int dspEqText(CliDspSession &session, const CliDspArgs &a);
     /// A dynamics block's live state, asked until it comes (clidspstatus.cpp).
     int dspStatus(CliDspSession &session, const CliDspArgs &a);
+    /// Stored configurations and the factory reset, one blocking exchange each (clidspstored.cpp).
+    int dspStored(const CliDspArgs &a, const QString &address, const QString &devId);
     int printCurve(const QVector<QPair<double, double>> &points);
 
     /// Sends one request to a device through the request router and waits for

@@ -125,7 +125,8 @@ QString CliDspArgs::usage()
                "                       without FILE)\n"
                "  dsp status DEVICE in|out CH BLOCK     a compressor's, expander's or limiter's gain reduction, a noise\n"
                "                       gate's state, as the editor shows them; --json: {\"reductionDb\":X} or {\"open\":B}\n")
-        .arg(kindNames());
+        .arg(kindNames())
+        + storedUsage();
 }
 
 bool CliDspArgs::changes() const
@@ -138,6 +139,8 @@ bool CliDspArgs::changes() const
 std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *error)
 {
     error->clear();
+    if (args.value(0) == QLatin1String("stored") || args.value(0) == QLatin1String("factory-reset"))
+        return parseStored(args, error);
     struct Shape
     {
         const char *name;

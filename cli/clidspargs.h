@@ -29,6 +29,7 @@ struct CliDspArgs
         EqImport,       ///< a parametric filter list into a channel's equaliser
         EqExport,
         Status, ///< a dynamics block's live state
+        Stored, ///< stored configurations and the factory reset (clidspstored.cpp)
     };
     enum class Member { Gain, Mute, Inverse, Group };
 
@@ -56,6 +57,10 @@ struct CliDspArgs
     QString jsonInput;
     /// eq-import: the file read; eq-export: the file written, empty for standard output.
     QString filePath;
+    /// stored: list, last, save, load, delete, export, import; or factory-reset.
+    QString storedVerb;
+    int storedIndex = 0;
+    QString storedName;
 
     /// The words after "dsp"; none with a message that names the bad argument.
     static std::optional<CliDspArgs> parse(const QStringList &args, QString *error);
@@ -67,4 +72,7 @@ struct CliDspArgs
     bool offline() const { return command == Command::Response || command == Command::FirDesign; }
     bool takesCurveFormat() const { return command == Command::Response || command == Command::ResponseDevice; }
     static QString usage();
+    /// "stored ..." and "factory-reset" (clidspstored.cpp).
+    static std::optional<CliDspArgs> parseStored(const QStringList &args, QString *error);
+    static QString storedUsage();
 };

@@ -70,7 +70,7 @@ int main(int argc, char *argv[])
                                              QStringLiteral("Use the network interface with this IPv4 address (loopback allowed)."),
                                              QStringLiteral("ADDR"));
     const QCommandLineOption pageOption(
-        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix."),
+        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix or admin."),
         QStringLiteral("NAME"));
     options.addOption(pageOption);
     const QCommandLineOption allChannelsOption(
@@ -127,7 +127,8 @@ int main(int argc, char *argv[])
     const QString dspDevice = options.value(dspOption);
     // With --dsp, "matrix" names the DSP window's matrix page instead of a page of the main window.
     const bool dspMatrix = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("matrix");
-    if (options.isSet(pageOption) && !dspMatrix) {
+    const bool dspAdmin = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("admin");
+    if (options.isSet(pageOption) && !dspMatrix && !dspAdmin) {
         static const QStringList pages{QStringLiteral("devices"), QStringLiteral("routing"), QStringLiteral("flows"),
                                        QStringLiteral("clock"),   QStringLiteral("stats"),   QStringLiteral("levels")};
         const int page = pages.indexOf(options.value(pageOption).toLower());
@@ -144,13 +145,15 @@ int main(int argc, char *argv[])
         LOG_FAIL();
     if (!dspDevice.isEmpty()) {
         // The device is known once it has announced itself; until then there is no address to open.
-        auto open = [w, dspDevice, dspMatrix, blockAt, editor] {
+        auto open = [w, dspDevice, dspMatrix, dspAdmin, blockAt, editor] {
             const bool opened = w->dspWindow(dspDevice);
             if (!opened)
                 w->slot_openDsp(dspDevice);
             DevDspDialog *dsp = w->dspWindow(dspDevice);
             if (dsp && dspMatrix)
                 dsp->showMatrix();
+            if (dsp && dspAdmin)
+                dsp->showAdmin();
             if (!dsp || opened || (blockAt.size() != 3 && blockAt.size() != 1))
                 return;
             QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, blockAt, editor] {

@@ -5,6 +5,9 @@
 #include "core/app/texts.h"
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dsplink.h"
+#include "core/protocol/ipv4.h"
+#include "core/protocol/requestrouter.h"
+#include "gui/dsp/adminform.h"
 #include "gui/dsp/dspchannelstripform.h"
 #include "gui/dsp/dspdiagramform.h"
 #include "gui/dsp/dspmatrixform.h"
@@ -15,6 +18,7 @@
 #include <QAction>
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QJsonDocument>
 #include <QLabel>
 #include <QMenu>
 #include <QTabWidget>
@@ -67,7 +71,16 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     m_tabs->setStyleSheet(QLatin1String(kTabStyle));
     m_tabs->addTab(m_diagram, QString());
     m_programs = laterPage(this, "lb_programsLater");
-    m_admin = laterPage(this, "lb_adminLater");
+    const QString address = Ipv4::toText(device.ip);
+    m_admin = new AdminForm([address](const QString &request) { return DspExchange::run(address, request); },
+                            [this] {
+                                const QJsonObject reboot = StoredActions::rebootRequest(m_device.devId);
+                                m_sink.sendUdp(QString::fromUtf8(QJsonDocument(reboot).toJson(QJsonDocument::Compact)),
+                                               RequestRouter::portFor(QStringLiteral("reboot"), 0));
+                            },
+                            this);
+    // A load or a factory reset replaced what the device runs; the window's copy is read again.
+    connect(m_admin, &AdminForm::signal_runningConfigReplaced, m_controller, &DspController::revokeAll);
     m_tabs->addTab(m_programs, QString());
     m_tabs->addTab(m_admin, QString());
 
@@ -238,6 +251,11 @@ void DevDspDialog::setChannelPanel(QWidget *panel)
         m_body->addWidget(panel);
 }
 
+void DevDspDialog::showAdmin()
+{
+    m_tabs->setCurrentWidget(m_admin);
+}
+
 void DevDspDialog::showMatrix()
 {
     for (int i = 0; i < m_tabs->count(); ++i) {
@@ -350,7 +368,6 @@ void DevDspDialog::retranslate()
     m_tabs->setTabText(m_tabs->indexOf(m_programs), tx(Tx::DspTabPrograms));
     m_tabs->setTabText(m_tabs->indexOf(m_admin), tx(Tx::DspTabAdmin));
     m_programs->setText(tx(Tx::DspPageLater));
-    m_admin->setText(tx(Tx::DspPageLater));
     updateUndo();
 }
 
