@@ -238,7 +238,7 @@ int CliApp::run()
         QString error;
         const std::optional<CliDspArgs> dsp = CliDspArgs::parse(m_options.args, &error);
         if (dsp && dsp->offline())
-            return cmdDspOffline(*dsp);
+            return dsp->command == CliDspArgs::Command::Diff ? cmdDspDiff(*dsp) : cmdDspOffline(*dsp);
     }
     QString address = m_options.interfaceAddress;
     if (address.isEmpty()) {

@@ -93,6 +93,10 @@ private:
     int dspStatus(CliDspSession &session, const CliDspArgs &a);
     /// Stored configurations and the factory reset, one blocking exchange each (clidspstored.cpp).
     int dspStored(const CliDspArgs &a, const QString &address, const QString &devId);
+    // Two configurations side by side (clidspdiff.cpp): 0 identical, 1 different, 2 trouble.
+    int cmdDspDiff(const CliDspArgs &a);
+    /// A diff source's document; sessions keeps one DSP session per device, its children named by device id.
+    bool dspDiffSource(const QString &source, QObject *sessions, QJsonObject *config, QString *why);
     int printCurve(const QVector<QPair<double, double>> &points);
 
     /// Sends one request to a device through the request router and waits for

@@ -48,6 +48,8 @@ int CliApp::cmdDsp()
     if (!parsed)
         return fail(2, error);
     const CliDspArgs &a = *parsed;
+    if (a.command == CliDspArgs::Command::Diff)
+        return cmdDspDiff(a);
 
     QString devId;
     waitUntil([&] { return !(devId = resolveDevice(a.device)).isEmpty(); }, m_options.waitMs);
@@ -105,6 +107,7 @@ int CliApp::cmdDsp()
     case CliDspArgs::Command::FirDesign:
         return cmdDspOffline(a);
     case CliDspArgs::Command::Stored:
+    case CliDspArgs::Command::Diff:
         break;
     }
     return 2;

@@ -1,5 +1,7 @@
 #include "clidspargs.h"
 
+#include <QFileInfo>
+
 #include <cmath>
 
 namespace {
@@ -124,7 +126,13 @@ QString CliDspArgs::usage()
                "  dsp eq-export DEVICE in|out CH [FILE] the channel's first equaliser in the same text (standard output\n"
                "                       without FILE)\n"
                "  dsp status DEVICE in|out CH BLOCK     a compressor's, expander's or limiter's gain reduction, a noise\n"
-               "                       gate's state, as the editor shows them; --json: {\"reductionDb\":X} or {\"open\":B}\n")
+               "                       gate's state, as the editor shows them; --json: {\"reductionDb\":X} or {\"open\":B}\n"
+               "  dsp diff A B         two DSP configurations compared, one difference a line (\"in 1 / 3 compress:\n"
+               "                       ratio 4 -> 8\"); A and B each a device (its running configuration),\n"
+               "                       DEVICE:PROGRAM (a program stored on it) or a file (*.dt, *.dcd or a bare\n"
+               "                       document); older documents are compared converted; --json: [{\"where\",\n"
+               "                       \"member\",\"a\",\"b\"}], null for a side without it; exit 0 identical, 1 different,\n"
+               "                       2 trouble (a source that cannot be read)\n")
         .arg(kindNames())
         + storedUsage();
 }
@@ -133,7 +141,7 @@ bool CliDspArgs::changes() const
 {
     return !(command == Command::GetConfig || command == Command::Budget || command == Command::MatrixShow
              || command == Command::Response || command == Command::ResponseDevice || command == Command::FirDesign
-             || command == Command::EqExport || command == Command::Status);
+             || command == Command::EqExport || command == Command::Status || command == Command::Diff);
 }
 
 std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *error)
@@ -164,6 +172,7 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
         {"eq-import", Command::EqImport, 5, 5, "eq-import DEVICE in|out CH FILE"},
         {"eq-export", Command::EqExport, 4, 5, "eq-export DEVICE in|out CH [FILE]"},
         {"status", Command::Status, 5, 5, "status DEVICE in|out CH BLOCK"},
+        {"diff", Command::Diff, 3, 3, "diff A B"},
     };
     const QString sub = args.value(0);
     const Shape *shape = nullptr;
@@ -196,6 +205,12 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
     case Command::GetConfig:
     case Command::Budget:
     case Command::MatrixShow:
+    case Command::Stored: // read by parseStored
+        break;
+    case Command::Diff:
+        a.sources = args.mid(1, 2);
+        a.sourcesAreFiles = QFileInfo::exists(args.at(1)) && QFileInfo::exists(args.at(2));
+        a.device.clear();
         break;
     case Command::Response:
     case Command::FirDesign:

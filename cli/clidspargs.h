@@ -30,6 +30,7 @@ struct CliDspArgs
         EqExport,
         Status, ///< a dynamics block's live state
         Stored, ///< stored configurations and the factory reset (clidspstored.cpp)
+        Diff,   ///< two configurations side by side
     };
     enum class Member { Gain, Mute, Inverse, Group };
 
@@ -62,6 +63,10 @@ struct CliDspArgs
     int storedIndex = 0;
     QString storedName;
 
+    /// diff: A and B, each a device, DEVICE:PROGRAM or a file; true when both are files (no network).
+    QStringList sources;
+    bool sourcesAreFiles = false;
+
     /// The words after "dsp"; none with a message that names the bad argument.
     static std::optional<CliDspArgs> parse(const QStringList &args, QString *error);
     /// Whether --force means something for the command (the budget check of adding and pasting).
@@ -69,7 +74,11 @@ struct CliDspArgs
     /// The command changes the device.
     bool changes() const;
     /// The command works on JSON given to it and talks to no device.
-    bool offline() const { return command == Command::Response || command == Command::FirDesign; }
+    bool offline() const
+    {
+        return command == Command::Response || command == Command::FirDesign
+            || (command == Command::Diff && sourcesAreFiles);
+    }
     bool takesCurveFormat() const { return command == Command::Response || command == Command::ResponseDevice; }
     static QString usage();
     /// "stored ..." and "factory-reset" (clidspstored.cpp).

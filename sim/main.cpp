@@ -4,6 +4,10 @@
 #include "core/app/log.h"
 
 #include <QCommandLineParser>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QRegularExpression>
 #include <QCoreApplication>
 #include <QSocketNotifier>
 #include <cstdio>
@@ -76,6 +80,45 @@ bool splitTarget(const SimScenario &s, const QString &arg, int *index, QString *
     return *index >= 0;
 }
 
+// "DEVICE:NAME:FILE": a "*.dt" file, {"config":<document>,"name":<name>}, for a DSP device.
+// The file may hold any version: that is what the option is for.
+bool readProgram(const SimScenario &s, const QString &spec, int *index, SimDeviceProfile::Program *program,
+                 QString *error)
+{
+    const int first = spec.indexOf(QLatin1Char(':'));
+    const int second = first < 0 ? -1 : spec.indexOf(QLatin1Char(':'), first + 1);
+    if (second < 0) {
+        *error = QStringLiteral("takes DEVICE:NAME:FILE");
+        return false;
+    }
+    *index = s.indexOf(spec.left(first));
+    if (*index < 0 || !s.devices[*index].dsp) {
+        *error = QStringLiteral("no DSP device ") + spec.left(first);
+        return false;
+    }
+    program->name = spec.mid(first + 1, second - first - 1);
+    static const QRegularExpression rule(QStringLiteral("^[0-9a-zA-Z_-]{1,40}$"));
+    if (!rule.match(program->name).hasMatch() || program->name == QLatin1String("default")) {
+        *error = QStringLiteral("a program name is 1 to 40 letters, digits, '_' or '-', and not \"default\"");
+        return false;
+    }
+    QFile file(spec.mid(second + 1));
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = file.errorString();
+        return false;
+    }
+    QJsonParseError parseError{};
+    const QJsonDocument doc = QJsonDocument::fromJson(file.readAll(), &parseError);
+    const QJsonValue config = doc.object().value(QLatin1String("config"));
+    if (parseError.error != QJsonParseError::NoError || !doc.isObject() || !config.isObject() ||
+        !config.toObject().contains(QLatin1String("version"))) {
+        *error = QStringLiteral("not a program file: an object with \"config\", a document with a \"version\"");
+        return false;
+    }
+    program->document = config.toObject();
+    return true;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -143,11 +186,17 @@ int main(int argc, char *argv[])
         QStringLiteral("dead-input"),
         QStringLiteral("A DSP input (from 1) that reads silence whatever its generator does (repeatable)."),
         QStringLiteral("DEVICE:CH"));
+    const QCommandLineOption programOpt(
+        QStringLiteral("program"),
+        QStringLiteral("Store the program of a \"*.dt\" file on a DSP device at start, under NAME, in the first "
+                       "empty slot, whatever its version (repeatable)."),
+        QStringLiteral("DEVICE:NAME:FILE"));
     const QCommandLineOption verboseOpt(QStringLiteral("verbose"), QStringLiteral("A line per request too."));
     const QCommandLineOption quietOpt(QStringLiteral("quiet"), QStringLiteral("No log lines."));
     p.addOptions({scenarioOpt,  devicesOpt,  ifaceOpt,         baseOpt,   printOpt,   seedOpt, lossOpt,  delayOpt,
                   malformedOpt, oversizeOpt, refuseOpt,        hotOpt,    silentOpt,  goneOpt, blinkOpt, dspSplitOpt,
-                  dspDelayOpt,  dspDropOpt,  dspDropAcceptOpt, settleOpt, verboseOpt, quietOpt, deadInputOpt});
+                  dspDelayOpt,  dspDropOpt,  dspDropAcceptOpt, settleOpt, verboseOpt, quietOpt, deadInputOpt,
+                  programOpt});
     p.process(app);
 
     SimScenario scenario = SimScenario::defaultScenario();
@@ -248,6 +297,13 @@ int main(int argc, char *argv[])
         if (index < 0 || !ok || channel < 1)
             return fail(QStringLiteral("--dead-input takes DEVICE:CHANNEL, the channel from 1"));
         scenario.devices[index].deadInputs.append(channel - 1);
+    }
+
+    for (const QString &spec : p.values(programOpt)) {
+        SimDeviceProfile::Program program;
+        if (!readProgram(scenario, spec, &index, &program, &error))
+            return fail(QStringLiteral("--program ") + spec + QStringLiteral(": ") + error);
+        scenario.devices[index].programs.append(program);
     }
 
     if (p.isSet(printOpt)) {

@@ -3,6 +3,7 @@
 #include "simclock.h"
 #include "simdspdocument.h"
 #include "simdsplink.h"
+#include "simdspprograms.h"
 #include "simendpoint.h"
 #include "simflows.h"
 #include "simlevels.h"
@@ -104,6 +105,13 @@ SimDevice::SimDevice(const SimDeviceProfile &profile, const QHostAddress &addres
         layout.deadInputs = profile.deadInputs;
         const SimLevels *levels = m_levels.get();
         m_dsp = std::make_unique<SimDspDocument>(layout, [levels](int ch) { return levels->phyIn(ch); });
+        m_programs = std::make_unique<SimDspPrograms>(
+            *m_dsp, [this] { return sampleRate(); }, profile.phyChNumTx);
+        for (const SimDeviceProfile::Program &program : profile.programs) {
+            const QString reason = m_programs->seed(program.name, program.document);
+            if (!reason.isEmpty())
+                log(QStringLiteral("program \"%1\" not stored: %2").arg(program.name, reason));
+        }
         m_dspLink = new SimDspLink(
             network, m_profile.faults, [this](const QByteArray &payload) { return handleDspFrame(payload); },
             [this](const QString &text) { log(text); }, this);
@@ -501,6 +509,15 @@ const QHash<QString, SimDevice::Op> &SimDevice::dspOperations()
              {"setBorderProc", "setBorderProcBypass", "setBorderEq", "setBorderEqBypass", "setBorderProcGroupIdBatch",
               "setNodeData", "setGain", "setMute", "setInverse", "setGroupId", "setMatrixCell", "setAecChannel"})
             add(n, change, both, Op::Dsp);
+        // Programs and stored configurations: reading is never locked, every change is.
+        const Handler programs = &call<SimDevice, &SimDevice::opDspPrograms>;
+        for (const char *n : {"getConfigNameArr", "getDefaultFile", "getConfigByName", "getConfigByIndex",
+                              "getLastConfig"})
+            add(n, programs, link, Op::Free);
+        for (const char *n : {"saveToFile", "saveConfigToFile", "loadFromFile", "loadFromFactory", "deleteFile",
+                              "saveConfig", "loadConfig", "deleteConfig", "setFactoryConfig", "resetFactory",
+                              "resetFacotry"})
+            add(n, programs, link, Op::Dsp);
         add("getMicConfig", &call<SimLevels, &SimLevels::opMicConfig>, both, Op::Free);
         add("setMicConfig", &call<SimLevels, &SimLevels::opMicConfig>, both, Op::Dsp);
         add("getBorderProcStatus", read, both, Op::Free);
@@ -759,6 +776,15 @@ QString SimDevice::opDspRead(const QJsonObject &req, QJsonObject &r)
         return QString();
     }
     return m_dsp->blockStatus(req, r);
+}
+
+QString SimDevice::opDspPrograms(const QJsonObject &req, QJsonObject &r)
+{
+    const QString ops = r.value(QLatin1String("ops")).toString();
+    const QString reason = m_programs->apply(ops, req, r);
+    if (reason.isEmpty() && !ops.startsWith(QLatin1String("get")))
+        log(QStringLiteral("%1 done").arg(ops));
+    return reason;
 }
 
 QString SimDevice::opDspMeters(const QJsonObject &, QJsonObject &r)

@@ -13,6 +13,7 @@
 class SimClock;
 class SimDspDocument;
 class SimDspLink;
+class SimDspPrograms;
 class SimEndpoint;
 class SimFlows;
 class SimLevels;
@@ -141,6 +142,7 @@ private:
     QString opDspRead(const QJsonObject &req, QJsonObject &r);
     QString opDspMeters(const QJsonObject &req, QJsonObject &r);
     QString opDspStatus(const QJsonObject &req, QJsonObject &r);
+    QString opDspPrograms(const QJsonObject &req, QJsonObject &r);
 
     SimDeviceProfile m_profile;
     SimNetwork *m_network;
@@ -153,6 +155,7 @@ private:
     std::unique_ptr<SimFlows> m_flows;
     std::unique_ptr<SimPeripherals> m_peripherals;
     std::unique_ptr<SimDspDocument> m_dsp; ///< only on DSP-capable devices
+    std::unique_ptr<SimDspPrograms> m_programs; ///< with m_dsp
     SimDspLink *m_dspLink = nullptr;
     quint32 m_address = 0;
     quint16 m_localPort = 0; ///< set while a request is being handled

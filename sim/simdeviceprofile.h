@@ -21,6 +21,13 @@ struct SimDeviceProfile
         int dstPort = SimPorts::rtp;
     };
 
+    /// A program stored on the device at power-on ("--program", not kept in scenario files).
+    struct Program
+    {
+        QString name;
+        QJsonObject document;
+    };
+
     QString devId;
     QString name;
     QString model;
@@ -57,6 +64,8 @@ struct SimDeviceProfile
     QVector<int> silentInputs;                                    ///< physical inputs that carry no signal
     QVector<int> deadInputs; ///< DSP inputs that read silence whatever their chain makes (--dead-input only)
     QVector<Flow> flows;
+    QVector<Program> programs; ///< in slot order from slot 1, any version
+
     SimFaults faults;
 
     /// Reads a device of a scenario file over the defaults above; \a faults

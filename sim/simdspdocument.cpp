@@ -494,6 +494,139 @@ QString SimDspDocument::setConfig(const QJsonObject &req)
     return QString();
 }
 
+QString SimDspDocument::load(const QJsonObject &doc, int sampleRate)
+{
+    // The version is read first: an old document is told apart from a broken one.
+    bool ok = false;
+    const int version = readInt(doc, "version", &ok);
+    if (!doc.value(QLatin1String("version")).isString() || !ok)
+        return badParam;
+    if (version < 4)
+        return QStringLiteral("old version");
+    if (version > 4)
+        return badParam;
+    const int rate = readInt(doc, "sampleRate", &ok);
+    if (!doc.value(QLatin1String("sampleRate")).isString() || !ok)
+        return badParam;
+    if (rate != sampleRate)
+        return QStringLiteral("sample rate mismatch");
+    static const QStringList members{QStringLiteral("customStr"), QStringLiteral("groupArr"),
+                                     QStringLiteral("nodeArr"), QStringLiteral("sampleRate"),
+                                     QStringLiteral("version")};
+    if (doc.keys() != members || !doc.value(QLatin1String("customStr")).isString() ||
+        !doc.value(QLatin1String("groupArr")).isArray() || !doc.value(QLatin1String("nodeArr")).isArray())
+        return badParam;
+
+    const QJsonArray groupArr = doc.value(QLatin1String("groupArr")).toArray();
+    if (groupArr.size() > linkGroups)
+        return badParam;
+    const QJsonObject groupTemplate{{QStringLiteral("gainDb"), QStringLiteral("0")},
+                                    {QStringLiteral("mute"), QStringLiteral("0")},
+                                    {QStringLiteral("name"), QString()}};
+    QJsonArray groups;
+    for (const QJsonValue &g : groupArr) {
+        QJsonValue fitted;
+        if (!conform(QString(), groupTemplate, g, &fitted, false))
+            return badParam;
+        groups.append(fitted);
+    }
+
+    // Inputs, then echo cancellation and the automixer (either, both in that order, or none),
+    // the matrix, the outputs.
+    const QJsonArray nodeArr = doc.value(QLatin1String("nodeArr")).toArray();
+    const int middle = nodeArr.size() - 3;
+    if (middle < 0 || middle > 2)
+        return badParam;
+    QVector<Node> nodes;
+    for (int n = 0; n < nodeArr.size(); ++n) {
+        int expected = 0;
+        if (n == nodeArr.size() - 2)
+            expected = 1;
+        else if (n > 0 && n < nodeArr.size() - 1)
+            expected = middle == 2 ? n + 1 : -1;
+        Node node;
+        if (!nodeArr.at(n).isObject() || !loadNode(nodeArr.at(n).toObject(), expected, groups.size(), &node))
+            return badParam;
+        if (n == 0 && node.ports.size() != m_layout.inputs)
+            return badParam;
+        if (n == nodeArr.size() - 1 && node.ports.size() != m_layout.outputs)
+            return badParam;
+        nodes << node;
+    }
+    m_nodes = nodes;
+    m_groups = groups;
+    m_customStr = doc.value(QLatin1String("customStr")).toString();
+    return QString();
+}
+
+bool SimDspDocument::loadNode(const QJsonObject &node, int expectedType, int groups, Node *out) const
+{
+    bool ok = false;
+    const int type = readInt(node, "type", &ok);
+    if (!ok || !node.value(QLatin1String("type")).isString() || node.size() != 4 ||
+        (expectedType >= 0 && type != expectedType) || (expectedType < 0 && type != 2 && type != 3))
+        return false;
+    const QJsonValue portArr = node.value(QLatin1String("portArr"));
+    const int channels = portArr.toArray().size();
+    if (!portArr.isArray() || node.value(QLatin1String("portNum")) != QJsonValue(text(channels)))
+        return false;
+    // The shape every member must keep: the matrix's inputs by outputs, the automixer's mask per channel.
+    QJsonValue objTemplate = QJsonObject();
+    if (type == 1) {
+        if (channels != 0)
+            return false;
+        QJsonArray rows;
+        for (int o = 0; o < m_layout.outputs; ++o)
+            rows.append(repeat(QStringLiteral("0"), m_layout.inputs));
+        objTemplate = QJsonObject{{QStringLiteral("gainArr"), rows}, {QStringLiteral("muteArr"), rows}};
+    } else if (type == 2 || type == 3) {
+        if (channels < 1 || channels > m_layout.inputs)
+            return false;
+        if (type == 3)
+            objTemplate = automixerObj(channels);
+    } else if (channels < 1) {
+        return false;
+    }
+    QJsonValue obj;
+    if (!conform(QString(), objTemplate, node.value(QLatin1String("obj")), &obj, false))
+        return false;
+    if (type == 3 && num(obj.toObject(), "chNumLimit") > channels)
+        return false;
+    out->type = type;
+    out->obj = obj.toObject();
+
+    QJsonObject portTemplate = type == 2 ? aecMembers(0) : channelMembers();
+    if (type == 2)
+        portTemplate.insert(QStringLiteral("nearArr"), QJsonArray());
+    for (const QJsonValue &p : portArr.toArray()) {
+        QJsonObject members = p.toObject();
+        Port port;
+        if (type == 0) {
+            const QJsonValue procs = members.take(QStringLiteral("procArr"));
+            if (!procs.isArray() || procs.toArray().size() > maxChainLength)
+                return false;
+            for (const QJsonValue &b : procs.toArray()) {
+                QJsonObject block;
+                if (!validBlock(b, &block))
+                    return false;
+                port.procs << block;
+            }
+        }
+        QJsonValue fitted;
+        if (!p.isObject() || !conform(QString(), portTemplate, members, &fitted, false))
+            return false;
+        port.members = fitted.toObject();
+        if (num(port.members, "groupId") >= groups)
+            return false;
+        for (const char *list : {"nearArr", "farArr"})
+            for (const QJsonValue &ch : port.members.value(QLatin1String(list)).toArray())
+                if (ch.toString().toInt() >= m_layout.inputs)
+                    return false;
+        out->ports << port;
+    }
+    return true;
+}
+
 int SimDspDocument::nodeOfType(int type) const
 {
     for (int n = 1; n < matrixNode(); ++n)

@@ -41,6 +41,12 @@ public:
     /// The document "getConfig" answers.
     QJsonObject config(int sampleRate) const;
 
+    /// A whole document taking the running one's place (a program or stored configuration loaded):
+    /// "" when it fits the device, else "old version" (a "version" below 4), "sample rate mismatch"
+    /// (another "sampleRate" than \a sampleRate) or "bad param" (another layout, an unknown block, a
+    /// member out of shape or range); the document is unchanged on failure.
+    QString load(const QJsonObject &document, int sampleRate);
+
     /// One change of the DSP link ("setConfig", "setBorderProc", "setGain", "setMatrixCell", ...):
     /// "" with the reply members added, or the reason, the document unchanged.
     QString apply(const QString &ops, const QJsonObject &request, QJsonObject &reply);
@@ -81,6 +87,8 @@ private:
     bool validBlock(const QJsonValue &v, QJsonObject *out) const;
 
     QString setConfig(const QJsonObject &req);
+    /// One node of a document being loaded, checked against the layout; false when it does not fit.
+    bool loadNode(const QJsonObject &node, int expectedType, int groups, Node *out) const;
     QString setBlock(const QJsonObject &req);
     QString setBypass(const QJsonObject &req, QJsonObject &reply);
     /// One band of an equaliser block: its values, or its entry of "bypassArr".

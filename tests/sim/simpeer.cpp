@@ -4,6 +4,7 @@
 #include <QNetworkDatagram>
 #include <QNetworkInterface>
 #include <QTest>
+#include <QtEndian>
 
 SimConfig fastConfig()
 {
@@ -161,4 +162,56 @@ SimPeer::Match SimPeer::sapFor(const QString &group)
 {
     const QByteArray line = "c=IN IP4 " + group.toLatin1() + "/";
     return [line](const Heard &h) { return h.sap && h.bytes.contains(line); };
+}
+
+QByteArray dspFrame(const QByteArray &payload)
+{
+    QByteArray f(4, '\0');
+    qToLittleEndian<quint32>(quint32(payload.size()), reinterpret_cast<uchar *>(f.data()));
+    return f + payload;
+}
+
+DspClient::DspClient(const char *address)
+{
+    QObject::connect(&m_socket, &QTcpSocket::readyRead, [this] {
+        const QByteArray chunk = m_socket.readAll();
+        m_reads << chunk.size();
+        m_in += chunk;
+    });
+    m_socket.connectToHost(QHostAddress(QLatin1String(address)), 8999);
+    const auto settled = [this] { return isConnected() || m_socket.state() == QAbstractSocket::UnconnectedState; };
+    (void)QTest::qWaitFor(settled, 2000);
+}
+
+void DspClient::write(const QByteArray &bytes)
+{
+    m_socket.write(bytes);
+    m_socket.flush();
+}
+
+bool DspClient::next(QByteArray *payload, int timeoutMs)
+{
+    auto length = [this] { return int(qFromLittleEndian<quint32>(m_in.constData())); };
+    if (!QTest::qWaitFor([&] { return m_in.size() >= 4 && m_in.size() - 4 >= length(); }, timeoutMs))
+        return false;
+    *payload = m_in.mid(4, length());
+    m_in.remove(0, 4 + payload->size());
+    return true;
+}
+
+QJsonObject DspClient::ask(const QByteArray &json, int timeoutMs)
+{
+    write(dspFrame(json));
+    QByteArray payload;
+    return next(&payload, timeoutMs) ? QJsonDocument::fromJson(payload).object() : QJsonObject();
+}
+
+QJsonObject DspClient::ask(const QJsonObject &request, int timeoutMs)
+{
+    return ask(QJsonDocument(request).toJson(QJsonDocument::Compact), timeoutMs);
+}
+
+bool DspClient::closedWithin(int timeoutMs)
+{
+    return QTest::qWaitFor([this] { return m_socket.state() == QAbstractSocket::UnconnectedState; }, timeoutMs);
 }

@@ -7,6 +7,7 @@
 #include <QByteArray>
 #include <QHostAddress>
 #include <QJsonObject>
+#include <QTcpSocket>
 #include <QUdpSocket>
 #include <QVector>
 #include <functional>
@@ -72,4 +73,30 @@ private:
     QUdpSocket m_sap;
     QVector<Heard> m_heard;
     bool m_ready = false;
+};
+
+/// One frame of the DSP link: the 4-byte little-endian length, then the payload.
+QByteArray dspFrame(const QByteArray &payload);
+
+/// The program's end of the DSP link, reduced to frames. Waits by spinning the
+/// event loop, since the devices answer on this same thread.
+class DspClient
+{
+public:
+    explicit DspClient(const char *address);
+    bool isConnected() const { return m_socket.state() == QAbstractSocket::ConnectedState; }
+    void write(const QByteArray &bytes);
+    /// The next whole frame's payload; false after \a timeoutMs.
+    bool next(QByteArray *payload, int timeoutMs = 3000);
+    /// Sends one request and waits for its reply; an empty object when none came.
+    QJsonObject ask(const QByteArray &json, int timeoutMs = 3000);
+    QJsonObject ask(const QJsonObject &request, int timeoutMs = 3000);
+    bool closedWithin(int timeoutMs);
+    QVector<int> reads() const { return m_reads; }
+    QByteArray unread() const { return m_in; }
+
+private:
+    QTcpSocket m_socket;
+    QByteArray m_in;
+    QVector<int> m_reads;
 };

@@ -3,6 +3,7 @@
 // every end-to-end suite.
 #include "simpeer.h"
 
+#include <QJsonDocument>
 #include <QProcess>
 #include <QTemporaryFile>
 #include <QtTest>
@@ -15,12 +16,14 @@ private slots:
     void printsTheScenarioItWouldRun_data();
     void printsTheScenarioItWouldRun();
     void scenarioFileBaseAndFaultFlags();
+    void programSeededFromAFile();
     void badArgumentsAreRefused_data();
     void badArgumentsAreRefused();
 
 private:
     QString m_sim;
     QTemporaryFile m_file;
+    QTemporaryFile m_program; ///< a "*.dt" file holding an old-version document
 };
 
 void TestSimBinary::initTestCase()
@@ -31,6 +34,9 @@ void TestSimBinary::initTestCase()
     m_file.write(R"({"devices":[{"devId":"A","model":"RK0808"},)"
                  R"({"devId":"B","model":"RK0202","chNumRx":2,"chNumTx":2}]})");
     m_file.close();
+    QVERIFY(m_program.open());
+    m_program.write(R"({"config":{"sampleRate":"96000","version":"3","x":["old"]},"name":"ignored"})");
+    m_program.close();
 }
 
 void TestSimBinary::printsTheScenarioItWouldRun_data()
@@ -76,6 +82,23 @@ void TestSimBinary::scenarioFileBaseAndFaultFlags()
     QVERIFY2(out.contains("sim: stopped\n"), out.constData());
 }
 
+void TestSimBinary::programSeededFromAFile()
+{
+    QProcess p;
+    p.start(m_sim, {"--quiet", "--program", "SIM-0007:old_1:" + m_program.fileName()});
+    QVERIFY(p.waitForStarted(5000));
+    // SIM-0007, the seventh device of the default scenario; its link listens once the network is up.
+    QJsonObject reply;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        !(reply = DspClient("127.0.0.8").ask(R"({"ops":"getConfigByName","uiTag":"dspUiTag","name":"old_1"})"))
+             .isEmpty(),
+        5000);
+    QCOMPARE(reply.value("config").toObject(),
+             QJsonDocument::fromJson(R"({"sampleRate":"96000","version":"3","x":["old"]})").object());
+    p.terminate();
+    QVERIFY(p.waitForFinished(5000));
+}
+
 void TestSimBinary::badArgumentsAreRefused_data()
 {
     QTest::addColumn<QStringList>("args");
@@ -84,6 +107,12 @@ void TestSimBinary::badArgumentsAreRefused_data()
     QTest::newRow("loss over 100") << QStringList{"--loss", "101"};
     QTest::newRow("silent device unknown") << QStringList{"--silent", "NOBODY"};
     QTest::newRow("interface nobody holds") << QStringList{"--interface", "10.255.255.1"};
+    const QString dt = m_program.fileName();
+    QTest::newRow("program on a device without DSP") << QStringList{"--program", "SIM-0001:a:" + dt};
+    QTest::newRow("program named default") << QStringList{"--program", "SIM-0007:default:" + dt};
+    QTest::newRow("program without a name") << QStringList{"--program", "SIM-0007:" + dt};
+    QTest::newRow("program file missing") << QStringList{"--program", "SIM-0007:a:/nonexistent/a.dt"};
+    QTest::newRow("program file not a program") << QStringList{"--program", "SIM-0007:a:" + m_file.fileName()};
 }
 
 void TestSimBinary::badArgumentsAreRefused()

@@ -48,68 +48,10 @@ QJsonObject parse(const QByteArray &json)
     return QJsonDocument::fromJson(json).object();
 }
 
-QByteArray frame(const QByteArray &payload)
-{
-    QByteArray f(4, '\0');
-    qToLittleEndian<quint32>(quint32(payload.size()), reinterpret_cast<uchar *>(f.data()));
-    return f + payload;
-}
-
-// The program's end of the link, reduced to frames. Waits by spinning the
-// event loop, since the devices answer on this same thread.
-class DspClient
-{
-public:
-    explicit DspClient(const char *address)
-    {
-        QObject::connect(&m_socket, &QTcpSocket::readyRead, [this] {
-            const QByteArray chunk = m_socket.readAll();
-            m_reads << chunk.size();
-            m_in += chunk;
-        });
-        m_socket.connectToHost(QHostAddress(QLatin1String(address)), 8999);
-        const auto settled = [this] { return isConnected() || m_socket.state() == QAbstractSocket::UnconnectedState; };
-        (void)QTest::qWaitFor(settled, 2000);
-    }
-    bool isConnected() const { return m_socket.state() == QAbstractSocket::ConnectedState; }
-    void write(const QByteArray &bytes)
-    {
-        m_socket.write(bytes);
-        m_socket.flush();
-    }
-    /// The next whole frame's payload; false after \a timeoutMs.
-    bool next(QByteArray *payload, int timeoutMs = 3000)
-    {
-        auto length = [this] { return int(qFromLittleEndian<quint32>(m_in.constData())); };
-        if (!QTest::qWaitFor([&] { return m_in.size() >= 4 && m_in.size() - 4 >= length(); }, timeoutMs))
-            return false;
-        *payload = m_in.mid(4, length());
-        m_in.remove(0, 4 + payload->size());
-        return true;
-    }
-    QJsonObject ask(const QByteArray &json, int timeoutMs = 3000)
-    {
-        write(frame(json));
-        QByteArray payload;
-        return next(&payload, timeoutMs) ? parse(payload) : QJsonObject();
-    }
-    bool closedWithin(int timeoutMs)
-    {
-        return QTest::qWaitFor([this] { return m_socket.state() == QAbstractSocket::UnconnectedState; }, timeoutMs);
-    }
-    QVector<int> reads() const { return m_reads; }
-    QByteArray unread() const { return m_in; }
-
-private:
-    QTcpSocket m_socket;
-    QByteArray m_in;
-    QVector<int> m_reads;
-};
-
 QByteArray configBytes(const char *address)
 {
     DspClient c(address);
-    c.write(frame(R"({"ops":"getConfig","uiTag":"dspUiTag"})"));
+    c.write(dspFrame(R"({"ops":"getConfig","uiTag":"dspUiTag"})"));
     QByteArray payload;
     return c.next(&payload) ? payload : QByteArray();
 }
@@ -519,15 +461,15 @@ void TestSimDsp::framingOnTheLink()
 {
     DspClient c(p4);
     // Two requests in one write: two replies, in order.
-    c.write(frame(R"({"ops":"getConfig","uiTag":"dspUiTag"})") +
-            frame(R"({"ops":"setInverse","uiTag":"dspUiTag","nodeId":"2","portIndex":"3","val":"1"})"));
+    c.write(dspFrame(R"({"ops":"getConfig","uiTag":"dspUiTag"})") +
+            dspFrame(R"({"ops":"setInverse","uiTag":"dspUiTag","nodeId":"2","portIndex":"3","val":"1"})"));
     QByteArray first, second;
     QVERIFY(c.next(&first));
     QVERIFY(c.next(&second));
     QCOMPARE(parse(first).value("ops"), QJsonValue("getConfig"));
     QCOMPARE(parse(second).value("ops"), QJsonValue("setInverse"));
     // A request trickling in byte by byte is answered once, when whole.
-    const QByteArray slow = frame(R"({"ops":"setInverse","uiTag":"dspUiTag","nodeId":"2","portIndex":"3","val":"0"})");
+    const QByteArray slow = dspFrame(R"({"ops":"setInverse","uiTag":"dspUiTag","nodeId":"2","portIndex":"3","val":"0"})");
     for (char byte : slow) {
         c.write(QByteArray(1, byte));
         QTest::qWait(1);
@@ -537,7 +479,7 @@ void TestSimDsp::framingOnTheLink()
     QCOMPARE(parse(reply).value("val"), QJsonValue("0"));
     QVERIFY(!c.next(&reply, 100));
     // A whole frame that is not JSON, or an unknown operation, costs only that request.
-    c.write(frame("not json"));
+    c.write(dspFrame("not json"));
     QVERIFY(c.next(&reply));
     QCOMPARE(parse(reply).value("reason"), QJsonValue("bad param"));
     QCOMPARE(c.ask(R"({"ops":"fooBar","uiTag":"dspUiTag"})").value("reason"), QJsonValue("unknown ops"));
@@ -559,14 +501,14 @@ void TestSimDsp::linkFaults()
 {
     const QByteArray get = R"({"ops":"getConfig","uiTag":"dspUiTag"})";
     DspClient split(fSplit);
-    split.write(frame(get));
+    split.write(dspFrame(get));
     QByteArray payload;
     QVERIFY(split.next(&payload));
     QCOMPARE(parse(payload).value("result"), QJsonValue("succ"));
     QVERIFY2(split.reads().size() >= 3, qPrintable(QString::number(split.reads().size())));
     QCOMPARE(split.reads().first(), 2); // inside the length
     DspClient dropped(fDrop);
-    dropped.write(frame(get));
+    dropped.write(dspFrame(get));
     QVERIFY(dropped.closedWithin(2000));
     QVERIFY(dropped.unread().isEmpty());
     // The faults are the link's own: UDP on the same devices answers at once.
