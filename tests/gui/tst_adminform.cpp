@@ -131,9 +131,11 @@ private slots:
         QCOMPARE(captions, QStringList{tx(Tx::AdminSaveFile)});
 
         m_device.succeed("saveConfig");
-        answerNextBox("pb_yes");
+        QStringList told;
+        answerSequence({"pb_yes", "pb_ok"}, &told);
         click("pb_import");
-        QTRY_VERIFY(m_device.opsSent().contains("saveConfig"));
+        QCOMPARE(told.last(), tx(Tx::AdminSuccess));
+        QVERIFY(m_device.opsSent().contains("saveConfig"));
         QCOMPARE(captions.last(), tx(Tx::AdminSelectFile));
         const QJsonObject sent = m_device.sentObject(m_device.opsSent().indexOf("saveConfig"));
         QCOMPARE(sent.value("index").toString(), QStringLiteral("4"));

@@ -86,7 +86,8 @@ AdminForm::AdminForm(StoredActions::Exchange exchange, std::function<void()> reb
     layout->addSpacing(16);
     layout->addLayout(right, 2);
 
-    connect(m_list, &QListWidget::currentRowChanged, this, [this](int row) {
+    connect(m_list, &QListWidget::itemSelectionChanged, this, [this] {
+        const int row = selectedRow();
         if (row >= 0 && row < m_listing.names.size())
             m_name->setText(m_listing.names.at(row));
     });
@@ -137,9 +138,16 @@ void AdminForm::retranslate()
     m_factory->setText(tx(Tx::AdminFactoryReset));
 }
 
+int AdminForm::selectedRow() const
+{
+    // The selection, not the current row: a list given focus has a current row nobody chose.
+    const QModelIndexList rows = m_list->selectionModel()->selectedRows();
+    return rows.isEmpty() ? -1 : rows.first().row();
+}
+
 int AdminForm::chosen()
 {
-    const int row = m_list->currentRow();
+    const int row = selectedRow();
     if (row < 0)
         NoticeBox::notice(this, tx(Tx::AdminChooseRecord));
     return row;

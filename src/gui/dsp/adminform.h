@@ -38,6 +38,7 @@ private:
     void retranslate();
     /// The selected index, or -1 after telling the operator to choose one.
     int chosen();
+    int selectedRow() const;
     void tell(const StoredActions::Outcome &outcome);
     void onSave();
     void onLoad();
