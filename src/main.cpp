@@ -154,7 +154,7 @@ int main(int argc, char *argv[])
                 dsp->showMatrix();
             if (dsp && dspAdmin)
                 dsp->showAdmin();
-            if (!dsp || opened || (blockAt.size() != 3 && blockAt.size() != 1))
+            if (!dsp || opened || blockAt.value(0).isEmpty() || (blockAt.size() != 3 && blockAt.size() != 1))
                 return;
             QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, blockAt, editor] {
                 if (*editor)

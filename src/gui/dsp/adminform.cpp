@@ -1,6 +1,7 @@
 #include "gui/dsp/adminform.h"
 
 #include "core/app/lastfolders.h"
+#include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "gui/widgets/filechoice.h"
 #include "gui/widgets/noticebox.h"
@@ -81,10 +82,17 @@ AdminForm::AdminForm(StoredActions::Exchange exchange, std::function<void()> reb
     right->addStretch(1);
     right->addWidget(m_factory);
 
+    // Eight short rows and six buttons: kept to their natural size rather than spread over a wide window.
+    m_list->setFixedWidth(scaled(420));
+    auto *rightPanel = new QWidget(this);
+    rightPanel->setFixedWidth(scaled(340));
+    rightPanel->setLayout(right);
+    right->setContentsMargins(0, 0, 0, 0);
     auto *layout = new QHBoxLayout(this);
-    layout->addLayout(left, 3);
-    layout->addSpacing(16);
-    layout->addLayout(right, 2);
+    layout->addLayout(left);
+    layout->addSpacing(scaled(16));
+    layout->addWidget(rightPanel);
+    layout->addStretch(1);
 
     connect(m_list, &QListWidget::itemSelectionChanged, this, [this] {
         const int row = selectedRow();
