@@ -8,29 +8,20 @@
 #include <QJsonObject>
 #include <QStringList>
 
-/// Answers each request by its "ops" from a table; what is not in the table is refused. Keeps every request.
+/// A device that answers each request by its "ops" from a table and refuses the rest; keeps every request.
 struct ScriptedExchange
 {
     QStringList sent;
     QHash<QString, QJsonObject> answers;
-    bool down = false;
 
     StoredActions::Exchange exchange()
     {
         return [this](const QString &request) {
             sent << request;
-            DspExchange::Result r;
-            if (down) {
-                r.title = tx(Tx::Notice);
-                r.message = tx(Tx::DspCommFailed);
-                return r;
-            }
-            const QString ops = sentObject(sent.size() - 1).value("ops").toString();
+            const QString ops = opsSent().last();
             QJsonObject reply = answers.value(ops, QJsonObject{{"result", "fail"}, {"reason", "bad param"}});
             reply.insert("ops", ops);
-            r.ok = true;
-            r.reply = QString::fromUtf8(QJsonDocument(reply).toJson(QJsonDocument::Compact));
-            return r;
+            return DspExchange::Result{true, QString::fromUtf8(QJsonDocument(reply).toJson()), {}, {}};
         };
     }
     QJsonObject sentObject(int i) const { return QJsonDocument::fromJson(sent.at(i).toUtf8()).object(); }
@@ -47,4 +38,3 @@ struct ScriptedExchange
         answers.insert(ops, members);
     }
 };
-
