@@ -22,28 +22,14 @@ namespace {
 constexpr int kConnectMs = 3000;
 constexpr int kIdleMs = 4 * DspController::kReplyTimeoutMs;
 
-// A program file ("*.dt", and a "*.dcd", which has the same two members) or a bare document.
 bool fileDocument(const QString &path, QJsonObject *config, QString *why)
 {
     const std::optional<QByteArray> bytes = ProgramFiles::readFile(path);
-    if (!bytes) {
-        *why = tx(Tx::ProgFileOpenError);
-        return false;
-    }
-    const ProgramFiles::ProgramRead program = ProgramFiles::readProgram(*bytes);
-    if (program.ok()) {
-        *config = program.programs.first().config;
-        return true;
-    }
-    if (program.error == Tx::ProgFileNotProgram) {
-        const ProgramFiles::StoredRead bare = ProgramFiles::readStoredConfig(*bytes);
-        if (bare.ok() && bare.config.value(QLatin1String("nodeArr")).isArray()) {
-            *config = bare.config;
-            return true;
-        }
-    }
-    *why = tx(*program.error);
-    return false;
+    const ConfigDiff::FileRead read = bytes ? ConfigDiff::documentOf(*bytes) : ConfigDiff::FileRead{Tx::ProgFileOpenError, {}};
+    if (!read.ok())
+        *why = tx(*read.error);
+    *config = read.config;
+    return read.ok();
 }
 
 } // namespace

@@ -6,6 +6,9 @@
 #include "core/routing/hiddenchannels.h"
 #include "gui/app/mainwindow.h"
 #include "gui/dsp/devdspdialog.h"
+#include "gui/dsp/dspofflinedialog.h"
+#include "core/dsp/dspofflinefile.h"
+#include "core/dsp/programs/programfiles.h"
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dspkinds.h"
 #include "gui/dsp/dspdiagramform.h"
@@ -91,6 +94,18 @@ int main(int argc, char *argv[])
                        "--screenshot, the picture is of the finished test."),
         QStringLiteral("DEVID"));
     options.addOption(signalTestOption);
+    const QCommandLineOption dspFileOption(
+        QStringLiteral("dsp-file"), QStringLiteral("Open this program file (*.dt) in a DSP window with no device."),
+        QStringLiteral("FILE"));
+    options.addOption(dspFileOption);
+    const QCommandLineOption modelOption(
+        QStringLiteral("model"), QStringLiteral("With --dsp-file, the DSP model to edit it for (default: one that fits it)."),
+        QStringLiteral("MODEL"));
+    options.addOption(modelOption);
+    const QCommandLineOption rateOption(
+        QStringLiteral("rate"), QStringLiteral("With --dsp-file, the sample rate (default: the file's)."),
+        QStringLiteral("HZ"));
+    options.addOption(rateOption);
     options.addOption(interfaceOption);
     options.addOption(chineseOption);
     options.addOption(screenshotOption);
@@ -179,6 +194,36 @@ int main(int argc, char *argv[])
         });
         QTimer::singleShot(0, w, open);
     }
+    // A program file edited with no device: the model and rate default to what the file says, so the window opens
+    // without asking.
+    QPointer<QWidget> offline;
+    if (options.isSet(dspFileOption)) {
+        const QString file = options.value(dspFileOption);
+        QString model = options.value(modelOption);
+        int rate = options.value(rateOption).toInt();
+        if (model.isEmpty() || rate <= 0) {
+            if (const auto bytes = ProgramFiles::readFile(file)) {
+                const DspOfflineFile::Opened opened = DspOfflineFile::read(*bytes);
+                if (model.isEmpty() && opened.ok())
+                    model = DspOfflineFile::modelFor(opened.doc);
+                if (rate <= 0 && opened.ok())
+                    rate = opened.doc.sampleRate > 0 ? opened.doc.sampleRate : 48000;
+            }
+        }
+        offline = w->slot_openProgramFile(file, model, rate);
+        if (!offline)
+            LOG_FAIL();
+        else if (blockAt.size() == 3 && options.isSet(blockOption)) {
+            auto *dsp = static_cast<DspOfflineDialog *>(offline.data());
+            QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, blockAt, editor] {
+                if (*editor)
+                    return;
+                const quint64 id = dsp->controller()->blockId(*DspKinds::sideFromName(blockAt[0]), blockAt[1].toInt(),
+                                                             blockAt[2].toInt());
+                *editor = dsp->diagram()->openBlockEditor(id);
+            });
+        }
+    }
     const QString signalDevice = options.value(signalTestOption);
     if (!signalDevice.isEmpty()) {
         auto open = [w, signalDevice] {
@@ -213,7 +258,9 @@ int main(int argc, char *argv[])
             w->setQuitConfirmed(true);
             w->close();
         };
-        if (dspDevice.isEmpty()) {
+        if (offline) {
+            QTimer::singleShot(1500, w, [w, take, offline] { take(offline ? offline.data() : w); });
+        } else if (dspDevice.isEmpty()) {
             QTimer::singleShot(1500, w, [w, take] { take(w); });
         } else {
             // The picture is of the DSP window with its document; a device that never answers still ends the

@@ -8,6 +8,9 @@
 #include "gui/device/devicelistform.h"
 #include "gui/device/devicesettingsdialog.h"
 #include "gui/dsp/devdspdialog.h"
+#include "gui/dsp/dspofflinedialog.h"
+#include "gui/widgets/filechoice.h"
+#include "core/devices/devicemodels.h"
 #include "gui/factory/devicetestdialog.h"
 #include "gui/factory/signaltestdialog.h"
 #include "gui/app/placeholderpage.h"
@@ -348,6 +351,13 @@ void MainWindow::buildMenu(QWidget *menu)
     m_signalTools->setStyleSheet(QString::fromLatin1(kLanguageButtonStyle).arg(scaled(12)));
     connect(m_signalTools, &QPushButton::clicked, this, &MainWindow::slot_showSignalTest);
     layout->addWidget(m_signalTools);
+    m_openProgram = new QPushButton(menu);
+    m_openProgram->setObjectName(QStringLiteral("pb_openProgram"));
+    m_openProgram->setFocusPolicy(Qt::NoFocus);
+    m_openProgram->setFixedHeight(scaled(28));
+    m_openProgram->setStyleSheet(QString::fromLatin1(kLanguageButtonStyle).arg(scaled(12)));
+    connect(m_openProgram, &QPushButton::clicked, this, [this] { slot_openProgramFile(); });
+    layout->addWidget(m_openProgram);
     layout->addSpacing(scaled(6));
     layout->addWidget(m_about);
 }
@@ -501,6 +511,28 @@ DevDspDialog *MainWindow::slot_openDsp(const QString &devId)
     return dialog;
 }
 
+DspOfflineDialog *MainWindow::slot_openProgramFile(const QString &path, const QString &model, int sampleRate)
+{
+    const QString file = path.isEmpty() ? FileChoice::open(this, tx(Tx::OfflineOpenProgram), tx(Tx::OfflineFileFilter))
+                                        : path;
+    if (file.isEmpty())
+        return nullptr;
+    DspOfflineDialog *window = DspOfflineDialog::openFile(file, this, model, sampleRate);
+    if (!window)
+        return nullptr;
+    DeviceLink *link = m_link;
+    window->setTargets([link] {
+        QVector<DspOfflineDialog::Target> out;
+        for (const Device &d : link->registry().devices())
+            if (DeviceModels::isDspCapable(d.rec.model.str()))
+                out.append({d.rec.devId.str(), d.rec.name.str(), Ipv4::toText(d.rec.ip), d.rec.model.str(),
+                            d.rec.sampleRate});
+        return out;
+    });
+    connect(window, &DevDspDialog::signal_showTips, this, &MainWindow::slot_showTips);
+    return window;
+}
+
 void MainWindow::slot_showAbout()
 {
     AboutDialog about(this);
@@ -516,6 +548,7 @@ void MainWindow::retranslate()
     m_about->setText(tx(Tx::About));
     m_tools->setText(tx(Tx::ToolsDeviceTest));
     m_signalTools->setText(tx(Tx::ToolsSignalTest));
+    m_openProgram->setText(tx(Tx::OfflineOpenProgram));
     m_titleBar->retranslate();
     updateStatus();
 }

@@ -88,6 +88,9 @@ public slots:
     void slot_showDeviceTest();
     /// The production signal test of a DSP device's inputs.
     class SignalTestDialog *slot_showSignalTest();
+    /// Opens a program file in a DSP window of its own, with no device; null when the file is refused or the
+    /// choice cancelled. An empty path asks for one. The window sends to the DSP devices found now.
+    class DspOfflineDialog *slot_openProgramFile(const QString &path = {}, const QString &model = {}, int sampleRate = 0);
     /// The interface choice was made: traffic moves to it.
     void on_selectIp_confirm();
 
@@ -115,6 +118,7 @@ private:
     QPushButton *m_tools;
     class DeviceTestDialog *m_deviceTest = nullptr;
     QPushButton *m_signalTools;
+    QPushButton *m_openProgram;
     class SignalTestDialog *m_signalTest = nullptr;
     QPointer<McastWidget> m_flowDetails;
     QStackedWidget *m_stack;

@@ -9,6 +9,7 @@
 #include "core/protocol/requestrouter.h"
 #include "gui/dsp/adminform.h"
 #include "gui/dsp/dspchannelstripform.h"
+#include "gui/dsp/dspcompareform.h"
 #include "gui/dsp/dspdiagramform.h"
 #include "gui/dsp/dspmatrixform.h"
 #include "gui/dsp/dspmicconfigdialog.h"
@@ -50,11 +51,22 @@ QLabel *laterPage(QWidget *parent, const char *name)
 } // namespace
 
 DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, QWidget *parent)
+    : DevDspDialog(device, std::move(sendUdp), nullptr, parent)
+{
+}
+
+DevDspDialog::DevDspDialog(const Device &device, DspSink *sink, QWidget *parent)
+    : DevDspDialog(device, {}, sink, parent)
+{
+}
+
+DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, DspSink *offlineSink, QWidget *parent)
     : FramelessDialog(parent)
     , m_device(device)
     , m_link(new DspLink(this))
     , m_sink(m_link, std::move(sendUdp))
-    , m_controller(new DspController(&m_sink, this))
+    , m_offlineSink(offlineSink)
+    , m_controller(new DspController(offlineSink ? offlineSink : static_cast<DspSink *>(&m_sink), this))
 {
     setObjectName(QStringLiteral("DevDspDialog"));
     // Several devices' windows side by side, each beside the main window: not modal, a window of its own.
@@ -81,8 +93,13 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
                             this);
     // A load or a factory reset replaced what the device runs; the window's copy is read again.
     connect(m_admin, &AdminForm::signal_runningConfigReplaced, m_controller, &DspController::revokeAll);
-    m_tabs->addTab(m_programs, QString());
-    m_tabs->addTab(m_admin, QString());
+    if (!isOffline()) {
+        m_tabs->addTab(m_programs, QString());
+        m_tabs->addTab(m_admin, QString());
+    } else {
+        m_programs->hide();
+        m_admin->hide();
+    }
 
     m_body = new QHBoxLayout;
     m_body->setSpacing(scaled(8));
@@ -130,6 +147,13 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     menu->insertAction(first, m_undo);
     menu->insertAction(first, m_redo);
     menu->insertSeparator(first);
+    QAction *compare = menu->addAction(QString());
+    compare->setObjectName(QStringLiteral("act_compare"));
+    connect(compare, &QAction::triggered, this, [this] {
+        auto *dialog = new DspCompareDialog(m_controller, QStringList(), this);
+        dialog->setAttribute(Qt::WA_DeleteOnClose);
+        dialog->show();
+    });
     connect(m_undo, &QAction::triggered, m_controller, &DspController::undo);
     connect(m_redo, &QAction::triggered, m_controller, &DspController::redo);
     connect(m_controller, &DspController::signal_undoChanged, this, &DevDspDialog::updateUndo);
@@ -142,7 +166,7 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, Q
     connect(m_controller, &DspController::signal_documentLoaded, this, [this] {
         m_overlay->stop();
         m_status->clear();
-        if (!m_watchdog->isActive())
+        if (!m_watchdog->isActive() && !isOffline())
             m_watchdog->start();
     });
     connect(m_controller, &DspController::signal_configRefused, this, [this](const QString &why) {
@@ -368,6 +392,8 @@ void DevDspDialog::retranslate()
     m_tabs->setTabText(m_tabs->indexOf(m_programs), tx(Tx::DspTabPrograms));
     m_tabs->setTabText(m_tabs->indexOf(m_admin), tx(Tx::DspTabAdmin));
     m_programs->setText(tx(Tx::DspPageLater));
+    if (auto *compare = findChild<QAction *>(QStringLiteral("act_compare")))
+        compare->setText(tx(Tx::DspCompareMenu));
     updateUndo();
 }
 

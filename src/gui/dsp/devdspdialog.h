@@ -92,9 +92,15 @@ signals:
     void signal_micConfigRequested();
 
 protected:
+    /// The window on a document with no device: sink answers in the device's stead, no link is opened, no
+    /// live query goes out and the pages of the device's own store (programs, administration) are absent.
+    DevDspDialog(const Device &device, DspSink *sink, QWidget *parent);
+    bool isOffline() const { return m_offlineSink != nullptr; }
+
     void changeEvent(QEvent *event) override;
 
 private:
+    DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, DspSink *offlineSink, QWidget *parent);
     void tick();
     void showLinkLost();
     void retranslate();
@@ -106,6 +112,7 @@ private:
     Device m_device;
     DspLink *m_link;
     DspLinkSink m_sink;
+    DspSink *m_offlineSink = nullptr;
     DspController *m_controller;
     DspDiagramForm *m_diagram;
     DspMatrixForm *m_matrix;

@@ -236,6 +236,19 @@ QVector<Difference> ConfigDiff::compare(const QJsonObject &a, const QJsonObject 
     return out;
 }
 
+ConfigDiff::FileRead ConfigDiff::documentOf(const QByteArray &bytes)
+{
+    const ProgramFiles::ProgramRead program = ProgramFiles::readProgram(bytes);
+    if (program.ok())
+        return {std::nullopt, program.programs.first().config};
+    if (program.error == Tx::ProgFileNotProgram) {
+        const ProgramFiles::StoredRead bare = ProgramFiles::readStoredConfig(bytes);
+        if (bare.ok() && bare.config.value(QLatin1String("nodeArr")).isArray())
+            return {std::nullopt, bare.config};
+    }
+    return {program.error, {}};
+}
+
 QJsonObject ConfigDiff::comparable(const QJsonObject &config, bool *converted)
 {
     const bool old = ProgramFiles::versionOf(config) == ProgramFiles::Version::NeedsConversion;

@@ -1,9 +1,13 @@
 #pragma once
 
+#include "core/app/texts.h"
+
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QString>
 #include <QVector>
+
+#include <optional>
 
 /// Two DSP configuration documents side by side, for the compare view and `corvane-cli dsp diff`. Works on the
 /// documents as they stand, so values read exactly as the device (or the file) wrote them, and members this
@@ -33,6 +37,16 @@ struct Difference
 /// automixer, matrix, outputs), each channel's own members before its blocks in chain order. Nodes are paired
 /// by role, not by index, so a document with an echo-cancellation node still lines up with one without.
 QVector<Difference> compare(const QJsonObject &a, const QJsonObject &b);
+
+/// A file's document: a program ("*.dt"), a stored configuration ("*.dcd", the same two members) or a bare
+/// document (an object with "nodeArr"); the program page's messages when it is none of them.
+struct FileRead
+{
+    std::optional<Tx> error;
+    QJsonObject config;
+    bool ok() const { return !error; }
+};
+FileRead documentOf(const QByteArray &bytes);
 
 /// What is compared of a document: an older one in its converted form when it converts (the two sides would
 /// otherwise differ in every member's name), anything else as it stands. *converted says which.
