@@ -93,6 +93,8 @@ private:
     int dspStatus(CliDspSession &session, const CliDspArgs &a);
     /// The device's programs through the program page's own sequencing (clidspprograms.cpp).
     int dspProgram(CliDspSession &session, const CliDspArgs &a);
+    /// Stored configurations and the factory reset, one blocking exchange each (clidspstored.cpp).
+    int dspStored(const CliDspArgs &a, const QString &address, const QString &devId);
     // Two configurations side by side (clidspdiff.cpp): 0 identical, 1 different, 2 trouble.
     int cmdDspDiff(const CliDspArgs &a);
     /// A diff source's document; sessions keeps one DSP session per device, its children named by device id.

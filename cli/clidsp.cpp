@@ -59,6 +59,10 @@ int CliApp::cmdDsp()
     if (!DeviceModels::isDspCapable(dev->rec.model.str()))
         return fail(3, QStringLiteral("%1 (%2) has no DSP").arg(a.device, dev->rec.model.str()));
 
+    // Each of these is one request and its reply: no session, no copy of the document.
+    if (a.command == CliDspArgs::Command::Stored)
+        return dspStored(a, Ipv4::toText(dev->rec.ip), devId);
+
     CliDspSession session(m_link, devId, dev->rec.model.str());
     QString why;
     if (!session.open(dev->rec.ip, kConnectMs, &why))
@@ -104,6 +108,7 @@ int CliApp::cmdDsp()
     case CliDspArgs::Command::Response:
     case CliDspArgs::Command::FirDesign:
         return cmdDspOffline(a);
+    case CliDspArgs::Command::Stored:
     case CliDspArgs::Command::Diff:
         break;
     }

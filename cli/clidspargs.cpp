@@ -134,7 +134,7 @@ QString CliDspArgs::usage()
                "                       \"member\",\"a\",\"b\"}], null for a side without it; exit 0 identical, 1 different,\n"
                "                       2 trouble (a source that cannot be read)\n")
                .arg(kindNames())
-           + programUsage();
+           + programUsage() + storedUsage();
 }
 
 bool CliDspArgs::changes() const
@@ -150,6 +150,8 @@ bool CliDspArgs::changes() const
 std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *error)
 {
     error->clear();
+    if (args.value(0) == QLatin1String("stored") || args.value(0) == QLatin1String("factory-reset"))
+        return parseStored(args, error);
     struct Shape
     {
         const char *name;
@@ -209,6 +211,7 @@ std::optional<CliDspArgs> CliDspArgs::parse(const QStringList &args, QString *er
     case Command::Budget:
     case Command::MatrixShow:
     case Command::Program:
+    case Command::Stored: // read by parseStored
         break;
     case Command::Diff:
         a.sources = args.mid(1, 2);

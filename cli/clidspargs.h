@@ -30,6 +30,7 @@ struct CliDspArgs
         EqExport,
         Status, ///< a dynamics block's live state
         Program, ///< the device's programs (clidspprograms.cpp)
+        Stored, ///< stored configurations and the factory reset (clidspstored.cpp)
         Diff,   ///< two configurations side by side
     };
     enum class ProgramVerb { List, Save, Load, Delete, Convert, Export, Import, ExportAll, ImportAll };
@@ -62,6 +63,10 @@ struct CliDspArgs
     /// program: what is done, to which program (import, export: FILE in filePath).
     ProgramVerb programVerb = ProgramVerb::List;
     QString programName;
+    /// stored: list, last, save, load, delete, export, import; or factory-reset.
+    QString storedVerb;
+    int storedIndex = 0;
+    QString storedName;
 
     /// diff: A and B, each a device, DEVICE:PROGRAM or a file; true when both are files (no network).
     QStringList sources;
@@ -87,4 +92,7 @@ private:
     /// "dsp program VERB DEVICE ...", whose device comes after the verb.
     static std::optional<CliDspArgs> parseProgram(const QStringList &args, QString *error);
 public:
+    /// "stored ..." and "factory-reset" (clidspstored.cpp).
+    static std::optional<CliDspArgs> parseStored(const QStringList &args, QString *error);
+    static QString storedUsage();
 };

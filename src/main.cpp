@@ -74,7 +74,7 @@ int main(int argc, char *argv[])
                                              QStringLiteral("Use the network interface with this IPv4 address (loopback allowed)."),
                                              QStringLiteral("ADDR"));
     const QCommandLineOption pageOption(
-        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix, programs or channel-programs."),
+        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix, programs, channel-programs or admin."),
         QStringLiteral("NAME"));
     options.addOption(pageOption);
     const QCommandLineOption allChannelsOption(
@@ -143,10 +143,11 @@ int main(int argc, char *argv[])
     const QString dspDevice = options.value(dspOption);
     // With --dsp, "matrix" names the DSP window's matrix page instead of a page of the main window.
     const bool dspMatrix = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("matrix");
+    const bool dspAdmin = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("admin");
     const bool dspPrograms = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("programs");
     const bool dspChannelPrograms =
         !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("channel-programs");
-    if (options.isSet(pageOption) && !dspMatrix && !dspPrograms && !dspChannelPrograms) {
+    if (options.isSet(pageOption) && !dspMatrix && !dspPrograms && !dspChannelPrograms && !dspAdmin) {
         static const QStringList pages{QStringLiteral("devices"), QStringLiteral("routing"), QStringLiteral("flows"),
                                        QStringLiteral("clock"),   QStringLiteral("stats"),   QStringLiteral("levels")};
         const int page = pages.indexOf(options.value(pageOption).toLower());
@@ -165,7 +166,7 @@ int main(int argc, char *argv[])
         LOG_FAIL();
     if (!dspDevice.isEmpty()) {
         // The device is known once it has announced itself; until then there is no address to open.
-        auto open = [w, dspDevice, dspMatrix, dspPrograms, dspChannelPrograms, blockAt, editor] {
+        auto open = [w, dspDevice, dspMatrix, dspPrograms, dspChannelPrograms, dspAdmin, blockAt, editor] {
             const bool opened = w->dspWindow(dspDevice);
             if (!opened)
                 w->slot_openDsp(dspDevice);
@@ -179,7 +180,9 @@ int main(int argc, char *argv[])
                     if (!*editor)
                         *editor = dsp->programs()->openChannelPrograms();
                 });
-            if (!dsp || opened || (blockAt.size() != 3 && blockAt.size() != 1))
+            if (dsp && dspAdmin)
+                dsp->showAdmin();
+            if (!dsp || opened || blockAt.value(0).isEmpty() || (blockAt.size() != 3 && blockAt.size() != 1))
                 return;
             QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, blockAt, editor] {
                 if (*editor)

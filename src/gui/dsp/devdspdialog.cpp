@@ -6,6 +6,9 @@
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/programs/programactions.h"
 #include "core/dsp/dsplink.h"
+#include "core/protocol/ipv4.h"
+#include "core/protocol/requestrouter.h"
+#include "gui/dsp/adminform.h"
 #include "gui/dsp/dspchannelstripform.h"
 #include "gui/dsp/dspcompareform.h"
 #include "gui/dsp/dspdiagramform.h"
@@ -18,6 +21,7 @@
 #include <QAction>
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QJsonDocument>
 #include <QLabel>
 #include <QMenu>
 #include <QTabWidget>
@@ -36,15 +40,6 @@ const char kTabStyle[] =
     "QTabBar::tab:selected { color: white; background: rgb(33, 34, 39); border-bottom: 2px solid rgb(72, 112, 206); }"
     "QTabBar::tab:hover { color: white; }"
     "QLabel { color: rgb(200, 202, 210); }";
-
-QLabel *laterPage(QWidget *parent, const char *name)
-{
-    auto *label = new QLabel(parent);
-    label->setObjectName(QLatin1String(name));
-    label->setAlignment(Qt::AlignCenter);
-    label->setWordWrap(true);
-    return label;
-}
 
 } // namespace
 
@@ -81,7 +76,16 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, D
     m_tabs->setStyleSheet(QLatin1String(kTabStyle));
     m_tabs->addTab(m_diagram, QString());
     m_programs = new DspProgramForm(m_controller, this);
-    m_admin = laterPage(this, "lb_adminLater");
+    const QString address = Ipv4::toText(device.ip);
+    m_admin = new AdminForm([address](const QString &request) { return DspExchange::run(address, request); },
+                            [this] {
+                                const QJsonObject reboot = StoredActions::rebootRequest(m_device.devId);
+                                m_sink.sendUdp(QString::fromUtf8(QJsonDocument(reboot).toJson(QJsonDocument::Compact)),
+                                               RequestRouter::portFor(QStringLiteral("reboot"), 0));
+                            },
+                            this);
+    // A load or a factory reset replaced what the device runs; the window's copy is read again.
+    connect(m_admin, &AdminForm::signal_runningConfigReplaced, m_controller, &DspController::revokeAll);
     if (!isOffline()) {
         m_tabs->addTab(m_programs, QString());
         m_tabs->addTab(m_admin, QString());
@@ -276,6 +280,11 @@ void DevDspDialog::showPrograms()
     m_tabs->setCurrentWidget(m_programs);
 }
 
+void DevDspDialog::showAdmin()
+{
+    m_tabs->setCurrentWidget(m_admin);
+}
+
 void DevDspDialog::showMatrix()
 {
     for (int i = 0; i < m_tabs->count(); ++i) {
@@ -387,7 +396,6 @@ void DevDspDialog::retranslate()
     m_tabs->setTabText(m_tabs->indexOf(m_matrix), tx(Tx::DspTabMatrix));
     m_tabs->setTabText(m_tabs->indexOf(m_programs), tx(Tx::DspTabPrograms));
     m_tabs->setTabText(m_tabs->indexOf(m_admin), tx(Tx::DspTabAdmin));
-    m_admin->setText(tx(Tx::DspPageLater));
     if (auto *compare = findChild<QAction *>(QStringLiteral("act_compare")))
         compare->setText(tx(Tx::DspCompareMenu));
     updateUndo();

@@ -6,6 +6,7 @@
 
 #include <QStringList>
 
+class AdminForm;
 class BusyOverlay;
 class DspController;
 class DspChannelStripForm;
@@ -74,6 +75,9 @@ public:
     void setChannelPanel(QWidget *panel);
     /// Brings the matrix page up, if there is one.
     void showMatrix();
+    /// Brings the administration page up.
+    void showAdmin();
+    AdminForm *admin() const { return m_admin; }
 
     /// The name a DSP channel shows: the device's name for a physical channel ("In n" when the device has
     /// none), "USBIn" / "USBOut" for channels beyond the physical ones.
@@ -119,7 +123,7 @@ private:
     DspChannelStripForm *m_strip;
     QTabWidget *m_tabs;
     DspProgramForm *m_programs;
-    QLabel *m_admin;
+    AdminForm *m_admin;
     QHBoxLayout *m_body;
     QWidget *m_panel = nullptr;
     QLabel *m_status;
