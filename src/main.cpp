@@ -6,6 +6,7 @@
 #include "core/routing/hiddenchannels.h"
 #include "gui/app/mainwindow.h"
 #include "gui/dsp/devdspdialog.h"
+#include "gui/dsp/dspcompareform.h"
 #include "gui/dsp/dspofflinedialog.h"
 #include "core/dsp/dspofflinefile.h"
 #include "core/dsp/programs/programfiles.h"
@@ -17,17 +18,42 @@
 #include "gui/widgets/style.h"
 
 #include <QApplication>
+#include <QComboBox>
 #include <QCommandLineParser>
 #include <QDebug>
 #include <QElapsedTimer>
 #include <QNetworkProxy>
 #include <QPointer>
+#include <QPushButton>
 #include <QScreen>
 #include <QTimer>
 
 #include <memory>
 #include <cstdint>
 #include <cstdio>
+
+namespace {
+
+/// The compare view for a picture: the running configuration beside the device's last program, compared as soon
+/// as the device has listed its programs.
+QWidget *compareWithLastProgram(DevDspDialog *dsp)
+{
+    DspCompareDialog *compare = dsp->openCompare();
+    compare->sourceBox(DspCompareDialog::B)->setCurrentIndex(int(DspCompareDialog::Source::Program));
+    auto *wait = new QTimer(compare);
+    QObject::connect(wait, &QTimer::timeout, compare, [compare, wait] {
+        QComboBox *programs = compare->programBox(DspCompareDialog::B);
+        if (programs->count() == 0)
+            return;
+        wait->stop();
+        programs->setCurrentIndex(programs->count() - 1);
+        compare->compareButton()->click();
+    });
+    wait->start(50);
+    return compare;
+}
+
+} // namespace
 
 int main(int argc, char *argv[])
 {
@@ -74,7 +100,7 @@ int main(int argc, char *argv[])
                                              QStringLiteral("Use the network interface with this IPv4 address (loopback allowed)."),
                                              QStringLiteral("ADDR"));
     const QCommandLineOption pageOption(
-        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix, programs, channel-programs or admin."),
+        QStringLiteral("page"), QStringLiteral("Open this page: devices, routing, flows, clock, stats or levels; with --dsp, matrix, programs, channel-programs, admin or compare (the running configuration beside the last program)."),
         QStringLiteral("NAME"));
     options.addOption(pageOption);
     const QCommandLineOption allChannelsOption(
@@ -144,10 +170,11 @@ int main(int argc, char *argv[])
     // With --dsp, "matrix" names the DSP window's matrix page instead of a page of the main window.
     const bool dspMatrix = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("matrix");
     const bool dspAdmin = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("admin");
+    const bool dspCompare = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("compare");
     const bool dspPrograms = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("programs");
     const bool dspChannelPrograms =
         !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("channel-programs");
-    if (options.isSet(pageOption) && !dspMatrix && !dspPrograms && !dspChannelPrograms && !dspAdmin) {
+    if (options.isSet(pageOption) && !dspMatrix && !dspPrograms && !dspChannelPrograms && !dspAdmin && !dspCompare) {
         static const QStringList pages{QStringLiteral("devices"), QStringLiteral("routing"), QStringLiteral("flows"),
                                        QStringLiteral("clock"),   QStringLiteral("stats"),   QStringLiteral("levels")};
         const int page = pages.indexOf(options.value(pageOption).toLower());
@@ -166,7 +193,7 @@ int main(int argc, char *argv[])
         LOG_FAIL();
     if (!dspDevice.isEmpty()) {
         // The device is known once it has announced itself; until then there is no address to open.
-        auto open = [w, dspDevice, dspMatrix, dspPrograms, dspChannelPrograms, dspAdmin, blockAt, editor] {
+        auto open = [w, dspDevice, dspMatrix, dspPrograms, dspChannelPrograms, dspAdmin, dspCompare, blockAt, editor] {
             const bool opened = w->dspWindow(dspDevice);
             if (!opened)
                 w->slot_openDsp(dspDevice);
@@ -182,6 +209,11 @@ int main(int argc, char *argv[])
                 });
             if (dsp && dspAdmin)
                 dsp->showAdmin();
+            if (dsp && dspCompare && !opened)
+                QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, editor] {
+                    if (!*editor)
+                        *editor = compareWithLastProgram(dsp);
+                });
             if (!dsp || opened || blockAt.value(0).isEmpty() || (blockAt.size() != 3 && blockAt.size() != 1))
                 return;
             QObject::connect(dsp->controller(), &DspController::signal_documentLoaded, dsp, [dsp, blockAt, editor] {

@@ -142,12 +142,7 @@ DevDspDialog::DevDspDialog(const Device &device, DspLinkSink::SendUdp sendUdp, D
     menu->insertSeparator(first);
     QAction *compare = menu->addAction(QString());
     compare->setObjectName(QStringLiteral("act_compare"));
-    connect(compare, &QAction::triggered, this, [this] {
-        // The program page's list when it has one; else the dialog asks the device.
-        auto *dialog = new DspCompareDialog(m_controller, m_programs->actions()->names(), this);
-        dialog->setAttribute(Qt::WA_DeleteOnClose);
-        dialog->show();
-    });
+    connect(compare, &QAction::triggered, this, &DevDspDialog::openCompare);
     connect(m_programs, &DspProgramForm::signal_compareRequested, compare, &QAction::trigger);
     connect(m_undo, &QAction::triggered, m_controller, &DspController::undo);
     connect(m_redo, &QAction::triggered, m_controller, &DspController::redo);
@@ -278,6 +273,15 @@ void DevDspDialog::setChannelPanel(QWidget *panel)
 void DevDspDialog::showPrograms()
 {
     m_tabs->setCurrentWidget(m_programs);
+}
+
+DspCompareDialog *DevDspDialog::openCompare()
+{
+    // The program page's list when it has one; else the dialog asks the device.
+    auto *dialog = new DspCompareDialog(m_controller, m_programs->actions()->names(), this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->show();
+    return dialog;
 }
 
 void DevDspDialog::showAdmin()

@@ -8,6 +8,7 @@
 
 class AdminForm;
 class BusyOverlay;
+class DspCompareDialog;
 class DspController;
 class DspChannelStripForm;
 class DspDiagramForm;
@@ -77,6 +78,8 @@ public:
     void showMatrix();
     /// Brings the administration page up.
     void showAdmin();
+    /// The compare view, the running configuration on one side.
+    DspCompareDialog *openCompare();
     AdminForm *admin() const { return m_admin; }
 
     /// The name a DSP channel shows: the device's name for a physical channel ("In n" when the device has

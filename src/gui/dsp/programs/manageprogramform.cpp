@@ -147,14 +147,15 @@ void ManageProgramForm::rebuild()
         delete m_list->takeItem(m_list->count() - 1);
     while (m_list->count() < names.size()) {
         auto *item = new QListWidgetItem(m_list);
-        auto *row = new ProgramItemForm(m_list);
-        item->setSizeHint(row->sizeHint());
-        m_list->setItemWidget(item, row);
+        m_list->setItemWidget(item, new ProgramItemForm(m_list));
     }
     for (int slot = 0; slot < names.size(); ++slot) {
         auto *row = static_cast<ProgramItemForm *>(m_list->itemWidget(m_list->item(slot)));
         const QString &name = names.at(slot);
         row->show(slot, name, !name.isEmpty() && name == m_actions->inUse());
+        // Measured with its text: an empty row is shorter than a named one, and a row cut to it clips the
+        // underscores of names.
+        m_list->item(slot)->setSizeHint(row->sizeHint());
     }
     if (selected >= 0 && selected < names.size())
         m_list->setCurrentRow(selected);
