@@ -167,14 +167,14 @@ int main(int argc, char *argv[])
     if (options.isSet(chineseOption))
         w->slot_switchLanguage(true);
     const QString dspDevice = options.value(dspOption);
-    // With --dsp, "matrix" names the DSP window's matrix page instead of a page of the main window.
-    const bool dspMatrix = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("matrix");
-    const bool dspAdmin = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("admin");
-    const bool dspCompare = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("compare");
-    const bool dspPrograms = !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("programs");
-    const bool dspChannelPrograms =
-        !dspDevice.isEmpty() && options.value(pageOption).toLower() == QLatin1String("channel-programs");
-    if (options.isSet(pageOption) && !dspMatrix && !dspPrograms && !dspChannelPrograms && !dspAdmin && !dspCompare) {
+    // With --dsp, --page names a page of the DSP window instead of one of the main window.
+    const QString dspPage = dspDevice.isEmpty() ? QString() : options.value(pageOption).toLower();
+    const bool dspMatrix = dspPage == QLatin1String("matrix");
+    const bool dspAdmin = dspPage == QLatin1String("admin");
+    const bool dspCompare = dspPage == QLatin1String("compare");
+    const bool dspPrograms = dspPage == QLatin1String("programs");
+    const bool dspChannelPrograms = dspPage == QLatin1String("channel-programs");
+    if (options.isSet(pageOption) && dspPage.isEmpty()) {
         static const QStringList pages{QStringLiteral("devices"), QStringLiteral("routing"), QStringLiteral("flows"),
                                        QStringLiteral("clock"),   QStringLiteral("stats"),   QStringLiteral("levels")};
         const int page = pages.indexOf(options.value(pageOption).toLower());
