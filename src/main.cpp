@@ -174,7 +174,7 @@ int main(int argc, char *argv[])
     const bool dspCompare = dspPage == QLatin1String("compare");
     const bool dspPrograms = dspPage == QLatin1String("programs");
     const bool dspChannelPrograms = dspPage == QLatin1String("channel-programs");
-    if (options.isSet(pageOption) && dspPage.isEmpty()) {
+    if (options.isSet(pageOption) && !(dspMatrix || dspAdmin || dspCompare || dspPrograms || dspChannelPrograms)) {
         static const QStringList pages{QStringLiteral("devices"), QStringLiteral("routing"), QStringLiteral("flows"),
                                        QStringLiteral("clock"),   QStringLiteral("stats"),   QStringLiteral("levels")};
         const int page = pages.indexOf(options.value(pageOption).toLower());
