@@ -169,6 +169,23 @@ private slots:
         QCOMPARE(m_store.inUse, QString("diy_1"));
     }
 
+    void saveWithEditsNotOnTheDeviceAsksFirst()
+    {
+        m_controller->requestConfig();
+        m_controller->handleTcpReply(DspDocs::reply(DspDocs::make(2, 2, DspDefaults::inputChain())));
+        m_controller->clearChannel(DspSide::In, 1);
+        QVERIFY(m_controller->hasUnsavedChanges());
+        m_page->manage()->selectSlot(3);
+        QTest::keyClicks(w<QLineEdit>("le_name"), "show_3");
+        QString text;
+        NoticeAnswers::answerNextBox("pb_no", &text);
+        const int sent = m_sink.tcp.size();
+        click("pb_save");
+        QCOMPARE(text, tx(Tx::ProgSaveUnsavedAsk));
+        QCOMPARE(m_sink.tcp.size(), sent);
+        QCOMPARE(m_store.names.indexOf("show_3"), -1);
+    }
+
     void channelProgramSavedAndLoadedOntoAnotherChannel()
     {
         QTemporaryDir dir;

@@ -229,6 +229,13 @@ void ProgramActions::exportAll(const QString &path, Done done)
     }
 }
 
+QVector<PlanStep> ProgramActions::beforeSave() const
+{
+    if (m_controller && m_controller->hasUnsavedChanges())
+        return {{PlanStep::Confirm, tx(Tx::ProgSaveUnsavedAsk)}};
+    return {};
+}
+
 QVector<PlanStep> ProgramActions::beforeImport(int slot, bool all) const
 {
     if (!all) {

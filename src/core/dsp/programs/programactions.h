@@ -75,6 +75,9 @@ public:
     /// signal_exportProgress follows each program as it arrives; nothing is written unless all came.
     void exportAll(const QString &path, Done done);
 
+    /// Before a save: the device stores what it runs, so edits the window has not saved yet are not in the
+    /// program; a question says so (nothing when there are none).
+    QVector<PlanStep> beforeSave() const;
     /// Before the file is chosen: the slot's refusal, then the overwrite question. slot -1 with all: the list.
     QVector<PlanStep> beforeImport(int slot, bool all) const;
     /// After: the file's refusal, or the conversion question (with its failure after it), and what to send.

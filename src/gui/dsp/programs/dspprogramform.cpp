@@ -5,6 +5,7 @@
 #include "core/dsp/programs/programactions.h"
 #include "gui/dsp/programs/channelprogramform.h"
 #include "gui/dsp/programs/manageprogramform.h"
+#include "gui/widgets/noticebox.h"
 
 #include <QInputDialog>
 #include <QVBoxLayout>
@@ -48,6 +49,8 @@ void DspProgramForm::listOnce()
 
 void DspProgramForm::saveDiy()
 {
+    if (!NoticeBox::passSteps(this, m_actions->beforeSave()))
+        return;
     bool ok = false;
     const QString name =
         QInputDialog::getText(this, tx(Tx::DspSaveDiy), tx(Tx::ProgSaveDiyPrompt), QLineEdit::Normal, QString(), &ok)

@@ -207,6 +207,8 @@ void ManageProgramForm::save()
 {
     const int slot = selectedSlot();
     const QString name = m_name->text().trimmed();
+    if (!passSteps(m_actions->beforeSave()))
+        return;
     run([this, slot, name](ProgramActions::Done done) { m_actions->save(slot, name, done); });
 }
 
