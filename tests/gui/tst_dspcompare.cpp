@@ -144,7 +144,7 @@ private slots:
 
     void reachedFromTheDspWindowsMenu()
     {
-        DevDspDialog window({"DSP1", "Hall", "RK0302D"}, [](const QString &, quint16) {});
+        DevDspDialog window({"DSP1", "Hall", "RK0302D", 0, {}, {}}, [](const QString &, quint16) {});
         auto *entry = window.findChild<QAction *>("act_compare");
         QVERIFY(entry);
         QCOMPARE(entry->text(), tx(Tx::DspCompareMenu));

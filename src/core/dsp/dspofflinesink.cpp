@@ -133,15 +133,16 @@ bool setMatrixCell(CDeviceDspData &doc, const QJsonObject &req)
     if (!nodeId || doc.nodeArr[*nodeId].type != DspNode::Matrix)
         return false;
     DspMatrix &m = doc.nodeArr[*nodeId].matrix;
-    const auto out = index(req, "outIndex", m.gainArr.size());
-    const auto in = out ? index(req, "inIndex", m.gainArr[*out].size()) : std::nullopt;
+    // Plain ints, -1 for none: GCC's optimiser takes an optional read through a ternary for uninitialised.
+    const int out = index(req, "outIndex", m.gainArr.size()).value_or(-1);
+    const int in = out < 0 ? -1 : index(req, "inIndex", m.gainArr[out].size()).value_or(-1);
     const auto gain = number(req, "gainDb");
     const auto mute = flag(req, "mute");
-    if (!in || !gain || *gain < -100 || *gain > 12 || !mute || *out >= m.muteArr.size() ||
-        *in >= m.muteArr[*out].size())
+    if (in < 0 || !gain || *gain < -100 || *gain > 12 || !mute || out >= m.muteArr.size() ||
+        in >= m.muteArr[out].size())
         return false;
-    m.gainArr[*out][*in] = *gain;
-    m.muteArr[*out][*in] = *mute;
+    m.gainArr[out][in] = *gain;
+    m.muteArr[out][in] = *mute;
     return true;
 }
 
