@@ -14,6 +14,7 @@
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QSet>
 #include <QTextStream>
 
 #include <algorithm>
@@ -103,7 +104,18 @@ int CliApp::runBatch(const RouteBatch &batch)
         const auto rx = registry.findByDevId(c.rxDevId);
         return rx && RouteSource::of(rx->routeOf(c.rxCh - 1)) == c.after;
     };
-    waitUntil([&] { return std::all_of(sent.cbegin(), sent.cend(), seen); }, qMax(m_options.waitMs, 5000));
+    auto allSeen = [&] { return std::all_of(sent.cbegin(), sent.cend(), seen); };
+    // A route-table page asked for just before a change can answer after the change's event and leave the
+    // registry a step behind; past a second, ask the receivers still behind for their tables again.
+    if (!waitUntil(allSeen, 1000)) {
+        QSet<QString> behind;
+        for (const RouteChange &c : sent)
+            if (!seen(c))
+                behind.insert(c.rxDevId);
+        for (const QString &devId : behind)
+            m_link->registry().refetchRoutes(devId);
+        waitUntil(allSeen, qMax(m_options.waitMs, 5000));
+    }
     const qint64 confirmedMs = clock.elapsed();
     int done = 0;
     QJsonArray doneJson;
