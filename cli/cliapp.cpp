@@ -36,6 +36,12 @@ QString CliApp::usage()
         "  levels               every device's levels in four groups (at most 32 per group, '-' below -70)\n"
         "  route add SRC DST    SRC is DEVICE:CH or flow:NAME:CH, DST is DEVICE:CH (channels from 1)\n"
         "  route remove DST     clears the route of a receive channel\n"
+        "  route bulk SRC_DEVID DST_DEVID [--from N] [--count N]\n"
+        "                       SRC channel k to DST channel k for each k (default: all both have);\n"
+        "                       lists the changes, sends them with --yes, waits until the registry shows them\n"
+        "  snapshot save FILE   every route and multicast subscription of the network, as JSON\n"
+        "  snapshot diff FILE   what differs now from the snapshot, per device (exit 1 when anything does)\n"
+        "  snapshot recall FILE puts the snapshot's routes back (only the differences; --yes to send)\n"
         "  flow create DEVICE --name NAME --channels 1,2,... [--address A.B.C.D --port P] [--offset MS]\n"
         "  flow delete DEVICE NAME\n"
         "%1"
@@ -91,7 +97,8 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
         } else if (a == QLatin1String("--csv")) {
             o.csv = true;
         } else if (QStringList{QStringLiteral("--name"), QStringLiteral("--channels"), QStringLiteral("--address"),
-                               QStringLiteral("--port"), QStringLiteral("--offset")}
+                               QStringLiteral("--port"), QStringLiteral("--offset"),
+                               QStringLiteral("--from"), QStringLiteral("--count")}
                        .contains(a)) {
             if (i + 1 >= arguments.size()) {
                 *error = a + QStringLiteral(" needs a value");
@@ -116,7 +123,8 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
     static const QStringList commands{QStringLiteral("devices"), QStringLiteral("flows"), QStringLiteral("routes"),
                                       QStringLiteral("watch"), QStringLiteral("send"), QStringLiteral("help"),
                                       QStringLiteral("route"), QStringLiteral("flow"), QStringLiteral("clock"),
-                                      QStringLiteral("stats"), QStringLiteral("levels"), QStringLiteral("dsp")};
+                                      QStringLiteral("stats"), QStringLiteral("levels"), QStringLiteral("dsp"),
+                                      QStringLiteral("snapshot")};
     if (o.command.isEmpty()) {
         *error = QStringLiteral("no command given");
         return false;
@@ -131,8 +139,23 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
     }
     const QString sub = o.args.value(0);
     if (o.command == QLatin1String("route")
-        && !((sub == QLatin1String("add") && o.args.size() == 3) || (sub == QLatin1String("remove") && o.args.size() == 2))) {
-        *error = QStringLiteral("route takes add SRC DST or remove DST");
+        && !((sub == QLatin1String("add") && o.args.size() == 3) || (sub == QLatin1String("remove") && o.args.size() == 2)
+             || (sub == QLatin1String("bulk") && o.args.size() == 3))) {
+        *error = QStringLiteral("route takes add SRC DST, remove DST or bulk SRC_DEVID DST_DEVID");
+        return false;
+    }
+    for (const char *key : {"from", "count"}) {
+        bool ok = true;
+        const QString v = o.values.value(QLatin1String(key));
+        if (!v.isNull() && (sub != QLatin1String("bulk") || v.toInt(&ok) < 1 || !ok)) {
+            *error = QStringLiteral("--%1 goes only with route bulk, as a channel count from 1").arg(QLatin1String(key));
+            return false;
+        }
+    }
+    if (o.command == QLatin1String("snapshot")
+        && !(QStringList{QStringLiteral("save"), QStringLiteral("diff"), QStringLiteral("recall")}.contains(sub)
+             && o.args.size() == 2)) {
+        *error = QStringLiteral("snapshot takes save FILE, diff FILE or recall FILE");
         return false;
     }
     if (o.command == QLatin1String("flow")
@@ -287,7 +310,9 @@ int CliApp::run()
     if (m_options.command == QLatin1String("levels"))
         return cmdLevels();
     if (m_options.command == QLatin1String("route"))
-        return cmdRoute();
+        return m_options.args.at(0) == QLatin1String("bulk") ? cmdBulkRoute() : cmdRoute();
+    if (m_options.command == QLatin1String("snapshot"))
+        return cmdSnapshot();
     if (m_options.command == QLatin1String("flow"))
         return cmdFlow();
     if (m_options.command == QLatin1String("dsp"))
@@ -396,18 +421,24 @@ QString CliApp::exchange(QJsonObject request, const QString &devId)
     const QString deviceOp = RequestRouter::deviceOperation(op, RequestRouter::isTransmitSide(request));
 
     QString reply;
+    // Woken by the reply itself, not a poll: a batch of routes sends one request after another.
+    QEventLoop loop;
     const auto connection = connect(m_link, &DeviceLink::signal_recv_message, this, [&](const QString &json) {
         const QJsonObject r = QJsonDocument::fromJson(json.toUtf8()).object();
         const QString rop = r.value(QLatin1String("ops")).toString();
         if (reply.isEmpty() && r.value(QLatin1String("devId")).toString() == devId
-            && (rop == op || (!deviceOp.isEmpty() && rop == deviceOp)))
+            && (rop == op || (!deviceOp.isEmpty() && rop == deviceOp))) {
             reply = json;
+            loop.quit();
+        }
     });
     const QString text = QString::fromUtf8(QJsonDocument(request).toJson(QJsonDocument::Compact));
     if (m_link->send(text) >= 0) {
         if (m_options.verbose)
             QTextStream(stderr) << "sent: " << text << '\n';
-        waitUntil([&] { return !reply.isEmpty(); }, kReplyMs);
+        QTimer::singleShot(kReplyMs, &loop, &QEventLoop::quit);
+        if (reply.isEmpty())
+            loop.exec();
     }
     disconnect(connection);
     return reply;

@@ -14,6 +14,7 @@ class DeviceLink;
 class QTextStream;
 struct CliDspArgs;
 struct CommandTargets;
+struct RouteBatch;
 
 /// corvane-cli: the program's core without widgets, for scripts and tests.
 class CliApp : public QObject
@@ -69,6 +70,11 @@ private:
     int cmdStats();
     int cmdLevels();
     int cmdRoute();
+    // Many routes at once: route bulk and the network snapshots (clibulk.cpp).
+    int cmdBulkRoute();
+    int cmdSnapshot();
+    /// Lists the batch, sends it with --yes, waits until the registry shows every route; 0 when all went.
+    int runBatch(const RouteBatch &batch);
     int cmdFlow();
     // The DSP configuration through the DSP controller over the device's TCP link (clidsp.cpp).
     int cmdDsp();

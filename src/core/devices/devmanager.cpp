@@ -328,6 +328,14 @@ int DevManager::findDeviceSlotByIpLocked(quint32 ip) const
     return -1;
 }
 
+void DevManager::refetchRoutes(const QString &devId)
+{
+    QMutexLocker lock(&m_mutex);
+    const auto found = m_deviceIndex.constFind(devId.toUtf8());
+    if (found != m_deviceIndex.constEnd())
+        TableMerge::refetchRoutes(m_devices[size_t(*found)].tables);
+}
+
 std::optional<Device> DevManager::findByDevId(const QString &devId) const
 {
     QMutexLocker lock(&m_mutex);

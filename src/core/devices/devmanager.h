@@ -57,6 +57,9 @@ public:
     void pollRound();
     /// Asks every device for the first missing page of its channel names.
     void pollNames();
+    /// Fetches a device's route tables afresh, as its route-change event does: for a caller that made changes
+    /// and does not see them, since a page asked for before the event can still land after it.
+    void refetchRoutes(const QString &devId);
 
     std::optional<Device> findByDevId(const QString &devId) const;
     std::optional<Device> findByIp(quint32 ip) const;
