@@ -70,6 +70,7 @@ private:
     int cmdLevels();
     int cmdRoute();
     int cmdFlow();
+    int cmdFlowAddSdp();
     // The DSP configuration through the DSP controller over the device's TCP link (clidsp.cpp).
     int cmdDsp();
     int dspBudget(CliDspSession &session);
