@@ -64,16 +64,12 @@ void TestPastedFlowSim::pastedFlowSubscribedByADevice()
     Simulator sim;
     QVERIFY2(sim.start(), sim.why());
 
-    // Refused texts: the reason, and nothing sent to the device.
+    // A refused text: the reason, and nothing sent to the device.
     const QString unicast = write("unicast.sdp", thirdPartySdp("127.0.0.88"));
     CliRun r = cli({"--wait", "2", "--yes", "flow", "add-sdp", unicast, "--subscribe", "SIM-0008:3"});
     QCOMPARE(r.code, 2);
     QVERIFY2(r.err.contains("not a multicast group"), r.err.constData());
     QVERIFY(!r.out.contains("sent:"));
-    const QString flowGroup = write("taken.sdp", thirdPartySdp("239.69.1.2"));
-    r = cli({"--wait", "6", "--yes", "flow", "add-sdp", flowGroup, "--subscribe", "SIM-0008:3"});
-    QCOMPARE(r.code, 1);
-    QVERIFY2(r.err.contains("Stage L-R already uses 239.69.1.2"), r.err.constData());
 
     // Receive channel 3 of the rack takes channel 2 of a flow only the file describes.
     const QString file = write("foreign.sdp", thirdPartySdp("239.77.1.2"));
