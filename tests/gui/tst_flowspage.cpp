@@ -298,7 +298,6 @@ void TestFlowsPage::pastedSdpIsRefusedOrAdded()
     click(dialog->findChild<QPushButton *>("pb_ok"));
     QVERIFY(dialog->isVisible());
     auto *refusal = dialog->findChild<QLabel *>("lb_refusal");
-    QVERIFY(refusal->isVisible());
     QVERIFY2(refusal->text().contains("not a multicast group"), qPrintable(refusal->text()));
     QCOMPARE(m_reg->flowCount(), 0);
 
@@ -306,7 +305,7 @@ void TestFlowsPage::pastedSdpIsRefusedOrAdded()
     const QByteArray taken = Packets::sap(Packets::sdp("Stage", "10.0.0.1", "239.77.1.2"));
     m_reg->intakeSap(taken.constData(), taken.size(), 0, 9875);
     QVERIFY(pasteSdp(good));
-    QVERIFY(!refusal->isVisible());
+    QVERIFY(refusal->text().isEmpty());
     click(dialog->findChild<QPushButton *>("pb_ok"));
     QCOMPARE(refusal->text(), QStringLiteral("Flow Stage already uses 239.77.1.2: nothing was added."));
 
@@ -334,11 +333,7 @@ void TestFlowsPage::pastedSdpIsRefusedOrAdded()
 
 void TestFlowsPage::pastedFlowIsRemovedAfterAsking()
 {
-    QString text;
-    answerNextBox("pb_ok", &text);
-    click(child<QPushButton>("pb_removePasted"));
-    QCOMPARE(text, QStringLiteral("Choose a flow added from SDP first."));
-
+    QVERIFY(!child<QPushButton>("pb_removePasted")->isEnabled());
     FlowRecord flow;
     flow.name = QStringLiteral("Foreign");
     flow.srcIp = Ipv4::fromText("10.0.0.50");
@@ -349,6 +344,7 @@ void TestFlowsPage::pastedFlowIsRemovedAfterAsking()
     auto *pasted = child<QListWidget>("lw_pasted");
     QCOMPARE(pasted->count(), 1);
     QTest::mouseClick(pasted->viewport(), Qt::LeftButton, {}, pasted->visualItemRect(pasted->item(0)).center());
+    QString text;
     answerNextBox("pb_no", &text);
     click(child<QPushButton>("pb_removePasted"));
     QVERIFY2(text.startsWith("Remove flow Foreign?"), qPrintable(text));
@@ -357,6 +353,7 @@ void TestFlowsPage::pastedFlowIsRemovedAfterAsking()
     click(child<QPushButton>("pb_removePasted"));
     QVERIFY(!m_reg->findFlow(flow.dstIp));
     QCOMPARE(pasted->count(), 0);
+    QVERIFY(!child<QPushButton>("pb_removePasted")->isEnabled());
     QCOMPARE(child<QLabel>("lb_pasted")->text(), QStringLiteral("No flow added from SDP."));
 }
 

@@ -37,7 +37,9 @@ SdpPasteDialog::SdpPasteDialog(DevManager &registry, QWidget *parent)
     m_refusal->setObjectName(QStringLiteral("lb_refusal"));
     m_refusal->setWordWrap(true);
     m_refusal->setStyleSheet(QStringLiteral("color: rgb(240, 110, 110);"));
-    m_refusal->hide();
+    // Room for a two-line reason from the start, so that one appearing moves nothing.
+    m_refusal->setMinimumHeight(m_refusal->fontMetrics().lineSpacing() * 2 + scaled(4));
+    m_refusal->setAlignment(Qt::AlignLeft | Qt::AlignTop);
     l->addWidget(m_hint);
     l->addWidget(m_text, 1);
     l->addWidget(m_refusal);
@@ -50,14 +52,14 @@ SdpPasteDialog::SdpPasteDialog(DevManager &registry, QWidget *parent)
     m_ok->setAutoDefault(false);
     connect(m_ok, &QPushButton::clicked, this, &SdpPasteDialog::on_pb_ok_clicked);
     // Editing the text again takes back the old reason.
-    connect(m_text, &QPlainTextEdit::textChanged, m_refusal, &QLabel::hide);
+    connect(m_text, &QPlainTextEdit::textChanged, m_refusal, &QLabel::clear);
     retranslate();
     resize(scaled(580), sizeHint().height());
 }
 
 QString SdpPasteDialog::refusal() const
 {
-    return m_refusal->isHidden() ? QString() : m_refusal->text();
+    return m_refusal->text();
 }
 
 void SdpPasteDialog::on_pb_ok_clicked()
@@ -76,7 +78,6 @@ void SdpPasteDialog::on_pb_ok_clicked()
                   : tx(Tx::PasteTableFull);
     }
     m_refusal->setText(why);
-    m_refusal->show();
 }
 
 void SdpPasteDialog::retranslate()

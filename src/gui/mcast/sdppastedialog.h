@@ -16,7 +16,7 @@ class SdpPasteDialog : public FramelessDialog
 public:
     explicit SdpPasteDialog(DevManager &registry, QWidget *parent = nullptr);
 
-    /// The reason the last text was refused, empty when none was.
+    /// The reason the text was refused, empty when none was or it was edited since.
     QString refusal() const;
     /// The group of the flow added, once accepted.
     quint32 addedGroup() const { return m_added; }

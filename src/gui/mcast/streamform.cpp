@@ -128,6 +128,8 @@ QWidget *StreamForm::buildPastedPanel()
     m_removePasted = new QPushButton(w);
     m_removePasted->setObjectName(QStringLiteral("pb_removePasted"));
     connect(m_removePasted, &QPushButton::clicked, this, &StreamForm::on_pb_removePasted_clicked);
+    connect(m_pasted, &QListWidget::currentItemChanged, this,
+            [this](QListWidgetItem *item) { m_removePasted->setEnabled(item != nullptr); });
     connect(m_pasted, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem *item) {
         const auto flow = m_registry.findFlow(item->data(Qt::UserRole).toUInt());
         if (!flow)
@@ -325,6 +327,7 @@ void StreamForm::showPasted()
         }
     }
     m_pastedCaption->setText(flows.isEmpty() ? tx(Tx::PastedNone) : tx(Tx::PastedFlows));
+    m_removePasted->setEnabled(m_pasted->currentItem() != nullptr);
 }
 
 SdpPasteDialog *StreamForm::pasteDialog() const
@@ -346,10 +349,8 @@ void StreamForm::on_pb_addSdp_clicked()
 void StreamForm::on_pb_removePasted_clicked()
 {
     QListWidgetItem *item = m_pasted->currentItem();
-    if (!item) {
-        NoticeBox::notice(this, tx(Tx::PastedChooseFlow));
+    if (!item)
         return;
-    }
     const quint32 group = item->data(Qt::UserRole).toUInt();
     const auto flow = m_registry.findFlow(group);
     if (!flow || !NoticeBox::confirm(this, tx(Tx::PastedRemoveConfirm).arg(flow->name)))
