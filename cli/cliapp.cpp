@@ -44,6 +44,10 @@ QString CliApp::usage()
         "  snapshot recall FILE puts the snapshot's routes back (only the differences; --yes to send)\n"
         "  flow create DEVICE --name NAME --channels 1,2,... [--address A.B.C.D --port P] [--offset MS]\n"
         "  flow delete DEVICE NAME\n"
+        "  flow add-sdp FILE [--subscribe DEVICE:CH [--flow-channel N]]\n"
+        "                       checks the flow described by an SDP file as the flows page does and, with\n"
+        "                       --subscribe, subscribes DEVICE's receive channel CH to its channel N (default 1);\n"
+        "                       the flow is known to this run only, the subscription stays on the device\n"
         "%1"
         "options:\n"
         "  --interface ADDR     a local IPv4 address (loopback allowed); default: the only usable one\n"
@@ -98,7 +102,8 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
             o.csv = true;
         } else if (QStringList{QStringLiteral("--name"), QStringLiteral("--channels"), QStringLiteral("--address"),
                                QStringLiteral("--port"), QStringLiteral("--offset"),
-                               QStringLiteral("--from"), QStringLiteral("--count")}
+                               QStringLiteral("--from"), QStringLiteral("--count"), QStringLiteral("--subscribe"),
+                               QStringLiteral("--flow-channel")}
                        .contains(a)) {
             if (i + 1 >= arguments.size()) {
                 *error = a + QStringLiteral(" needs a value");
@@ -159,8 +164,9 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
         return false;
     }
     if (o.command == QLatin1String("flow")
-        && !((sub == QLatin1String("create") && o.args.size() == 2) || (sub == QLatin1String("delete") && o.args.size() == 3))) {
-        *error = QStringLiteral("flow takes create DEVICE --name NAME --channels 1,2,... or delete DEVICE NAME");
+        && !((sub == QLatin1String("create") && o.args.size() == 2) || (sub == QLatin1String("delete") && o.args.size() == 3)
+             || (sub == QLatin1String("add-sdp") && o.args.size() == 2))) {
+        *error = QStringLiteral("flow takes create DEVICE --name NAME --channels 1,2,..., delete DEVICE NAME or add-sdp FILE");
         return false;
     }
     if (o.command == QLatin1String("dsp")) {

@@ -76,6 +76,7 @@ private:
     /// Lists the batch, sends it with --yes, waits until the registry shows every route; 0 when all went.
     int runBatch(const RouteBatch &batch);
     int cmdFlow();
+    int cmdFlowAddSdp();
     // The DSP configuration through the DSP controller over the device's TCP link (clidsp.cpp).
     int cmdDsp();
     int dspBudget(CliDspSession &session);

@@ -3,16 +3,19 @@
 #include "cliapp.h"
 
 #include "core/app/commandplan.h"
+#include "core/app/texts.h"
 #include "core/devices/commandtargets.h"
 #include "core/devices/devmanager.h"
 #include "core/devices/deviceuistore.h"
 #include "core/mcast/flowplan.h"
+#include "core/mcast/pastedflow.h"
 #include "core/protocol/devicelink.h"
 #include "core/protocol/ipv4.h"
 #include "core/protocol/replyrouter.h"
 #include "core/routing/routeplan.h"
 
 #include <QDateTime>
+#include <QFile>
 #include <QJsonDocument>
 #include <QRandomGenerator>
 #include <QTextStream>
@@ -174,8 +177,56 @@ int CliApp::cmdRoute()
     return report(plan.command, exchange(plan.command, ctx.rxDevId));
 }
 
+// A pasted flow lives in the registry of the process that holds it; this one ends with the command. So
+// add-sdp checks the text exactly as the flows page would and, given a receive channel, subscribes it through
+// the same route plan as "route add": the subscription is the device's and outlives the run.
+int CliApp::cmdFlowAddSdp()
+{
+    DevManager &registry = m_link->registry();
+    QFile file(m_options.args.at(1));
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(2, QStringLiteral("cannot read %1: %2").arg(file.fileName(), file.errorString()));
+    const PastedFlow::Result parsed = PastedFlow::parse(QString::fromUtf8(file.read(64 * 1024)));
+    if (!parsed.ok)
+        return fail(2, parsed.refusal);
+    const QString subscribe = m_options.values.value(QStringLiteral("subscribe"));
+    bool ok = true;
+    const int flowChannel = m_options.values.value(QStringLiteral("flow-channel"), QStringLiteral("1")).toInt(&ok);
+    if (!ok || flowChannel < 1 || flowChannel > parsed.flow.chNum)
+        return fail(2, QStringLiteral("the flow has channels 1 to %1").arg(parsed.flow.chNum));
+
+    // What is already announced must be heard first, or a flow on the same group would go unnoticed.
+    CommandTargets targets;
+    QString rxName;
+    int rxChannel = 0;
+    if (!subscribe.isEmpty()) {
+        if (!splitChannel(subscribe, &rxName, &rxChannel))
+            return fail(2, QStringLiteral("--subscribe takes DEVICE:CH, not \"%1\"").arg(subscribe));
+        targets.devices.append(rxName);
+    }
+    waitForSettledTables(targets);
+    const FlowRecord &flow = parsed.flow;
+    const auto sameName = registry.findFlowByName(flow.name);
+    if (sameName && sameName->dstIp != flow.dstIp)
+        return fail(1, QStringLiteral("flow %1 on %2 has the same name").arg(flow.name, Ipv4::toText(sameName->dstIp)));
+    const DevManager::PasteResult added = registry.addPastedFlow(flow);
+    if (added.outcome == DevManager::AddressInUse)
+        return fail(1, tx(Tx::PasteAddressInUse).arg(Ipv4::toText(flow.dstIp), added.flowName));
+    if (added.outcome == DevManager::TableFull)
+        return fail(1, tx(Tx::PasteTableFull));
+    *m_out << "flow: " << flow.name << ' ' << Ipv4::toText(flow.dstIp) << ':' << flow.dstPort << " from "
+           << Ipv4::toText(flow.srcIp) << ", " << flow.chNum << " channels, " << flow.sampleRate << " Hz\n";
+    if (subscribe.isEmpty())
+        return 0;
+    m_options.args = QStringList{QStringLiteral("add"), QStringLiteral("flow:%1:%2").arg(flow.name).arg(flowChannel),
+                                 subscribe};
+    return cmdRoute();
+}
+
 int CliApp::cmdFlow()
 {
+    if (m_options.args.at(0) == QLatin1String("add-sdp"))
+        return cmdFlowAddSdp();
     DevManager &registry = m_link->registry();
     const QString devText = m_options.args.at(1);
     const bool creating = m_options.args.at(0) == QLatin1String("create");

@@ -1,9 +1,12 @@
 // The Flows page of the real program against corvane-sim's default network,
 // inside a private network namespace (tests/netns-run): a flow created on
 // the page is announced, shows in the page and as a row of the routing grid,
-// opens its details from the grid, and goes again when deleted.
+// opens its details from the grid, and goes again when deleted. With
+// CORVANE_SHOT_DIR set it also leaves pictures of the "Add flow from SDP"
+// dialog and of the question a reserved group asks, in both languages.
 #include "gui/mcast/formmcast.h"
 #include "gui/mcast/mcastwidget.h"
+#include "gui/mcast/sdppastedialog.h"
 #include "gui/mcast/streamform.h"
 #include "core/protocol/ipv4.h"
 #include "gui/routing/cellrouteform.h"
@@ -12,6 +15,7 @@
 #include "../support/programwindow.h"
 #include "../support/simulator.h"
 
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -26,6 +30,7 @@ class TestFlowsSim : public QObject
 private slots:
     void initTestCase();
     void createShowAndDelete();
+    void pictures();
 
 private:
     template<class T> T *child(const char *name) { return m_page->findChild<T *>(QLatin1String(name)); }
@@ -144,6 +149,54 @@ void TestFlowsSim::createShowAndDelete()
     QTRY_VERIFY_WITH_TIMEOUT(!registry.findFlow(group).has_value(), 5000);
     m_window->setPage(MainWindow::Routing);
     QTRY_VERIFY_WITH_TIMEOUT(grid->grid().findLine(RouteGrid::Rows, "Drum Mics") < 0, 10000);
+}
+
+void TestFlowsSim::pictures()
+{
+    if (qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR"))
+        QSKIP("set CORVANE_SHOT_DIR to keep pictures of the dialogs");
+    const QDir dir(qEnvironmentVariable("CORVANE_SHOT_DIR"));
+    m_answer.stop();
+    chooseDevice("SIM-0002");
+    for (const bool chinese : {false, true}) {
+        const QString lang = chinese ? QStringLiteral("zh") : QStringLiteral("en");
+        m_window->slot_switchLanguage(chinese);
+
+        // The dialog as it stands after a refused text: the reason under the box.
+        QTest::mouseClick(child<QPushButton>("pb_addSdp"), Qt::LeftButton);
+        SdpPasteDialog *dialog = m_page->pasteDialog();
+        QVERIFY(dialog && dialog->isVisible());
+        dialog->findChild<QPlainTextEdit *>("te_sdp")->setPlainText(
+            QStringLiteral("v=0\no=- 4242 1 IN IP4 192.168.10.77\ns=Foreign Console\nc=IN IP4 192.168.10.88\nt=0 0\n"
+                           "m=audio 5004 RTP/AVP 97\na=rtpmap:97 L24/48000/4\na=ptime:1\n"
+                           "a=ts-refclk:ptp=IEEE1588-2008:00-1D-C1-FF-FE-00-00-02:0\na=mediaclk:direct=0"));
+        QTest::mouseClick(dialog->findChild<QPushButton *>("pb_ok"), Qt::LeftButton);
+        QVERIFY(!dialog->refusal().isEmpty());
+        QTest::qWait(200); // let the window system draw it before the grab
+        QVERIFY(dialog->grab().save(dir.filePath(QStringLiteral("flows-paste-sdp-%1.png").arg(lang))));
+        QTest::mouseClick(dialog->findChild<QPushButton *>("pb_cancel"), Qt::LeftButton);
+        QTRY_VERIFY(!m_page->pasteDialog());
+
+        // A manual group on a device announcement group.
+        type("le_name", "Oops");
+        tick(0);
+        QTest::mouseClick(child<QRadioButton>("rb_manual"), Qt::LeftButton);
+        type("ip_le_0", "239");
+        type("ip_le_1", "0");
+        type("ip_le_2", "0");
+        type("ip_le_3", "188");
+        bool shot = false;
+        NoticeAnswers::onNextModal([&](QWidget *box) {
+            QTest::qWait(200);
+            shot = box->grab().save(dir.filePath(QStringLiteral("flows-address-conflict-%1.png").arg(lang)));
+            NoticeAnswers::click(box, "pb_no");
+        });
+        QTest::mouseClick(child<QPushButton>("pb_create"), Qt::LeftButton);
+        QVERIFY(shot);
+        tick(0);
+    }
+    m_window->slot_switchLanguage(false);
+    m_answer.start();
 }
 
 QTEST_MAIN(TestFlowsSim)

@@ -3,6 +3,7 @@
 #include "core/devices/devmanager.h"
 #include "gui/mcast/formmcast.h"
 #include "gui/mcast/mcastwidget.h"
+#include "gui/mcast/sdppastedialog.h"
 #include "gui/mcast/streamform.h"
 #include "core/protocol/ipv4.h"
 #include "gui/widgets/noticebox.h"
@@ -11,6 +12,7 @@
 #include "../support/packets.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLabel>
@@ -65,12 +67,15 @@ private slots:
     void deleteAsksAndSendsTheSelectedFlow();
     void rowDetailsAndSelectionStyle();
     void followsTheRegistry();
+    void pastedSdpIsRefusedOrAdded();
+    void pastedFlowIsRemovedAfterAsking();
 
 private:
     void click(QWidget *w) { QTest::mouseClick(w, Qt::LeftButton); }
     template<class T> T *child(const char *name) { return m_form->findChild<T *>(QLatin1String(name)); }
     void tick(int channel);
     void type(const char *field, const QString &text);
+    SdpPasteDialog *pasteSdp(const QString &text);
 
     DevManager *m_reg = nullptr;
     StreamForm *m_form = nullptr;
@@ -260,6 +265,96 @@ void TestFlowsPage::followsTheRegistry()
     QCOMPARE(m_form->currentDevId(), QStringLiteral("TX2"));
     QCOMPARE(m_form->flowRows().size(), 0);
     QCOMPARE(child<QListWidget>("lw_channels")->count(), 2);
+}
+
+// Opens the dialog with the button and pastes text into its box, as the operator does.
+SdpPasteDialog *TestFlowsPage::pasteSdp(const QString &text)
+{
+    if (!m_form->pasteDialog())
+        click(child<QPushButton>("pb_addSdp"));
+    SdpPasteDialog *dialog = m_form->pasteDialog();
+    if (!dialog || !dialog->isVisible())
+        return nullptr;
+    auto *box = dialog->findChild<QPlainTextEdit *>("te_sdp");
+    box->selectAll();
+    QTest::keyClick(box, Qt::Key_Delete);
+    QApplication::clipboard()->setText(text);
+    QTest::keySequence(box, QKeySequence::Paste);
+    // The box keeps line feeds only.
+    return box->toPlainText() == QString(text).remove(QLatin1Char('\r')) ? dialog : nullptr;
+}
+
+void TestFlowsPage::pastedSdpIsRefusedOrAdded()
+{
+    auto *pasted = child<QListWidget>("lw_pasted");
+    QCOMPARE(pasted->count(), 0);
+    QCOMPARE(child<QPushButton>("pb_addSdp")->text(), QStringLiteral("Add flow from SDP…"));
+    const QString good = QString::fromUtf8(Packets::sdp("Foreign", "10.0.0.50", "239.77.1.2", 5006, 4));
+
+    // A unicast description: its reason under the box, nothing added, the dialog stays for another try.
+    SdpPasteDialog *dialog = pasteSdp(QString(good).replace("239.77.1.2", "10.0.0.60"));
+    QVERIFY(dialog);
+    QCOMPARE(dialog->title(), QStringLiteral("Add flow from SDP"));
+    click(dialog->findChild<QPushButton *>("pb_ok"));
+    QVERIFY(dialog->isVisible());
+    auto *refusal = dialog->findChild<QLabel *>("lb_refusal");
+    QVERIFY2(refusal->text().contains("not a multicast group"), qPrintable(refusal->text()));
+    QCOMPARE(m_reg->flowCount(), 0);
+
+    // Editing takes the reason away; a group another flow already has is refused with that flow's name.
+    const QByteArray taken = Packets::sap(Packets::sdp("Stage", "10.0.0.1", "239.77.1.2"));
+    m_reg->intakeSap(taken.constData(), taken.size(), 0, 9875);
+    QVERIFY(pasteSdp(good));
+    QVERIFY(refusal->text().isEmpty());
+    click(dialog->findChild<QPushButton *>("pb_ok"));
+    QCOMPARE(refusal->text(), QStringLiteral("Flow Stage already uses 239.77.1.2: nothing was added."));
+
+    // Cancel leaves everything as it was.
+    click(dialog->findChild<QPushButton *>("pb_cancel"));
+    QTRY_VERIFY(!m_form->pasteDialog());
+    QCOMPARE(m_reg->flowCount(), 1);
+
+    // A usable one on a free group closes the dialog and is listed, in either language.
+    dialog = pasteSdp(QString(good).replace("239.77.1.2", "239.77.1.3"));
+    QVERIFY(dialog);
+    Language::setChinese(true);
+    QEvent change(QEvent::LanguageChange);
+    QApplication::sendEvent(dialog, &change);
+    QCOMPARE(dialog->title(), QStringLiteral("从 SDP 添加组播流"));
+    QCOMPARE(dialog->findChild<QPushButton *>("pb_ok")->text(), QStringLiteral("添加"));
+    click(dialog->findChild<QPushButton *>("pb_ok"));
+    QTRY_VERIFY(!m_form->pasteDialog());
+    const auto flow = m_reg->findFlow(Ipv4::fromText("239.77.1.3"));
+    QVERIFY(flow && flow->pasted);
+    QCOMPARE(pasted->count(), 1);
+    QCOMPARE(pasted->item(0)->text(), QStringLiteral("Foreign\n239.77.1.3:5006 · 10.0.0.50"));
+    QCOMPARE(child<QLabel>("lb_pasted")->text(), QStringLiteral("从 SDP 添加的组播流"));
+}
+
+void TestFlowsPage::pastedFlowIsRemovedAfterAsking()
+{
+    QVERIFY(!child<QPushButton>("pb_removePasted")->isEnabled());
+    FlowRecord flow;
+    flow.name = QStringLiteral("Foreign");
+    flow.srcIp = Ipv4::fromText("10.0.0.50");
+    flow.dstIp = Ipv4::fromText("239.77.1.2");
+    flow.chNum = 2;
+    QCOMPARE(m_reg->addPastedFlow(flow).outcome, DevManager::Added);
+    m_form->slot_refresh();
+    auto *pasted = child<QListWidget>("lw_pasted");
+    QCOMPARE(pasted->count(), 1);
+    QTest::mouseClick(pasted->viewport(), Qt::LeftButton, {}, pasted->visualItemRect(pasted->item(0)).center());
+    QString text;
+    answerNextBox("pb_no", &text);
+    click(child<QPushButton>("pb_removePasted"));
+    QVERIFY2(text.startsWith("Remove flow Foreign?"), qPrintable(text));
+    QVERIFY(m_reg->findFlow(flow.dstIp));
+    answerNextBox("pb_yes");
+    click(child<QPushButton>("pb_removePasted"));
+    QVERIFY(!m_reg->findFlow(flow.dstIp));
+    QCOMPARE(pasted->count(), 0);
+    QVERIFY(!child<QPushButton>("pb_removePasted")->isEnabled());
+    QCOMPARE(child<QLabel>("lb_pasted")->text(), QStringLiteral("No flow added from SDP."));
 }
 
 QTEST_MAIN(TestFlowsPage)

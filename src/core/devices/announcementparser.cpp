@@ -83,7 +83,13 @@ FlowAnnouncement AnnouncementParser::parseSap(const char *data, int length)
         return out;
     out.valid = true;
     out.deletion = d.versionFlags & kSapDeletionFlag;
-    FlowRecord &flow = out.flow;
+    out.flow = flowOf(d);
+    return out;
+}
+
+FlowRecord AnnouncementParser::flowOf(const FlowDescription &d)
+{
+    FlowRecord flow;
     flow.name = d.sessionName;
     // SDP lines end in CRLF and the session name keeps the CR; a name shown
     // to the operator does not.
@@ -98,5 +104,5 @@ FlowAnnouncement AnnouncementParser::parseSap(const char *data, int length)
     flow.pFrameNum = d.framesPerPacket;
     std::memcpy(flow.gmClkId, d.gmClkId, sizeof flow.gmClkId);
     flow.rtpTsOffset = d.rtpTsOffset;
-    return out;
+    return flow;
 }

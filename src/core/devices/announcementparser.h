@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/devices/devicerecord.h"
+#include "core/protocol/sapparser.h"
 
 #include <QJsonObject>
 
@@ -39,4 +40,6 @@ public:
     static bool readDevice(const QJsonObject &obj, DevRecord *out);
 
     static FlowAnnouncement parseSap(const char *data, int length);
+    /// The flow record of a parsed description (countdown 0).
+    static FlowRecord flowOf(const FlowDescription &d);
 };

@@ -161,4 +161,6 @@ struct FlowRecord
     quint32 rtpTsOffset = 0;
     /// Milliseconds left before the flow counts as gone.
     qint32 countdown = 0;
+    /// Given by the operator as an SDP text: it does not age.
+    bool pasted = false;
 };

@@ -97,33 +97,82 @@ void DevManager::intakeSap(const char *data, int length, quint32, quint16)
         QMutexLocker lock(&m_mutex);
         const auto found = m_flowIndex.constFind(a.flow.dstIp);
         if (a.deletion) {
-            // A sender that stops says so: the flow goes at once instead of lingering for two minutes.
+            // A sender that stops says so: the flow goes at once instead of lingering for two minutes, pasted or not.
             if (found == m_flowIndex.constEnd())
                 return;
-            m_flows[size_t(*found)].countdown = 0;
-            notices.append(flowNotice(RegistryNotice::FlowRemoved, m_flows[size_t(*found)]));
-            m_activeFlows.removeOne(*found);
-            m_flowIndex.erase(found);
+            notices.append(eraseFlowLocked(*found));
         } else {
             a.flow.countdown = kLifetimeMs;
             if (found != m_flowIndex.constEnd()) {
+                // A pasted flow that turns out to be announced stays the operator's: it still does not age.
+                a.flow.pasted = m_flows[size_t(*found)].pasted;
                 m_flows[size_t(*found)] = a.flow;
                 return;
             }
-            int free = -1;
-            for (int i = 0; i < kSlots && free < 0; ++i)
-                if (m_flows[size_t(i)].countdown < 1)
-                    free = i;
-            if (free < 0)
+            if (!insertFlowLocked(a.flow))
                 return;
-            m_flows[size_t(free)] = a.flow;
-            m_activeFlows.append(free);
-            m_flowIndex.insert(a.flow.dstIp, free);
             notices.append(flowNotice(RegistryNotice::FlowAdded, a.flow));
         }
         m_dirty = true;
     }
     notifyAll(notices);
+}
+
+DevManager::PasteResult DevManager::addPastedFlow(FlowRecord flow)
+{
+    Notices notices;
+    {
+        QMutexLocker lock(&m_mutex);
+        const auto found = m_flowIndex.constFind(flow.dstIp);
+        if (found != m_flowIndex.constEnd())
+            return PasteResult{AddressInUse, m_flows[size_t(*found)].name};
+        flow.pasted = true;
+        flow.countdown = kLifetimeMs;
+        if (!insertFlowLocked(flow))
+            return PasteResult{TableFull, QString()};
+        notices.append(flowNotice(RegistryNotice::FlowAdded, flow));
+        m_dirty = true;
+    }
+    notifyAll(notices);
+    return PasteResult{Added, flow.name};
+}
+
+bool DevManager::removePastedFlow(quint32 dstIp)
+{
+    Notices notices;
+    {
+        QMutexLocker lock(&m_mutex);
+        const auto found = m_flowIndex.constFind(dstIp);
+        if (found == m_flowIndex.constEnd() || !m_flows[size_t(*found)].pasted)
+            return false;
+        notices.append(eraseFlowLocked(*found));
+        m_dirty = true;
+    }
+    notifyAll(notices);
+    return true;
+}
+
+bool DevManager::insertFlowLocked(const FlowRecord &flow)
+{
+    int free = -1;
+    for (int i = 0; i < kSlots && free < 0; ++i)
+        if (m_flows[size_t(i)].countdown < 1)
+            free = i;
+    if (free < 0)
+        return false;
+    m_flows[size_t(free)] = flow;
+    m_activeFlows.append(free);
+    m_flowIndex.insert(flow.dstIp, free);
+    return true;
+}
+
+RegistryNotice DevManager::eraseFlowLocked(int slot)
+{
+    FlowRecord &f = m_flows[size_t(slot)];
+    f.countdown = 0;
+    m_activeFlows.removeOne(slot);
+    m_flowIndex.remove(f.dstIp);
+    return flowNotice(RegistryNotice::FlowRemoved, f);
 }
 
 bool DevManager::intakeReply(const QJsonObject &reply, quint32 senderIp)
@@ -200,7 +249,9 @@ void DevManager::clock(int elapsedMs)
         }
         for (int i = 0; i < m_activeFlows.size();) {
             FlowRecord &f = m_flows[size_t(m_activeFlows.at(i))];
-            f.countdown -= elapsedMs;
+            // A pasted flow is nobody's announcement: it stays until removed.
+            if (!f.pasted)
+                f.countdown -= elapsedMs;
             if (f.countdown < 1) {
                 notices.append(flowNotice(RegistryNotice::FlowRemoved, f));
                 m_flowIndex.remove(f.dstIp);

@@ -47,6 +47,19 @@ public:
     bool intakeAnnouncement(const char *data, int length, quint32 senderIp, quint16 senderPort);
     /// One datagram of the SAP socket.
     void intakeSap(const char *data, int length, quint32 senderIp, quint16 senderPort);
+    enum PasteOutcome { Added, AddressInUse, TableFull };
+    struct PasteResult
+    {
+        PasteOutcome outcome = Added;
+        QString flowName; // AddressInUse: the flow already on the address
+    };
+    /// A flow the operator gave as an SDP text: kept, without ageing, until
+    /// removePastedFlow or a SAP deletion of its group. Nothing is added when
+    /// another flow has its group.
+    PasteResult addPastedFlow(FlowRecord flow);
+    /// False when no pasted flow has this group (announced flows age instead).
+    bool removePastedFlow(quint32 dstIp);
+
     /// A reply to one of the poller's table requests or a channel-name page.
     /// False when the operation is not one of them.
     bool intakeReply(const QJsonObject &reply, quint32 senderIp);
@@ -85,6 +98,8 @@ private:
     int findDeviceSlotByIpLocked(quint32 ip) const;
     bool storeDevice(const DevRecord &rec, Notices *notices);
     static RegistryNotice deviceNotice(RegistryNotice::Kind kind, const DevRecord &rec);
+    bool insertFlowLocked(const FlowRecord &flow);
+    RegistryNotice eraseFlowLocked(int slot);
     static RegistryNotice flowNotice(RegistryNotice::Kind kind, const FlowRecord &flow);
 
     mutable QMutex m_mutex;

@@ -1,6 +1,7 @@
 #include "core/mcast/flowplan.h"
 
 #include "core/app/texts.h"
+#include "core/mcast/flowaddress.h"
 #include "core/protocol/ipv4.h"
 
 #include <QJsonArray>
@@ -10,14 +11,6 @@ namespace {
 QString num(qint64 v)
 {
     return QString::number(v);
-}
-
-bool flowKnown(const QVector<FlowRecord> &flows, quint32 dstIp)
-{
-    for (const FlowRecord &f : flows)
-        if (f.dstIp == dstIp)
-            return true;
-    return false;
 }
 
 } // namespace
@@ -44,12 +37,13 @@ CommandPlan FlowPlan::create(const Device &dev, const CreateInput &in, const QVe
     if (in.mode == Automatic) {
         const QString head = in.octets[0] + QLatin1Char('.') + in.octets[1] + QLatin1Char('.');
         QString address;
-        // A group no known flow uses; bounded so a full range cannot hang the page.
+        // A group no known flow uses and the network does not reserve; bounded so a full range cannot hang the
+        // page (the confirmation below then names what is wrong with the last one drawn).
         for (int attempt = 0; attempt < 100000; ++attempt) {
             const int a = randomSource() % 252 + 2;
             const int b = randomSource() % 252 + 2;
             address = head + num(a) + QLatin1Char('.') + num(b);
-            if (!flowKnown(knownFlows, Ipv4::fromText(address)))
+            if (FlowAddress::conflict(Ipv4::fromText(address), knownFlows).isEmpty())
                 break;
         }
         sdp.insert(QStringLiteral("dstIp"), address);
@@ -74,13 +68,18 @@ CommandPlan FlowPlan::create(const Device &dev, const CreateInput &in, const QVe
         sdp.insert(QStringLiteral("dstPort"), in.port);
     }
 
-    return CommandPlan{{},
-                       QJsonObject{{QStringLiteral("ops"), QStringLiteral("setMcastTx")},
-                                   {QStringLiteral("devId"), dev.devId()},
-                                   {QStringLiteral("name"), in.name},
-                                   {QStringLiteral("srcChIdArr"), channels},
-                                   {QStringLiteral("sdp"), sdp}},
-                       0};
+    CommandPlan plan;
+    if (sdp.contains(QLatin1String("dstIp"))) {
+        const QString why = FlowAddress::conflict(Ipv4::fromText(sdp.value(QLatin1String("dstIp")).toString()), knownFlows);
+        if (!why.isEmpty())
+            plan.steps.append({PlanStep::Confirm, tx(Tx::FlowAddressConfirm).arg(why)});
+    }
+    plan.command = QJsonObject{{QStringLiteral("ops"), QStringLiteral("setMcastTx")},
+                               {QStringLiteral("devId"), dev.devId()},
+                               {QStringLiteral("name"), in.name},
+                               {QStringLiteral("srcChIdArr"), channels},
+                               {QStringLiteral("sdp"), sdp}};
+    return plan;
 }
 
 CommandPlan FlowPlan::remove(const Device &dev, const QString &selectedDstIp)

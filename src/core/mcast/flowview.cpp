@@ -3,6 +3,8 @@
 #include "core/protocol/ipv4.h"
 #include "core/routing/hiddenchannels.h"
 
+#include <algorithm>
+
 namespace {
 
 QString addressPort(quint32 ip, quint16 port)
@@ -48,6 +50,17 @@ Details details(const FlowRecord &flow, const QVector<Device> &devices)
     // Without the creator's table the channels are still counted.
     for (int ch = d.channels.size(); ch < flow.chNum; ++ch)
         d.channels.append(QString::number(ch + 1));
+    for (const Device &dev : devices) {
+        bool subscribed = false;
+        for (int ch = 0; ch < dev.tables.rxCh.size() && !subscribed; ++ch) {
+            const RtpChItem *route = dev.routeOf(ch);
+            subscribed = route && route->isMulticast() && route->dstIp == flow.dstIp;
+        }
+        if (subscribed)
+            d.subscribers.append(QStringLiteral("%1 (%2)").arg(dev.rec.name.str(), Ipv4::toText(dev.rec.ip)));
+    }
+    std::sort(d.subscribers.begin(), d.subscribers.end(),
+              [](const QString &a, const QString &b) { return QString::localeAwareCompare(a, b) < 0; });
     return d;
 }
 

@@ -18,6 +18,9 @@ struct Details
     QString name;
     QString addressPort; // "239.69.12.34:5004"
     QStringList channels;
+    /// "name (address)" of each device with a channel subscribed to the flow,
+    /// by name.
+    QStringList subscribers;
 };
 
 /// One transmit flow of a device, as a row of the stream page.
@@ -34,7 +37,8 @@ struct TxRow
     }
 };
 
-/// The creator is found by the flow's source address among the devices.
+/// The creator is found by the flow's source address among the devices; the
+/// subscribers by their route tables.
 Details details(const FlowRecord &flow, const QVector<Device> &devices);
 /// A flow of the device's own transmit table, for when it is not (or not
 /// yet) announced; empty name when the device sends nothing to dstIp.

@@ -169,10 +169,37 @@ unsigned long SapParser::cNumber(const char *text, const char **end)
 
 bool SapParser::parse(const char *data, int length, FlowDescription *out)
 {
-    if (!data || !out || length < kHeaderBytes || length > MaxDatagram)
-        return false;
+    return check(data, length, out) == Accepted;
+}
+
+SapParser::Refusal SapParser::parseSdpText(const QByteArray &sdp, FlowDescription *out)
+{
+    if (sdp.size() > MaxDatagram - kHeaderBytes)
+        return TooLong;
+    // A pasted description comes without the SAP header; a blank one in front lets it take the very path the
+    // announcements take.
+    QByteArray datagram(kPayloadTypeOffset, '\0');
+    datagram.append(kPayloadType, int(sizeof(kPayloadType)));
+    datagram.append(sdp);
+    FlowDescription d;
+    const Refusal r = check(datagram.constData(), datagram.size(), &d);
+    if (r != Accepted)
+        return r;
+    // An announcement names whatever group its sender uses; a flow to subscribe to must be a multicast one.
+    if ((d.dstIp >> 28) != 0xe)
+        return UnicastAddress;
+    *out = d;
+    return Accepted;
+}
+
+SapParser::Refusal SapParser::check(const char *data, int length, FlowDescription *out)
+{
+    if (!data || !out || length < kHeaderBytes)
+        return NotSdp;
+    if (length > MaxDatagram)
+        return TooLong;
     if (std::memcmp(data + kPayloadTypeOffset, kPayloadType, sizeof(kPayloadType)) != 0)
-        return false;
+        return NotSdp;
 
     // The searches below are C string searches; a private zero-terminated copy keeps them inside the datagram.
     char buffer[MaxDatagram + 1];
@@ -183,7 +210,7 @@ bool SapParser::parse(const char *data, int length, FlowDescription *out)
 
     const char *name = after(sdp, kSessionName);
     if (!name)
-        return false;
+        return NoSessionName;
     // A session name running to the end of the text has no line break to stop at; the name is all there is.
     const char *nameEnd = std::strchr(name, '\n');
     const int nameLength = nameEnd ? int(nameEnd - name) : int(std::strlen(name));
@@ -195,15 +222,17 @@ bool SapParser::parse(const char *data, int length, FlowDescription *out)
     if (const char *filter = after(sdp, kSourceFilter)) {
         const char *p = readAddress(filter, &dstIp);
         if (!p || !(p = std::strchr(p, ' ')) || !readAddress(p + 1, &srcIp))
-            return false;
+            return NoConnection;
     } else {
-        if (!readAddress(after(sdp, kOriginAddress), &srcIp) || !readAddress(after(sdp, kConnection), &dstIp))
-            return false;
+        if (!readAddress(after(sdp, kOriginAddress), &srcIp))
+            return NoOrigin;
+        if (!readAddress(after(sdp, kConnection), &dstIp))
+            return NoConnection;
     }
 
     quint64 port = 0;
     if (!readNumber(after(sdp, kMedia), 0xffff, &port))
-        return false;
+        return NoMedia;
 
     const char *rtpMap = after(sdp, kRtpMap);
     const char *bitsText = rtpMap ? after(rtpMap, " L") : nullptr;
@@ -213,32 +242,36 @@ bool SapParser::parse(const char *data, int length, FlowDescription *out)
     const char *p = readNumber(bitsText, kMaxU32, &bits);
     if (!p || !(p = std::strchr(p, '/')) || !(p = readNumber(p + 1, kMaxU32, &rate)) || !(p = std::strchr(p, '/'))
         || !readNumber(p + 1, kMaxU32, &channels)) {
-        return false;
+        return UnsupportedPayload;
     }
 
     const char *ptimeText = after(sdp, kPtime);
     double ptimeMs = 0.0;
     if (!ptimeText || !readDecimal(ptimeText, &ptimeMs))
-        return false;
+        return NoPacketTime;
     // Integer kHz first, as the devices count it: 44.1 kHz at 1 ms is 44 frames, not 44.1. The 0.01 keeps a
     // decimal packet time that has no exact binary form from landing a hair below a whole frame count.
     const double frames = ptimeMs * double(rate / 1000) + 0.01;
     if (!(frames < double(kMaxU32) + 1.0))
-        return false;
+        return NoPacketTime;
 
     const char *clock = after(sdp, kRefClock);
     if (!clock || std::strlen(clock) < size_t(kClockIdChars))
-        return false;
+        return NoReferenceClock;
 
     quint64 rtpOffset = 0;
     if (!readNumber(after(sdp, kMediaClock), kMaxU32, &rtpOffset))
-        return false;
+        return NoMediaClock;
 
     const quint64 bytesPerSample = bits / 8;
-    if (channels < 1 || channels > 8 || bytesPerSample < 1 || bytesPerSample > 4 || srcIp == 0 || dstIp == 0
-        || port == 0) {
-        return false;
-    }
+    if (channels < 1 || channels > 8 || bytesPerSample < 1 || bytesPerSample > 4)
+        return UnsupportedPayload;
+    if (srcIp == 0)
+        return NoOrigin;
+    if (dstIp == 0)
+        return NoConnection;
+    if (port == 0)
+        return NoMedia;
 
     out->versionFlags = header[0];
     out->authLength = header[1];
@@ -256,5 +289,5 @@ bool SapParser::parse(const char *data, int length, FlowDescription *out)
     std::memcpy(out->gmClkId, clock, kClockIdChars);
     out->gmClkId[kClockIdChars] = '\0';
     out->rtpTsOffset = quint32(rtpOffset);
-    return true;
+    return Accepted;
 }

@@ -47,6 +47,15 @@ McastWidget::McastWidget(QWidget *parent)
                                              " border: 1px solid rgb(62, 65, 75); }"));
     m_channels->setMinimumSize(scaled(300), scaled(110));
     grid->addWidget(m_channels, 5, 1);
+    m_subscribersCaption = new QLabel(body);
+    m_subscribersCaption->setStyleSheet(QStringLiteral("color: rgb(130, 132, 145);"));
+    grid->addWidget(m_subscribersCaption, 6, 0, Qt::AlignTop | Qt::AlignRight);
+    m_subscribers = new QLabel(body);
+    m_subscribers->setObjectName(QStringLiteral("lb_subscribers"));
+    m_subscribers->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_subscribers->setStyleSheet(QStringLiteral("color: white;"));
+    m_subscribers->setWordWrap(true);
+    grid->addWidget(m_subscribers, 6, 1);
     grid->setColumnStretch(1, 1);
     contentLayout()->addWidget(body);
     resize(scaled(460), sizeHint().height());
@@ -73,6 +82,9 @@ void McastWidget::retranslate()
     for (int i = 0; i < m_details.channels.size(); ++i)
         lines.append(QString::number(i + 1) + QStringLiteral(". ") + m_details.channels.at(i));
     m_channels->setPlainText(lines.join(QLatin1Char('\n')));
+    m_subscribersCaption->setText(tx(Tx::McastSubscribers));
+    m_subscribers->setText(m_details.subscribers.isEmpty() ? tx(Tx::McastNoSubscribers)
+                                                           : m_details.subscribers.join(QLatin1Char('\n')));
 }
 
 void McastWidget::changeEvent(QEvent *event)

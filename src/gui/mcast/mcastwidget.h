@@ -31,4 +31,6 @@ private:
     QLabel *m_name;
     QLabel *m_addressPort;
     QPlainTextEdit *m_channels;
+    QLabel *m_subscribersCaption;
+    QLabel *m_subscribers;
 };

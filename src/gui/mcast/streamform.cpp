@@ -2,6 +2,7 @@
 
 #include "gui/mcast/formmcast.h"
 #include "gui/mcast/mcastwidget.h"
+#include "gui/mcast/sdppastedialog.h"
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "core/devices/devmanager.h"
@@ -12,6 +13,7 @@
 #include "gui/widgets/planrunner.h"
 
 #include <QButtonGroup>
+#include <algorithm>
 #include <QDateTime>
 #include <QEvent>
 #include <QGridLayout>
@@ -62,7 +64,7 @@ const char kListStyle[] = "QListWidget { background: rgb(27, 28, 33); border: no
 
 } // namespace
 
-StreamForm::StreamForm(const DevManager &registry, QWidget *parent)
+StreamForm::StreamForm(DevManager &registry, QWidget *parent)
     : QWidget(parent)
     , m_registry(registry)
 {
@@ -80,7 +82,11 @@ StreamForm::StreamForm(const DevManager &registry, QWidget *parent)
     auto *layout = new QHBoxLayout(this);
     layout->setContentsMargins(scaled(16), scaled(14), scaled(16), scaled(14));
     layout->setSpacing(scaled(12));
-    layout->addWidget(buildDevicePanel(), 1);
+    auto *left = new QVBoxLayout;
+    left->setSpacing(scaled(12));
+    left->addWidget(buildDevicePanel(), 2);
+    left->addWidget(buildPastedPanel(), 1);
+    layout->addLayout(left, 1);
     layout->addLayout(right, 2);
 
     retranslate();
@@ -106,6 +112,44 @@ QWidget *StreamForm::buildDevicePanel()
     l->setContentsMargins(scaled(10), scaled(10), scaled(10), scaled(10));
     l->addWidget(m_devicesCaption);
     l->addWidget(m_devices, 1);
+    return w;
+}
+
+QWidget *StreamForm::buildPastedPanel()
+{
+    QWidget *w = panel(this, "wd_pasted");
+    m_pastedCaption = caption(w, "lb_pasted");
+    m_pasted = new QListWidget(w);
+    m_pasted->setObjectName(QStringLiteral("lw_pasted"));
+    m_pasted->setStyleSheet(QLatin1String(kListStyle));
+    m_addSdp = new QPushButton(w);
+    m_addSdp->setObjectName(QStringLiteral("pb_addSdp"));
+    connect(m_addSdp, &QPushButton::clicked, this, &StreamForm::on_pb_addSdp_clicked);
+    m_removePasted = new QPushButton(w);
+    m_removePasted->setObjectName(QStringLiteral("pb_removePasted"));
+    connect(m_removePasted, &QPushButton::clicked, this, &StreamForm::on_pb_removePasted_clicked);
+    connect(m_pasted, &QListWidget::currentItemChanged, this,
+            [this](QListWidgetItem *item) { m_removePasted->setEnabled(item != nullptr); });
+    connect(m_pasted, &QListWidget::itemDoubleClicked, this, [this](QListWidgetItem *item) {
+        const auto flow = m_registry.findFlow(item->data(Qt::UserRole).toUInt());
+        if (!flow)
+            return;
+        if (!m_details)
+            m_details = new McastWidget(this);
+        m_details->setAttribute(Qt::WA_DeleteOnClose);
+        m_details->setDetails(FlowView::details(*flow, m_registry.devices()));
+        m_details->show();
+        m_details->raise();
+    });
+    auto *buttons = new QHBoxLayout;
+    buttons->addWidget(m_addSdp);
+    buttons->addStretch(1);
+    buttons->addWidget(m_removePasted);
+    auto *l = new QVBoxLayout(w);
+    l->setContentsMargins(scaled(10), scaled(10), scaled(10), scaled(10));
+    l->addWidget(m_pastedCaption);
+    l->addWidget(m_pasted, 1);
+    l->addLayout(buttons);
     return w;
 }
 
@@ -257,6 +301,62 @@ void StreamForm::slot_refresh()
     showDevices();
     showFlows();
     showChannels();
+    showPasted();
+}
+
+void StreamForm::showPasted()
+{
+    QVector<FlowRecord> flows = m_registry.flows();
+    flows.erase(std::remove_if(flows.begin(), flows.end(), [](const FlowRecord &f) { return !f.pasted; }), flows.end());
+    std::sort(flows.begin(), flows.end(), [](const FlowRecord &a, const FlowRecord &b) { return a.dstIp < b.dstIp; });
+    QStringList texts;
+    for (const FlowRecord &f : qAsConst(flows))
+        texts.append(QStringLiteral("%1\n%2:%3 · %4").arg(f.name, Ipv4::toText(f.dstIp)).arg(f.dstPort).arg(Ipv4::toText(f.srcIp)));
+    QStringList shown;
+    for (int i = 0; i < m_pasted->count(); ++i)
+        shown.append(m_pasted->item(i)->text());
+    if (shown != texts) {
+        const quint32 selected = m_pasted->currentItem() ? m_pasted->currentItem()->data(Qt::UserRole).toUInt() : 0;
+        const QSignalBlocker block(m_pasted);
+        m_pasted->clear();
+        for (int i = 0; i < flows.size(); ++i) {
+            auto *item = new QListWidgetItem(texts.at(i), m_pasted);
+            item->setData(Qt::UserRole, flows.at(i).dstIp);
+            if (flows.at(i).dstIp == selected)
+                m_pasted->setCurrentItem(item);
+        }
+    }
+    m_pastedCaption->setText(flows.isEmpty() ? tx(Tx::PastedNone) : tx(Tx::PastedFlows));
+    m_removePasted->setEnabled(m_pasted->currentItem() != nullptr);
+}
+
+SdpPasteDialog *StreamForm::pasteDialog() const
+{
+    return m_paste;
+}
+
+void StreamForm::on_pb_addSdp_clicked()
+{
+    if (!m_paste) {
+        m_paste = new SdpPasteDialog(m_registry, this);
+        m_paste->setAttribute(Qt::WA_DeleteOnClose);
+        connect(m_paste, &QDialog::accepted, this, &StreamForm::showPasted);
+    }
+    m_paste->open();
+    m_paste->raise();
+}
+
+void StreamForm::on_pb_removePasted_clicked()
+{
+    QListWidgetItem *item = m_pasted->currentItem();
+    if (!item)
+        return;
+    const quint32 group = item->data(Qt::UserRole).toUInt();
+    const auto flow = m_registry.findFlow(group);
+    if (!flow || !NoticeBox::confirm(this, tx(Tx::PastedRemoveConfirm).arg(flow->name)))
+        return;
+    m_registry.removePastedFlow(group);
+    showPasted();
 }
 
 void StreamForm::showDevices()
@@ -449,6 +549,8 @@ void StreamForm::retranslate()
     m_addressCaption->setText(tx(Tx::StreamAddress));
     m_portCaption->setText(tx(Tx::StreamPort));
     m_create->setText(tx(Tx::StreamCreate));
+    m_addSdp->setText(tx(Tx::PasteButton));
+    m_removePasted->setText(tx(Tx::PastedRemove));
 }
 
 void StreamForm::changeEvent(QEvent *event)

@@ -16,6 +16,7 @@ class QLineEdit;
 class QListWidget;
 class QPushButton;
 class QRadioButton;
+class SdpPasteDialog;
 
 /// The flows page: the devices that can transmit, the flows the chosen one
 /// sends, and the actions that create and delete them. The checks are
@@ -24,7 +25,7 @@ class StreamForm : public QWidget
 {
     Q_OBJECT
 public:
-    explicit StreamForm(const DevManager &registry, QWidget *parent = nullptr);
+    explicit StreamForm(DevManager &registry, QWidget *parent = nullptr);
 
     /// The transmitting device shown, or empty.
     QString currentDevId() const { return m_devId; }
@@ -36,6 +37,8 @@ public:
     void setRandomSource(std::function<int()> source) { m_random = std::move(source); }
     /// The dialog of the last flow whose details were opened, if still open.
     McastWidget *detailsDialog() const { return m_details; }
+    /// The open "Add flow from SDP" dialog, if any.
+    SdpPasteDialog *pasteDialog() const;
 
 signals:
     void signal_sendUdp(const QString &json, const QString &tag);
@@ -46,6 +49,8 @@ public slots:
     void on_pb_create_clicked();
     void on_pb_delete_clicked();
     void on_pb_details_clicked();
+    void on_pb_addSdp_clicked();
+    void on_pb_removePasted_clicked();
 
 protected:
     void changeEvent(QEvent *event) override;
@@ -54,6 +59,8 @@ private:
     QWidget *buildDevicePanel();
     QWidget *buildFlowPanel();
     QWidget *buildCreatePanel();
+    QWidget *buildPastedPanel();
+    void showPasted();
     void showDevices();
     void showFlows();
     void showChannels();
@@ -62,10 +69,11 @@ private:
     void openDetails(int row);
     void retranslate();
 
-    const DevManager &m_registry;
+    DevManager &m_registry;
     QString m_devId;
     std::function<int()> m_random;
     QPointer<McastWidget> m_details;
+    QPointer<SdpPasteDialog> m_paste;
 
     QLabel *m_devicesCaption;
     QListWidget *m_devices;
@@ -88,5 +96,9 @@ private:
     QLabel *m_portCaption;
     QLineEdit *m_port;
     QPushButton *m_create;
+    QLabel *m_pastedCaption;
+    QListWidget *m_pasted;
+    QPushButton *m_addSdp;
+    QPushButton *m_removePasted;
     PlanRunner *m_runner = nullptr;
 };
