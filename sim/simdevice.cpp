@@ -33,12 +33,6 @@ namespace {
 
 const int pageLimit = 1400;
 
-template <class Part, QString (Part::*method)(const QJsonObject &, QJsonObject &)>
-QString call(SimDevice &device, const QJsonObject &req, QJsonObject &r)
-{
-    return (device.part<Part>().*method)(req, r);
-}
-
 } // namespace
 
 const QString SimDevice::zeroClockId = QStringLiteral("00-00-00-00-00-00-00-00");
@@ -439,92 +433,54 @@ const QHash<QString, SimDevice::Op> &SimDevice::operations()
               "getAllChNameRx",      "getAllChNameTx",      "getAllPhyChNameRx",   "getAllPhyChNameTx",
               "getAllPhyVolumeDbRx", "getAllPhyVolumeDbTx", "getAllVolumeDbRx",    "getAllVolumeDbTx",
               "getAllPhyGainDbRx",   "getAllPhyGainDbTx",   "getAllPhyMuteRx",     "getAllPhyMuteTx"})
-            add(n, &call<SimDevice, &SimDevice::opPaged>, control, Op::Free);
-        add("setUcastRx", &call<SimRouting, &SimRouting::opSetUcastRx>, control, Op::Routing);
-        add("setMcastRx", &call<SimRouting, &SimRouting::opSetMcastRx>, control, Op::Routing);
-        add("clrRxCh", &call<SimRouting, &SimRouting::opClrRxCh>, control, Op::Routing);
-        add("setMcastTx", &call<SimFlows, &SimFlows::opSetMcastTx>, control, Op::Routing);
-        add("clrMcastTx", &call<SimFlows, &SimFlows::opClrMcastTx>, control, Op::Routing);
-        add("setDevName", &call<SimSettings, &SimSettings::opSetDevName>, control, Op::Setting);
+            add(n, &partCall<SimDevice, &SimDevice::opPaged>, control, Op::Free);
+        add("setUcastRx", &partCall<SimRouting, &SimRouting::opSetUcastRx>, control, Op::Routing);
+        add("setMcastRx", &partCall<SimRouting, &SimRouting::opSetMcastRx>, control, Op::Routing);
+        add("clrRxCh", &partCall<SimRouting, &SimRouting::opClrRxCh>, control, Op::Routing);
+        add("setMcastTx", &partCall<SimFlows, &SimFlows::opSetMcastTx>, control, Op::Routing);
+        add("clrMcastTx", &partCall<SimFlows, &SimFlows::opClrMcastTx>, control, Op::Routing);
+        add("setDevName", &partCall<SimSettings, &SimSettings::opSetDevName>, control, Op::Setting);
         for (const char *n : {"setChNameRx", "setChNameTx", "setPhyChNameRx", "setPhyChNameTx"})
-            add(n, &call<SimSettings, &SimSettings::opSetChName>, control, Op::Setting);
-        const Handler format = &call<SimSettings, &SimSettings::opSetFormat>;
+            add(n, &partCall<SimSettings, &SimSettings::opSetChName>, control, Op::Setting);
+        const Handler format = &partCall<SimSettings, &SimSettings::opSetFormat>;
         add("setSampleByteNum", format, control, Op::Setting);
         add("setDelayUs", format, control, Op::Setting);
         add("setDscp", format, control, Op::Setting);
         add("setSampleRate", format, {device}, Op::Setting);
         add("setPacketTimeDiv", format, {device}, Op::Setting);
         for (const char *n : {"setPtpPriority", "setPtpDomain", "setPtpDscp"})
-            add(n, &call<SimClock, &SimClock::opSetPtp>, {device}, Op::Setting);
-        add("getVersion", &call<SimSettings, &SimSettings::opGetVersion>, {device}, Op::Free);
-        add("getDebugInfo", &call<SimDevice, &SimDevice::opGetDebugInfo>, {device}, Op::Free);
-        add("getIp", &call<SimDevice, &SimDevice::opGetIp>, {device}, Op::Free);
-        add("setIp", &call<SimDevice, &SimDevice::opSetIp>, {device}, Op::Setting);
-        add("reboot", &call<SimDevice, &SimDevice::opReboot>, {device}, Op::Free);
-        const Handler oem = &call<SimSettings, &SimSettings::opOemAndCustom>;
+            add(n, &partCall<SimClock, &SimClock::opSetPtp>, {device}, Op::Setting);
+        add("getVersion", &partCall<SimSettings, &SimSettings::opGetVersion>, {device}, Op::Free);
+        add("getDebugInfo", &partCall<SimDevice, &SimDevice::opGetDebugInfo>, {device}, Op::Free);
+        add("getIp", &partCall<SimDevice, &SimDevice::opGetIp>, {device}, Op::Free);
+        add("setIp", &partCall<SimDevice, &SimDevice::opSetIp>, {device}, Op::Setting);
+        add("reboot", &partCall<SimDevice, &SimDevice::opReboot>, {device}, Op::Free);
+        const Handler oem = &partCall<SimSettings, &SimSettings::opOemAndCustom>;
         add("getOemData", oem, control, Op::Free);
         add("setOemData", oem, control, Op::Setting);
         add("getCustomStr", oem, control, Op::Free);
         add("setCustomStr", oem, control, Op::Setting);
-        add("identify", &call<SimSettings, &SimSettings::opIdentify>, control, Op::Free);
-        const Handler amplifier = &call<SimPeripherals, &SimPeripherals::opAmplifier>;
+        add("identify", &partCall<SimSettings, &SimSettings::opIdentify>, control, Op::Free);
+        const Handler amplifier = &partCall<SimPeripherals, &SimPeripherals::opAmplifier>;
         add("getTarnAmpInfo", amplifier, control, Op::Free);
         add("getInfo", amplifier, {peripheral}, Op::Free);
         add("setGain", amplifier, {peripheral}, Op::Setting);
         add("setPower", amplifier, {peripheral}, Op::Setting);
-        const Handler gpio = &call<SimPeripherals, &SimPeripherals::opGpio>;
+        const Handler gpio = &partCall<SimPeripherals, &SimPeripherals::opGpio>;
         add("getGpioInfo", gpio, {peripheral}, Op::Free);
         add("setGpioInfo", gpio, {peripheral}, Op::Setting);
         add("testGpio", gpio, {peripheral}, Op::Free);
-        add("getCfg", &call<SimPeripherals, &SimPeripherals::opCfg>, {config}, Op::Free);
-        add("setCfg", &call<SimPeripherals, &SimPeripherals::opCfg>, {config}, Op::Setting);
-        add("sendUdpToUart", &call<SimPeripherals, &SimPeripherals::opUart>, {uart}, Op::Free);
+        add("getCfg", &partCall<SimPeripherals, &SimPeripherals::opCfg>, {config}, Op::Free);
+        add("setCfg", &partCall<SimPeripherals, &SimPeripherals::opCfg>, {config}, Op::Setting);
+        add("sendUdpToUart", &partCall<SimPeripherals, &SimPeripherals::opUart>, {uart}, Op::Free);
         for (const char *n : {"setPhyGainDbRx", "setPhyGainDbTx", "setPhyMuteRx", "setPhyMuteTx"})
-            add(n, &call<SimLevels, &SimLevels::opPhyGainMute>, control, Op::Setting);
+            add(n, &partCall<SimLevels, &SimLevels::opPhyGainMute>, control, Op::Setting);
         for (const char *n : {"getUcastStats", "getMcastStats", "getDelayStatUcast", "getDelayStatMcast",
                               "clrUcastStats", "clrMcastStats", "clrDelayStatUcast", "clrDelayStatMcast"})
-            add(n, &call<SimRouting, &SimRouting::opStats>, control, Op::Free);
-        add("getLock", &call<SimLock, &SimLock::opGetLock>, {0, dsp}, Op::Free);
-        add("setLock", &call<SimLock, &SimLock::opSetLock>, {SimPorts::lock, dsp}, Op::Free);
-        add("setPassword", &call<SimLock, &SimLock::opSetPassword>, control, Op::Free);
-        return o;
-    }();
-    return ops;
-}
-
-const QHash<QString, SimDevice::Op> &SimDevice::dspOperations()
-{
-    static const QHash<QString, Op> ops = [] {
-        QHash<QString, Op> o;
-        const QVector<int> link{linkPort};
-        const QVector<int> both{linkPort, SimPorts::dsp};
-        auto add = [&o](const char *name, Handler h, QVector<int> ports, Op::Guard guard) {
-            o.insert(QLatin1String(name), Op{h, ports, guard});
-        };
-        const Handler change = &call<SimDevice, &SimDevice::opDspChange>;
-        const Handler read = &call<SimDevice, &SimDevice::opDspRead>;
-        add("getConfig", read, link, Op::Free);
-        add("setConfig", change, link, Op::Dsp);
-        for (const char *n :
-             {"setBorderProc", "setBorderProcBypass", "setBorderEq", "setBorderEqBypass", "setBorderProcGroupIdBatch",
-              "setNodeData", "setGain", "setMute", "setInverse", "setGroupId", "setMatrixCell", "setAecChannel"})
-            add(n, change, both, Op::Dsp);
-        // Programs and stored configurations: reading is never locked, every change is.
-        const Handler programs = &call<SimDevice, &SimDevice::opDspPrograms>;
-        for (const char *n : {"getConfigNameArr", "getDefaultFile", "getConfigByName", "getConfigByIndex",
-                              "getLastConfig"})
-            add(n, programs, link, Op::Free);
-        for (const char *n : {"saveToFile", "saveConfigToFile", "loadFromFile", "loadFromFactory", "deleteFile",
-                              "saveConfig", "loadConfig", "deleteConfig", "setFactoryConfig", "resetFactory",
-                              "resetFacotry"})
-            add(n, programs, link, Op::Dsp);
-        add("getMicConfig", &call<SimLevels, &SimLevels::opMicConfig>, both, Op::Free);
-        add("setMicConfig", &call<SimLevels, &SimLevels::opMicConfig>, both, Op::Dsp);
-        add("getBorderProcStatus", read, both, Op::Free);
-        for (const char *n : {"getCpuUsage", "getVolumeDbBatchIn", "getVolumeDbBatchOut"})
-            add(n, &call<SimDevice, &SimDevice::opDspMeters>, {SimPorts::dsp}, Op::Free);
-        for (const char *n : {"getDspStatus", "getDspTemperature"})
-            add(n, &call<SimDevice, &SimDevice::opDspStatus>, {SimPorts::dspStatus}, Op::Free);
+            add(n, &partCall<SimRouting, &SimRouting::opStats>, control, Op::Free);
+        add("getLock", &partCall<SimLock, &SimLock::opGetLock>, {0, dsp}, Op::Free);
+        add("setLock", &partCall<SimLock, &SimLock::opSetLock>, {SimPorts::lock, dsp}, Op::Free);
+        add("setPassword", &partCall<SimLock, &SimLock::opSetPassword>, control, Op::Free);
         return o;
     }();
     return ops;
@@ -588,28 +544,6 @@ QJsonObject SimDevice::respond(const QJsonObject &req, int port, quint16 localPo
         r.insert(QStringLiteral("reason"), reason);
     }
     return r;
-}
-
-QByteArray SimDevice::handleDspFrame(const QByteArray &payload)
-{
-    if (!isUp() || m_profile.faults.silent)
-        return QByteArray();
-    const QJsonDocument doc = QJsonDocument::fromJson(payload);
-    QJsonObject reply;
-    if (doc.isObject()) {
-        reply = respond(doc.object(), linkPort, 0);
-    } else {
-        // The frame arrived whole, so the link stays; the request is simply unusable.
-        LOG_FAIL();
-        log(QStringLiteral("unreadable request on the DSP link"));
-        reply = QJsonObject{{QStringLiteral("ops"), QString()},
-                            {QStringLiteral("result"), QStringLiteral("fail")},
-                            {QStringLiteral("reason"), badParam}};
-    }
-    if (m_network->config().verbose)
-        log(QStringLiteral("%1 on the DSP link -> %2")
-                .arg(reply.value(QLatin1String("ops")).toString(), reply.value(QLatin1String("result")).toString()));
-    return QJsonDocument(reply).toJson(QJsonDocument::Compact);
 }
 
 // ---------------------------------------------------------------- paged tables
@@ -755,56 +689,5 @@ QString SimDevice::opReboot(const QJsonObject &, QJsonObject &)
         if (m_dspLink)
             m_dspLink->close();
     });
-    return QString();
-}
-
-// ---------------------------------------------------------------- signal processor
-
-QString SimDevice::opDspChange(const QJsonObject &req, QJsonObject &r)
-{
-    const QString ops = r.value(QLatin1String("ops")).toString();
-    const QString reason = m_dsp->apply(ops, req, r);
-    if (reason.isEmpty() && ops == QLatin1String("setConfig"))
-        log(QStringLiteral("audio processing chains replaced"));
-    return reason;
-}
-
-QString SimDevice::opDspRead(const QJsonObject &req, QJsonObject &r)
-{
-    if (r.value(QLatin1String("ops")).toString() == QLatin1String("getConfig")) {
-        r.insert(QStringLiteral("config"), m_dsp->config(sampleRate()));
-        return QString();
-    }
-    return m_dsp->blockStatus(req, r);
-}
-
-QString SimDevice::opDspPrograms(const QJsonObject &req, QJsonObject &r)
-{
-    const QString ops = r.value(QLatin1String("ops")).toString();
-    const QString reason = m_programs->apply(ops, req, r);
-    if (reason.isEmpty() && !ops.startsWith(QLatin1String("get")))
-        log(QStringLiteral("%1 done").arg(ops));
-    return reason;
-}
-
-QString SimDevice::opDspMeters(const QJsonObject &, QJsonObject &r)
-{
-    const QString ops = r.value(QLatin1String("ops")).toString();
-    if (ops == QLatin1String("getCpuUsage")) {
-        r.insert(QStringLiteral("val"), num(m_dsp->load(sampleRate(), now())));
-        return QString();
-    }
-    QJsonArray arr;
-    for (double level : m_dsp->levels(ops.endsWith(QLatin1String("Out"))))
-        arr.append(SimText::levelText(level));
-    r.insert(QStringLiteral("arr"), arr);
-    return QString();
-}
-
-QString SimDevice::opDspStatus(const QJsonObject &, QJsonObject &r)
-{
-    const bool temperatureAsked = r.value(QLatin1String("ops")).toString() == QLatin1String("getDspTemperature");
-    r.insert(QStringLiteral("val"),
-             temperatureAsked ? num(qRound(m_levels->temperature() / 1000.0)) : QStringLiteral("0"));
     return QString();
 }

@@ -171,3 +171,21 @@ private:
     bool m_gone = false;
     qint64 m_nextAnnounce = 0, m_nextSap = 0, m_nextBlink = 0;
 };
+
+// The parts that answer operations; defined in simdevice.cpp, declared here for every file that builds an
+// operation table.
+template <> SimDevice &SimDevice::part<SimDevice>();
+template <> SimSettings &SimDevice::part<SimSettings>();
+template <> SimClock &SimDevice::part<SimClock>();
+template <> SimLock &SimDevice::part<SimLock>();
+template <> SimLevels &SimDevice::part<SimLevels>();
+template <> SimRouting &SimDevice::part<SimRouting>();
+template <> SimFlows &SimDevice::part<SimFlows>();
+template <> SimPeripherals &SimDevice::part<SimPeripherals>();
+
+/// An operation's handler that hands the request to one method of the part of the device that answers it.
+template <class Part, QString (Part::*method)(const QJsonObject &, QJsonObject &)>
+QString partCall(SimDevice &device, const QJsonObject &req, QJsonObject &reply)
+{
+    return (device.part<Part>().*method)(req, reply);
+}
