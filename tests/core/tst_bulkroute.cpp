@@ -3,6 +3,8 @@
 #include "core/devices/devmanager.h"
 #include "core/protocol/ipv4.h"
 #include "core/routing/netsnapshot.h"
+#include "core/routing/routeblock.h"
+#include "core/routing/routehistory.h"
 
 #include "../support/packets.h"
 
@@ -105,6 +107,9 @@ private slots:
     void recallSendsOnlyTheDifferences();
     void badSnapshotFilesRefused_data();
     void badSnapshotFilesRefused();
+    void shiftedAndFlowRanges();
+    void gridBlocksStayInOnePair();
+    void undoAndRedoReplayOnlyWhatIsStillTheirs();
 };
 
 void TestBulkRoute::bulkRangeIsOneToOne_data()
@@ -305,6 +310,114 @@ void TestBulkRoute::badSnapshotFilesRefused()
     QString reason;
     QVERIFY(!parse(bytes, &reason));
     QVERIFY2(reason.startsWith(why), qPrintable(reason));
+}
+
+void TestBulkRoute::shiftedAndFlowRanges()
+{
+    const RouteNetwork net({device("A", "192.168.1.10", 8, 6), device("B", "192.168.1.20", 4, 8)}, {stage()});
+    QString error;
+    // Source 2..3 onto receive 3..4; by default as far as the receiver goes.
+    RouteBatch b = BulkRoute::plan(net, {"A", "B", 2, 0, 3}, &error);
+    QCOMPARE(channels(b.changes), (QStringList{"3<-2", "4<-3"}));
+    BulkRoute::plan(net, {"A", "B", 5, 2, 4}, &error);
+    QCOMPARE(error, tx(Tx::BulkBadShiftedRange).arg(5).arg(6).arg(4).arg(5).arg(6).arg(4));
+    // A flow's channels as the source.
+    error.clear();
+    b = BulkRoute::plan(net, {"", "B", 1, 0, 2, ip("239.1.2.3")}, &error);
+    QVERIFY2(error.isEmpty(), qPrintable(error));
+    QCOMPARE(channels(b.changes), (QStringList{"2<-1", "3<-2"}));
+    QCOMPARE(b.changes.at(0).change.after, RouteSource::multicast(ip("239.1.2.3"), 1));
+    BulkRoute::plan(net, {"", "B", 1, 0, 0, ip("239.9.9.9")}, &error);
+    QCOMPARE(error, tx(Tx::BulkFlowGone).arg("239.9.9.9"));
+}
+
+void TestBulkRoute::gridBlocksStayInOnePair()
+{
+    RouteGrid g;
+    g.rebuild(network(), {stage()});
+    g.setAllExpanded(RouteGrid::Rows, true);
+    g.setAllExpanded(RouteGrid::Columns, true);
+    const int a3 = g.findLine(RouteGrid::Rows, "A", 3);
+    const int b2 = g.findLine(RouteGrid::Columns, "B", 2);
+    // Dragged past the end of A's rows and into C's columns: kept to A x B.
+    const QRect block = RouteBlock::between(g, a3, b2, g.rowCount() - 1, g.columnCount() - 1);
+    QCOMPARE(block.top(), a3);
+    QCOMPARE(block.bottom(), g.findLine(RouteGrid::Rows, "A", 8));
+    QCOMPARE(block.right(), g.findLine(RouteGrid::Columns, "B", 8));
+    QVERIFY(RouteBlock::between(g, g.findLine(RouteGrid::Rows, "A"), b2, a3, b2).isEmpty());
+    BulkRoute::Request r = RouteBlock::routeRequest(g, block);
+    QCOMPARE(QStringLiteral("%1>%2 %3>%4 x%5").arg(r.srcDevId, r.dstDevId).arg(r.from).arg(r.dstFrom).arg(r.count),
+             QStringLiteral("A>B 3>2 x6"));
+    // B takes A's 1 and 2: a block over A 1-2 x B 1-3 clears those two only.
+    const QRect top = RouteBlock::between(g, g.findLine(RouteGrid::Rows, "A", 1), g.findLine(RouteGrid::Columns, "B", 1),
+                                          g.findLine(RouteGrid::Rows, "A", 2), g.findLine(RouteGrid::Columns, "B", 3));
+    QCOMPARE(RouteBlock::clears(g, top).size(), 2);
+    // The flow's pair: its channels, and the clear of B's route from it.
+    const int flowRow = g.findLine(RouteGrid::Rows, "Stage");
+    QVERIFY(RouteBlock::pairRequest(g, flowRow, b2, &r));
+    QCOMPARE(r.flowIp, ip("239.1.2.3"));
+    QCOMPARE(r.count, 2);
+    const QVector<RouteChange> c = RouteBlock::pairClears(g, RouteNetwork(network(), {stage()}), flowRow, b2);
+    QCOMPARE(c.size(), 1);
+    QCOMPARE(c.at(0).rxCh, 5);
+    QVERIFY(!RouteBlock::pairRequest(g, g.findLine(RouteGrid::Rows, "B"), b2, &r));
+}
+
+void TestBulkRoute::undoAndRedoReplayOnlyWhatIsStillTheirs()
+{
+    RouteHistory history;
+    QVector<Device> devices = network();
+    RouteNetwork net(devices, {});
+    QString error;
+    RouteBatch bulk = BulkRoute::plan(net, {"A", "B", 3, 3}, &error);
+    RouteStep step{"bulk", {}};
+    for (const PlannedRoute &p : bulk.changes)
+        step.changes.append(p.change);
+    history.record(step);
+    for (int ch = 3; ch <= 5; ++ch)
+        route(devices[1], ch, "A", ch);
+
+    // Someone else moved B:4 since; B:5 had the flow before the bulk.
+    route(devices[1], 4, "C", 1);
+    net = RouteNetwork(devices, {stage()});
+    net.firmware.insert("B", "3.2.0.0");
+    RouteHistory::Replay undo = history.plan(RouteHistory::Undo, net);
+    QCOMPARE(undo.stale.size(), 1);
+    QCOMPARE(undo.stale.at(0).change.rxCh, 4);
+    QCOMPARE(undo.stale.at(0).reason, tx(Tx::RouteChangedSince).arg("C:1"));
+    // Last first: 5 back to the flow, then 3 cleared.
+    QCOMPARE(channels(undo.batch.changes), (QStringList{"5<-1", "3<-0"}));
+    QCOMPARE(undo.batch.changes.at(0).change.after, RouteSource::multicast(ip("239.1.2.3"), 1));
+
+    // B:3 went back; B:5 was refused by the device: it stays to be tried again, the stale one is dropped.
+    history.finish(undo, {undo.batch.changes.at(1).change});
+    QCOMPARE(history.undoCount(), 1);
+    QCOMPARE(history.redoCount(), 1);
+    devices[1].tables.rxCh[2] = -1;
+    net = RouteNetwork(devices, {stage()});
+    const RouteHistory::Replay retry = history.plan(RouteHistory::Undo, net);
+    QCOMPARE(channels(retry.batch.changes), (QStringList{"5<-1"}));
+    QCOMPARE(retry.batch.unchanged.size(), 0);
+
+    // Redo puts B:3 back; a new action forgets the redo.
+    const RouteHistory::Replay redo = history.plan(RouteHistory::Redo, net);
+    QCOMPARE(channels(redo.batch.changes), (QStringList{"3<-3"}));
+    history.finish(redo, {redo.batch.changes.at(0).change});
+    QCOMPARE(history.redoCount(), 0);
+    QCOMPARE(history.undoCount(), 2);
+    route(devices[1], 3, "A", 3);
+    net = RouteNetwork(devices, {stage()});
+    const RouteHistory::Replay again = history.plan(RouteHistory::Undo, net);
+    history.finish(again, {again.batch.changes.at(0).change});
+    QVERIFY(history.canRedo());
+    history.record({"click", {RouteChange{"C", 2, {}, RouteSource::unicast("A", 1)}}});
+    QVERIFY(!history.canRedo());
+    QCOMPARE(history.undoLabel(), QStringLiteral("click"));
+    // A device that has gone: reported, nothing sent.
+    devices.removeAt(2);
+    const RouteHistory::Replay gone = history.plan(RouteHistory::Undo, RouteNetwork(devices, {}));
+    QVERIFY(gone.batch.changes.isEmpty());
+    QCOMPARE(gone.stale.at(0).reason, tx(Tx::BulkDeviceGone).arg("C"));
 }
 
 QTEST_GUILESS_MAIN(TestBulkRoute)

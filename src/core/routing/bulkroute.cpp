@@ -252,31 +252,44 @@ QVector<RouteChange> RouteBatch::inverses() const
 RouteBatch BulkRoute::plan(const RouteNetwork &network, const Request &request, QString *error)
 {
     RouteBatch batch;
-    const Device *src = network.device(request.srcDevId);
+    const bool fromFlow = request.flowIp != 0;
+    const FlowRecord *flow = fromFlow ? network.flow(request.flowIp) : nullptr;
+    const Device *src = fromFlow ? nullptr : network.device(request.srcDevId);
     const Device *dst = network.device(request.dstDevId);
-    if (!src || !dst) {
-        *error = tx(Tx::BulkDeviceGone).arg(src ? request.dstDevId : request.srcDevId);
+    if (fromFlow && !flow) {
+        *error = tx(Tx::BulkFlowGone).arg(Ipv4::toText(request.flowIp));
         return batch;
     }
-    if (request.srcDevId == request.dstDevId) {
+    if ((!fromFlow && !src) || !dst) {
+        *error = tx(Tx::BulkDeviceGone).arg(dst ? request.srcDevId : request.dstDevId);
+        return batch;
+    }
+    if (!fromFlow && request.srcDevId == request.dstDevId) {
         *error = tx(Tx::BulkSameDevice);
         return batch;
     }
-    const int txCount = src->rec.chNumTx;
+    const int txCount = fromFlow ? int(flow->chNum) : src->rec.chNumTx;
     const int rxCount = dst->rec.chNumRx;
     const int first = request.from;
-    const int count = request.count > 0 ? request.count : qMin(txCount, rxCount) - first + 1;
+    const int dstFirst = request.dstFrom > 0 ? request.dstFrom : first;
+    const int count = request.count > 0 ? request.count : qMin(txCount - first, rxCount - dstFirst) + 1;
     const int last = first + count - 1;
-    if (first < 1 || count < 1 || last > txCount || last > rxCount) {
-        *error = tx(Tx::BulkBadRange).arg(first).arg(qMax(last, first)).arg(txCount).arg(rxCount);
+    const int dstLast = dstFirst + count - 1;
+    if (first < 1 || dstFirst < 1 || count < 1 || last > txCount || dstLast > rxCount) {
+        if (dstFirst == first)
+            *error = tx(Tx::BulkBadRange).arg(first).arg(qMax(last, first)).arg(txCount).arg(rxCount);
+        else
+            *error = tx(Tx::BulkBadShiftedRange).arg(first).arg(qMax(last, first)).arg(dstFirst)
+                         .arg(qMax(dstLast, dstFirst)).arg(txCount).arg(rxCount);
         return batch;
     }
-    for (int ch = first; ch <= last; ++ch) {
+    for (int k = 0; k < count; ++k) {
         RouteChange c;
         c.rxDevId = request.dstDevId;
-        c.rxCh = ch;
-        c.after = RouteSource::unicast(request.srcDevId, ch);
-        c.after.name = src->rec.name.str();
+        c.rxCh = dstFirst + k;
+        c.after = fromFlow ? RouteSource::multicast(request.flowIp, first + k)
+                           : RouteSource::unicast(request.srcDevId, first + k);
+        c.after.name = fromFlow ? flow->name : src->rec.name.str();
         batch.add(network, c);
     }
     return batch;

@@ -102,14 +102,16 @@ namespace BulkRoute {
 
 struct Request
 {
-    QString srcDevId;
+    QString srcDevId;   // the transmitting device, unless flowIp is set
     QString dstDevId;
-    int from = 1;   // the first channel on both sides, from 1
-    int count = 0;  // 0: up to the smaller channel count
+    int from = 1;       // the first source channel, from 1
+    int count = 0;      // 0: as many as both sides have from their first channels on
+    int dstFrom = 0;    // the first receive channel; 0: the same as from
+    quint32 flowIp = 0; // a multicast flow as the source instead
 };
 
-/// Source channel k to receive channel k for every k of the range. Empty
-/// with the reason in *error when the request itself cannot be made.
+/// Source channel from+k to receive channel dstFrom+k for every k of the
+/// range. Empty with the reason in *error when the request itself cannot be made.
 RouteBatch plan(const RouteNetwork &network, const Request &request, QString *error);
 
 } // namespace BulkRoute
