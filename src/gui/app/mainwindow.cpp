@@ -190,6 +190,8 @@ void MainWindow::buildPages()
     setPageWidget(Routing, routing);
     connect(routing, &CellRouteForm::signal_sendUdp, this, &MainWindow::slot_sendUdp);
     connect(routing, &CellRouteForm::signal_showDevice, this, &MainWindow::slot_openDeviceSettings);
+    connect(routing, &CellRouteForm::signal_showTips, this, &MainWindow::slot_showTips);
+    connect(this, &MainWindow::signal_recv_message, routing, &CellRouteForm::slot_message);
     for (auto signal : {&MainWindow::signal_send_addDev, &MainWindow::signal_send_delDev,
                         &MainWindow::signal_send_updateDev})
         connect(this, signal, routing, &CellRouteForm::slot_refresh);

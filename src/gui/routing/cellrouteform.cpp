@@ -6,10 +6,12 @@
 #include "gui/routing/routeheaderview.h"
 #include "gui/routing/routehoverhighlighter.h"
 #include "gui/routing/routesearchbar.h"
+#include "gui/routing/routetools.h"
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "core/devices/devmanager.h"
 #include "core/devices/deviceuistore.h"
+#include "core/routing/routeblock.h"
 #include "core/routing/routeclickcontext.h"
 #include "core/routing/routeplan.h"
 #include "gui/widgets/noticebox.h"
@@ -17,11 +19,13 @@
 #include "gui/widgets/planrunner.h"
 
 #include <QEvent>
+#include <QGraphicsRectItem>
 #include <QGraphicsView>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QJsonDocument>
 #include <QLabel>
+#include <QMenu>
 #include <QMouseEvent>
 #include <QScrollBar>
 #include <QTimer>
@@ -77,6 +81,8 @@ CellRouteForm::CellRouteForm(const DevManager &registry, DeviceUiStore *uiStore,
     setObjectName(QStringLiteral("CellRouteForm"));
     m_runner = new PlanRunner(this, QStringLiteral("CellRouteForm"));
     connect(m_runner, &PlanRunner::signal_sendUdp, this, &CellRouteForm::signal_sendUdp);
+    m_tools = new RouteTools(registry, uiStore, this, [this](const QJsonObject &command) { m_runner->send(command); });
+    connect(m_tools, &RouteTools::signal_showTips, this, &CellRouteForm::signal_showTips);
     // The pictures are a pixel short of the cell, so the grid lines stay visible around them.
     m_checkedPicture = cellPicture(":/pic/checked.png", m_cellSize - 2);
     m_checkingPicture = cellPicture(":/pic/checking1.png", m_cellSize - 2);
@@ -121,6 +127,13 @@ void CellRouteForm::buildLayout()
     m_view->setBackgroundBrush(RouteCellItem::kPlain);
     m_view->setOptimizationFlags(QGraphicsView::DontSavePainterState | QGraphicsView::DontAdjustForAntialiasing);
     connect(m_scene, &CellGraphicsScene::signal_cellPressed, this, &CellRouteForm::onCellPressed,
+            Qt::QueuedConnection);
+    connect(m_scene, &CellGraphicsScene::signal_blockPressed, this, &CellRouteForm::onBlockPressed);
+    connect(m_scene, &CellGraphicsScene::signal_blockDragged, this, &CellRouteForm::onBlockDragged);
+    // After the scene has finished with the release: the menu runs its own loop.
+    connect(m_scene, &CellGraphicsScene::signal_blockReleased, this, &CellRouteForm::onBlockReleased,
+            Qt::QueuedConnection);
+    connect(m_scene, &CellGraphicsScene::signal_contextMenu, this, &CellRouteForm::onContextMenu,
             Qt::QueuedConnection);
 
     m_rowHeaders = new RouteHeaderView(RouteGrid::Rows, this);
@@ -179,10 +192,17 @@ void CellRouteForm::buildLayout()
         legend->addSpacing(scaled(10));
     }
 
+    m_hint = new QLabel(this);
+    m_hint->setObjectName(QStringLiteral("lb_routingHint"));
+    m_hint->setStyleSheet(QStringLiteral("color: rgb(150, 152, 164);"));
+
     auto *top = new QHBoxLayout;
     top->setSpacing(scaled(10));
     top->addWidget(m_rxCaption);
     top->addWidget(m_findIn);
+    top->addSpacing(scaled(10));
+    top->addWidget(m_tools->bar());
+    top->addWidget(m_hint);
     top->addStretch(1);
     top->addLayout(legend);
 
@@ -221,6 +241,8 @@ void CellRouteForm::retranslate()
     m_findOut->setPlaceholderText(tx(Tx::RoutingFindTransmitter));
     m_findIn->setPlaceholderText(tx(Tx::RoutingFindReceiver));
     m_empty->setText(tx(Tx::RoutingEmpty));
+    m_hint->setText(tx(Tx::RoutingHint));
+    m_tools->retranslate();
     const Tx legend[] = {Tx::RoutingLegendRouted, Tx::RoutingLegendPending, Tx::RoutingLegendFolded};
     for (int i = 0; i < m_legendTexts.size(); ++i)
         m_legendTexts.at(i)->setText(tx(legend[i]));
@@ -245,6 +267,8 @@ void CellRouteForm::slot_rebuild()
         return; // rebuilt when shown
     m_grid.rebuild(m_registry.devices(), m_registry.flows());
     m_checking.clear();
+    // Its lines may mean other channels now.
+    showBlock(QRect());
     ++m_rebuildCount;
     relayout();
     m_findOut->markStale();
@@ -288,8 +312,12 @@ void CellRouteForm::populateCells()
     // Removing items one by one costs a search each; a large shrink is
     // cheaper as one clear.
     if (m_items.size() - count > 512) {
+        if (m_blockItem)
+            m_scene->removeItem(m_blockItem);
         m_scene->clear();
         m_items.clear();
+        if (m_blockItem)
+            m_scene->addItem(m_blockItem);
     }
     while (m_items.size() > count)
         delete m_items.takeLast();
@@ -426,10 +454,19 @@ void CellRouteForm::onCellPressed(int x, int y)
         return;
 
     const RoutePlan plan = planRouteClick(routeClickContext(m_grid, row, column, m_registry, m_uiStore));
+    const RouteChange change = clickChange(row, column);
     m_inClick = true;
     const bool passed = m_runner->run(plan);
     m_inClick = false;
     if (passed) {
+        if (!plan.command.isEmpty()) {
+            const AxisItem &r = m_grid.rows().at(row);
+            const AxisItem &c = m_grid.columns().at(column);
+            const QString to = c.ownerName + QLatin1Char(':') + c.channelName;
+            m_tools->followClick(change, change.after.isNone()
+                                             ? tx(Tx::StepClear).arg(to)
+                                             : tx(Tx::StepRoute).arg(r.ownerName + QLatin1Char(':') + r.channelName, to));
+        }
         if (plan.markChecking) {
             m_checking.insert(cellKey(row, column));
             if (RouteCellItem *item = cellItem(row, column))
@@ -440,6 +477,154 @@ void CellRouteForm::onCellPressed(int x, int y)
         m_rebuildWanted = false;
         m_rebuildTimer->start();
     }
+}
+
+RouteChange CellRouteForm::clickChange(int row, int column) const
+{
+    const AxisItem &r = m_grid.rows().at(row);
+    const AxisItem &c = m_grid.columns().at(column);
+    RouteChange change;
+    change.rxDevId = c.ownerId;
+    change.rxCh = c.channel;
+    if (const std::optional<Device> rx = m_registry.findByDevId(c.ownerId))
+        change.before = RouteSource::of(rx->routeOf(c.channel - 1));
+    // A routed cell is cleared by its click; any other is routed from its row.
+    if (m_grid.cellState(row, column) != 2)
+        change.after = r.isMcastFlow ? RouteSource::multicast(r.flowIp, r.channel)
+                                     : RouteSource::unicast(r.ownerId, r.channel);
+    return change;
+}
+
+void CellRouteForm::slot_message(const QString &json)
+{
+    m_tools->slot_message(json);
+}
+
+void CellRouteForm::onBlockPressed(int x, int y)
+{
+    int row = -1;
+    int column = -1;
+    m_blockAnchor = QPoint(-1, -1);
+    if (m_inClick || !m_grid.cellAt(x, y, m_cellSize, &row, &column))
+        return;
+    m_blockAnchor = QPoint(row, column);
+    showBlock(RouteBlock::between(m_grid, row, column, row, column));
+}
+
+void CellRouteForm::onBlockDragged(int x, int y)
+{
+    if (m_blockAnchor.x() < 0)
+        return;
+    // Past the grid's edge the block keeps its last edge.
+    const int row = qBound(0, y / m_cellSize, m_grid.rowCount() - 1);
+    const int column = qBound(0, x / m_cellSize, m_grid.columnCount() - 1);
+    showBlock(RouteBlock::between(m_grid, m_blockAnchor.x(), m_blockAnchor.y(), row, column));
+}
+
+void CellRouteForm::onBlockReleased(int x, int y, const QPoint &screenPos)
+{
+    onBlockDragged(x, y);
+    m_blockAnchor = QPoint(-1, -1);
+    if (m_block.isEmpty()) {
+        NoticeBox::notice(this, tx(Tx::BulkNoBlock));
+        return;
+    }
+    onContextMenu(x, y, screenPos);
+}
+
+void CellRouteForm::onContextMenu(int x, int y, const QPoint &screenPos)
+{
+    int row = -1;
+    int column = -1;
+    if (m_inClick || !m_grid.cellAt(x, y, m_cellSize, &row, &column)) {
+        showBlock(QRect());
+        return;
+    }
+    QMenu *menu = contextMenu(row, column);
+    // The lines must keep meaning the same channels while the menu is open.
+    m_inClick = true;
+    menu->exec(screenPos);
+    m_inClick = false;
+    menu->deleteLater();
+    showBlock(QRect());
+    if (m_rebuildWanted) {
+        m_rebuildWanted = false;
+        m_rebuildTimer->start();
+    }
+}
+
+QMenu *CellRouteForm::contextMenu(int row, int column)
+{
+    auto *menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("menu_routing"));
+    auto add = [this, menu](const char *name, const QString &text, std::function<void()> work) {
+        QAction *a = menu->addAction(text);
+        a->setObjectName(QLatin1String(name));
+        // After the menu has closed and the page is free again: the work opens dialogs of its own.
+        connect(a, &QAction::triggered, menu, [this, work] { QTimer::singleShot(0, this, work); });
+        return a;
+    };
+    const bool insideBlock = m_block.contains(column, row);
+    const AxisItem &r = m_grid.rows().at(row);
+    const AxisItem &c = m_grid.columns().at(column);
+    if (insideBlock) {
+        const BulkRoute::Request request = RouteBlock::routeRequest(m_grid, m_block);
+        add("act_bulkBlock", tx(Tx::BulkSelectionEntry).arg(request.count), [this, request] { m_tools->bulkRoute(request); });
+        const QVector<RouteChange> clears = RouteBlock::clears(m_grid, m_block);
+        if (!clears.isEmpty()) {
+            const QString label = tx(Tx::StepClearBlock).arg(clears.size()).arg(c.ownerName);
+            add("act_clearBlock", tx(Tx::BulkClearSelectionEntry).arg(clears.size()),
+                [this, clears, label] { m_tools->clearRoutes(clears, label); });
+        }
+    } else {
+        BulkRoute::Request request;
+        if (RouteBlock::pairRequest(m_grid, row, column, &request))
+            add("act_bulkPair", tx(Tx::BulkPairEntry).arg(r.ownerName, c.ownerName).arg(request.count),
+                [this, request] { m_tools->bulkRoute(request); });
+        const QVector<RouteChange> clears = RouteBlock::pairClears(m_grid, m_tools->network(), row, column);
+        if (!clears.isEmpty()) {
+            const QString label = tx(Tx::StepClearBlock).arg(clears.size()).arg(c.ownerName);
+            add("act_clearPair", tx(Tx::BulkClearPairEntry).arg(r.ownerName, c.ownerName).arg(clears.size()),
+                [this, clears, label] { m_tools->clearRoutes(clears, label); });
+        }
+    }
+    for (QAction *a : menu->actions())
+        a->setEnabled(!m_tools->isBusy());
+    if (!menu->isEmpty())
+        menu->addSeparator();
+    const RouteHistory &h = m_tools->history();
+    QAction *undo = add("act_menuUndo", h.canUndo() ? tx(Tx::RouteUndoNamed).arg(h.undoLabel()) : tx(Tx::RouteUndo),
+                        [this] { m_tools->undo(); });
+    undo->setShortcut(m_tools->undoAction()->shortcut());
+    undo->setEnabled(m_tools->undoAction()->isEnabled());
+    QAction *redo = add("act_menuRedo", h.canRedo() ? tx(Tx::RouteRedoNamed).arg(h.redoLabel()) : tx(Tx::RouteRedo),
+                        [this] { m_tools->redo(); });
+    redo->setShortcut(m_tools->redoAction()->shortcut());
+    redo->setEnabled(m_tools->redoAction()->isEnabled());
+    return menu;
+}
+
+void CellRouteForm::showBlock(const QRect &block)
+{
+    m_block = block;
+    if (block.isEmpty()) {
+        if (m_blockItem)
+            m_blockItem->hide();
+        return;
+    }
+    if (!m_blockItem) {
+        m_blockItem = new QGraphicsRectItem;
+        m_blockItem->setZValue(10);
+        m_blockItem->setPen(QPen(Style::kAccentHover, 2));
+        QColor fill = Style::kAccent;
+        fill.setAlpha(70);
+        m_blockItem->setBrush(fill);
+        m_blockItem->setAcceptedMouseButtons(Qt::NoButton);
+        m_scene->addItem(m_blockItem);
+    }
+    m_blockItem->setRect(block.left() * m_cellSize, block.top() * m_cellSize, block.width() * m_cellSize,
+                         block.height() * m_cellSize);
+    m_blockItem->show();
 }
 
 void CellRouteForm::setAllExpanded(bool expanded)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/routing/bulkroute.h"
 #include "core/routing/routegrid.h"
 #include "core/routing/tileband.h"
 #include "gui/routing/routeheaderbutton.h"
@@ -7,11 +8,15 @@
 #include <QIcon>
 #include <QPixmap>
 #include <QPoint>
+#include <QRect>
 #include <QSet>
 #include <QWidget>
 
 class PlanRunner;
 class CellGraphicsScene;
+class QGraphicsRectItem;
+class QMenu;
+class RouteTools;
 class DevManager;
 class DeviceUiStore;
 class QGraphicsView;
@@ -26,8 +31,10 @@ class RouteSearchBar;
 /// against every receive channel, one square cell per route. A click on a
 /// cell is decided by planRouteClick; the page shows its steps and sends its
 /// command. Only the tile band around the view holds graphics items.
-/// The search fields (RouteSearchBar) and the hover lights
-/// (RouteHoverHighlighter) are parts of their own.
+/// The search fields (RouteSearchBar), the hover lights
+/// (RouteHoverHighlighter) and the tools for many routes at once (RouteTools:
+/// bulk routes from a Shift-dragged block or a right-click, undo and redo,
+/// snapshots) are parts of their own.
 ///
 /// Lives on the interface thread; reads the registry through copies.
 class CellRouteForm : public QWidget
@@ -55,6 +62,12 @@ public:
     void setAllExpanded(bool expanded);
     /// How often the grid was rebuilt from the registry (coalescing shows in it).
     int rebuildCount() const { return m_rebuildCount; }
+    RouteTools *tools() const { return m_tools; }
+    /// The block being selected, as grid lines (x columns, y rows); empty when none.
+    QRect block() const { return m_block; }
+    /// The right-click menu of a cell, or of the block when one is selected;
+    /// its actions do their work when triggered. The caller owns it.
+    QMenu *contextMenu(int row, int column);
 
 signals:
     void signal_sendUdp(const QString &json, const QString &tag);
@@ -62,12 +75,15 @@ signals:
     void signal_showFlow(const QString &flowName);
     /// A double click on a device's header: show that device.
     void signal_showDevice(const QString &devId);
+    void signal_showTips(const QString &text, bool isSucc);
 
 public slots:
     /// The registry or a route changed: rebuilds once the burst is over.
     void slot_refresh();
     /// Rebuilds now.
     void slot_rebuild();
+    /// Every reply the program receives.
+    void slot_message(const QString &json);
 
 protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -85,6 +101,13 @@ private:
     void decorateCell(RouteCellItem *item) const;
     void decorateHeader(RouteHeaderButton *button) const;
     void onCellPressed(int x, int y);
+    /// The route a click on a cell asks for, by ids: what the undo step will hold.
+    RouteChange clickChange(int row, int column) const;
+    void onBlockPressed(int x, int y);
+    void onBlockDragged(int x, int y);
+    void onBlockReleased(int x, int y, const QPoint &screenPos);
+    void onContextMenu(int x, int y, const QPoint &screenPos);
+    void showBlock(const QRect &block);
     bool headerEvent(RouteHeaderButton *button, QEvent *event);
     void toggleOwner(RouteGrid::Axis axis, const QString &ownerId);
     /// A search found a line: unfold its owner if need be, scroll to it, light its header.
@@ -109,6 +132,11 @@ private:
     RouteSearchBar *m_findIn;
     RouteHoverHighlighter *m_hover = nullptr;
     QLabel *m_empty;
+    QLabel *m_hint;
+    RouteTools *m_tools = nullptr;
+    QGraphicsRectItem *m_blockItem = nullptr;
+    QPoint m_blockAnchor{-1, -1};  // row, column where the Shift drag began
+    QRect m_block;
     QVector<QLabel *> m_legendTexts;
     QTimer *m_rebuildTimer;
 
