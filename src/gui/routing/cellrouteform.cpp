@@ -240,6 +240,9 @@ void CellRouteForm::retranslate()
     m_rxCaption->setText(tx(Tx::RoutingReceivers));
     m_findOut->setPlaceholderText(tx(Tx::RoutingFindTransmitter));
     m_findIn->setPlaceholderText(tx(Tx::RoutingFindReceiver));
+    // The field is as narrow as the row headers: the whole hint rides in the tool tip.
+    m_findOut->setToolTip(tx(Tx::RoutingFindTransmitterTip));
+    m_findIn->setToolTip(tx(Tx::RoutingFindReceiverTip));
     m_empty->setText(tx(Tx::RoutingEmpty));
     m_hint->setText(tx(Tx::RoutingHint));
     m_tools->retranslate();
@@ -462,10 +465,11 @@ void CellRouteForm::onCellPressed(int x, int y)
         if (!plan.command.isEmpty()) {
             const AxisItem &r = m_grid.rows().at(row);
             const AxisItem &c = m_grid.columns().at(column);
-            const QString to = c.ownerName + QLatin1Char(':') + c.channelName;
+            // Named as the dialogs name routes.
+            const QString to = c.ownerName + QStringLiteral(" · ") + c.channelName;
             m_tools->followClick(change, change.after.isNone()
                                              ? tx(Tx::StepClear).arg(to)
-                                             : tx(Tx::StepRoute).arg(r.ownerName + QLatin1Char(':') + r.channelName, to));
+                                             : tx(Tx::StepRoute).arg(r.ownerName + QStringLiteral(" · ") + r.channelName, to));
         }
         if (plan.markChecking) {
             m_checking.insert(cellKey(row, column));
