@@ -21,7 +21,11 @@ void TestRouteLabels::sourcesReadByNameWithFallbacks()
     sent.dstIp = ip("239.69.7.7");
     sent.srcChIds = {2, 1};
     console.tables.mcastTx = {sent};
-    const RouteNetwork net({console, device("SIM-0006", "", "10.0.0.6")}, {flow("Test Flow", console, "239.69.7.7", 2)});
+    FlowRecord flow;
+    flow.name = "Test Flow";
+    flow.srcIp = console.rec.ip;
+    flow.dstIp = sent.dstIp;
+    const RouteNetwork net({console, device("SIM-0006", "", "10.0.0.6")}, {flow});
 
     QCOMPARE(routeSourceLabel(net, RouteSource::unicast("SIM-0003", 3)), QStringLiteral("Console 64 · Mic 3"));
     QCOMPARE(routeSourceLabel(net, RouteSource::unicast("SIM-0003", 2)), QStringLiteral("Console 64 · 2"));

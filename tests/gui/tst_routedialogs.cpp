@@ -145,8 +145,7 @@ void TestRouteDialogs::confirmListsChangesQuestionsOnceAndRefusals()
 void TestRouteDialogs::applyAcceptsCancelRefuses()
 {
     const RouteNetwork net = showNetwork();
-    QString error;
-    const RouteBatch batch = BulkRoute::plan(net, {"SIM-0003", "SIM-0006", 1, 3}, &error);
+    const RouteBatch batch = showBatch(net);
     clickInModal("pb_apply");
     QVERIFY(RouteBatchDialog::confirm(nullptr, "Bulk route", batch, net));
     clickInModal("pb_cancel");
@@ -163,7 +162,6 @@ void TestRouteDialogs::batchWithoutChangesOnlyCloses()
     {
         RouteBatchDialog d("Bulk route", batch, net);
         QVERIFY(!d.findChild<QPushButton *>("pb_apply"));
-        QVERIFY(!d.findChild<QTreeWidget *>("tw_changes"));
         QCOMPARE(d.findChild<QTreeWidget *>("tw_refused")->topLevelItemCount(), 1);
     }
     clickInModal("pb_close");
@@ -176,7 +174,6 @@ void TestRouteDialogs::batchWithoutChangesOnlyCloses()
     const QTreeWidgetItem *row = result.findChild<QTreeWidget *>("tw_refused")->topLevelItem(0);
     QCOMPARE(row->text(1), QStringLiteral("Console 64 · Guitar"));
     QCOMPARE(row->child(0)->text(0), QStringLiteral("设备已加锁 (the device is locked)"));
-    QVERIFY(result.findChild<QPushButton *>("pb_close"));
 }
 
 void TestRouteDialogs::snapshotDiffShowsKindsMissingAndRefusals()
@@ -212,7 +209,6 @@ void TestRouteDialogs::snapshotDiffShowsKindsMissingAndRefusals()
     const QTreeWidgetItem *refused = tree->topLevelItem(2)->child(0);
     QCOMPARE(refused->text(0), kLongName + " · In 5");
     QCOMPARE(refused->child(0)->text(0), tx(Tx::BulkFlowGone).arg("239.69.9.9"));
-    QVERIFY(d.findChild<QLabel *>("lb_file")->toolTip().endsWith("gala.json"));
 
     auto *recallButton = d.findChild<QPushButton *>("pb_recall");
     QCOMPARE(recallButton->text(), tx(Tx::SnapRecallMany).arg(recall.changes.size()));

@@ -7,7 +7,7 @@
 #include "packets.h"
 
 /// Hand-made networks for the route listings: devices as the registry holds
-/// them once their tables are fetched, named channels, flows.
+/// them once their tables are fetched, with named receive channels.
 namespace RouteNetworks {
 
 inline quint32 ip(const char *t)
@@ -39,20 +39,6 @@ inline void route(Device &rx, int rxCh, const Device &src, int srcCh)
     item.srcIp = src.rec.ip;
     rx.tables.rxCh[rxCh - 1] = rx.tables.rtpCh.size();
     rx.tables.rtpCh.append(item);
-}
-
-inline FlowRecord flow(const QString &name, const Device &creator, const char *group, int channels)
-{
-    FlowRecord f;
-    f.name = name;
-    f.srcIp = creator.rec.ip;
-    f.dstIp = ip(group);
-    f.dstPort = 5004;
-    f.chNum = quint8(channels);
-    f.sampleByteNum = 3;
-    f.sampleRate = 48000;
-    f.pFrameNum = 48;
-    return f;
 }
 
 } // namespace RouteNetworks
