@@ -1,6 +1,7 @@
 #include "core/routing/routegrid.h"
 
 #include "core/routing/hiddenchannels.h"
+#include "core/routing/routelabels.h"
 #include "core/protocol/ipv4.h"
 
 namespace {
@@ -148,12 +149,8 @@ QString RouteGrid::channelNameOf(const Owner &o, Axis a, int channel) const
         // A flow's channel is named after the creator's transmit channel it carries.
         const FlowRecord &f = m_flows.at(o.index);
         const int creator = m_deviceByIp.value(f.srcIp, -1);
-        if (creator >= 0) {
-            const Device &d = m_devices.at(creator);
-            for (const McastTxItem &t : d.tables.mcastTx)
-                if (t.dstIp == f.dstIp && channel - 1 < t.srcChIds.size())
-                    name = d.channelName(DeviceTables::NameTx, t.srcChIds.at(channel - 1));
-        }
+        if (creator >= 0)
+            name = flowChannelName(m_devices.at(creator), f, channel);
     }
     return name.isEmpty() ? QString::number(channel) : name;
 }
