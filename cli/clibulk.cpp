@@ -14,7 +14,6 @@
 #include <QElapsedTimer>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSet>
 #include <QTextStream>
 
 #include <algorithm>
@@ -105,17 +104,7 @@ int CliApp::runBatch(const RouteBatch &batch)
         return rx && RouteSource::of(rx->routeOf(c.rxCh - 1)) == c.after;
     };
     auto allSeen = [&] { return std::all_of(sent.cbegin(), sent.cend(), seen); };
-    // A route-table page asked for just before a change can answer after the change's event and leave the
-    // registry a step behind; past a second, ask the receivers still behind for their tables again.
-    if (!waitUntil(allSeen, 1000)) {
-        QSet<QString> behind;
-        for (const RouteChange &c : sent)
-            if (!seen(c))
-                behind.insert(c.rxDevId);
-        for (const QString &devId : behind)
-            m_link->registry().refetchRoutes(devId);
-        waitUntil(allSeen, qMax(m_options.waitMs, 5000));
-    }
+    waitUntil(allSeen, qMax(m_options.waitMs, 5000));
     const qint64 confirmedMs = clock.elapsed();
     int done = 0;
     QJsonArray doneJson;

@@ -5,6 +5,7 @@
 #include "../support/recordingsink.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <QtTest>
 
 namespace {
@@ -45,6 +46,16 @@ QJsonObject page(const char *op, int idStart, int idNext, const QJsonArray &item
                        {"arr", items}};
 }
 
+// A device's answer to one of the poller's requests: the page from its idStart, its cookie copied back.
+QJsonObject answer(const QByteArray &request, int idNext, const QJsonArray &items)
+{
+    const QJsonObject req = QJsonDocument::fromJson(request).object();
+    QJsonObject r = page(req.value("ops").toString().toLatin1().constData(), req.value("idStart").toString().toInt(),
+                         idNext, items);
+    r.insert("cookie", req.value("cookie"));
+    return r;
+}
+
 } // namespace
 
 class TestDevManager : public QObject
@@ -60,6 +71,7 @@ private slots:
     void pollAsksForEveryIncompleteTable();
     void repliesStoreAndAskForTheNextPage();
     void routeNoticesRefetchTheirTables();
+    void aPageAskedBeforeARouteChangeIsNotTakenAfterIt();
     void flowsFromSap();
 };
 
@@ -186,11 +198,13 @@ void TestDevManager::pollAsksForEveryIncompleteTable()
     h.announce("A", "10.0.0.2", {{"mcastNumTx", "0"}});
     h.registry.clock(20);
     QCOMPARE(h.sink.payloads(),
-             (QVector<QByteArray>{"{\"ops\":\"getAllRxCh\",\"idStart\":\"0\"}", "{\"ops\":\"getAllRtpCh\",\"idStart\":\"0\"}",
-                                  "{\"ops\":\"getAllUcastRx\",\"idStart\":\"0\"}", "{\"ops\":\"getAllUcastTx\",\"idStart\":\"0\"}",
-                                  "{\"ops\":\"getAllMcastRx\",\"idStart\":\"0\"}",
-                                  "{\"ops\":\"getAllActiveUcastId\",\"idStart\":\"0\"}",
-                                  "{\"ops\":\"getAllActiveMcastId\",\"idStart\":\"0\"}"}));
+             (QVector<QByteArray>{"{\"ops\":\"getAllRxCh\",\"idStart\":\"0\",\"cookie\":\"t0\"}",
+                                  "{\"ops\":\"getAllRtpCh\",\"idStart\":\"0\",\"cookie\":\"t0\"}",
+                                  "{\"ops\":\"getAllUcastRx\",\"idStart\":\"0\",\"cookie\":\"t0\"}",
+                                  "{\"ops\":\"getAllUcastTx\",\"idStart\":\"0\",\"cookie\":\"t0\"}",
+                                  "{\"ops\":\"getAllMcastRx\",\"idStart\":\"0\",\"cookie\":\"t0\"}",
+                                  "{\"ops\":\"getAllActiveUcastId\",\"idStart\":\"0\",\"cookie\":\"t0\"}",
+                                  "{\"ops\":\"getAllActiveMcastId\",\"idStart\":\"0\",\"cookie\":\"t0\"}"}));
     QCOMPARE(h.sink.sent.first().ip, ip("10.0.0.2"));
     QCOMPARE(h.sink.sent.first().port, quint16(9990));
     // No answer: the same requests again once the retry time has passed, not before.
@@ -207,7 +221,7 @@ void TestDevManager::repliesStoreAndAskForTheNextPage()
     h.announce("A", "10.0.0.2", {{"chNumRx", "20"}, {"chNumTx", "0"}, {"phyChNumRx", "0"}, {"phyChNumTx", "0"}});
     // The next page is asked for at once rather than on the next round.
     h.reply("10.0.0.2", page("getAllRxCh", 0, 16, {}));
-    QCOMPARE(h.sink.payloads(), QVector<QByteArray>{"{\"ops\":\"getAllRxCh\",\"idStart\":\"16\"}"});
+    QCOMPARE(h.sink.payloads(), QVector<QByteArray>{"{\"ops\":\"getAllRxCh\",\"idStart\":\"16\",\"cookie\":\"t0\"}"});
     h.sink.sent.clear();
     h.reply("10.0.0.2", page("getAllRxCh", 16, 20, {}));
     QVERIFY(h.sink.sent.isEmpty());
@@ -262,6 +276,65 @@ void TestDevManager::routeNoticesRefetchTheirTables()
     d = *h.registry.findByDevId("A");
     QCOMPARE(d.tables.fetched[DeviceTables::RxCh], 8);
     QCOMPARE(d.tables.fetched[DeviceTables::ActiveMcastId], 0);
+}
+
+void TestDevManager::aPageAskedBeforeARouteChangeIsNotTakenAfterIt()
+{
+    Harness h;
+    h.announce("A", "10.0.0.2", {{"chNumRx", "1"}});
+    auto asked = [&](const char *op) {
+        for (const QByteArray &p : h.sink.payloads())
+            if (QJsonDocument::fromJson(p).object().value("ops") == QLatin1String(op))
+                return p;
+        return QByteArray();
+    };
+    auto routeFrom = [](const char *src) {
+        return QJsonArray{QJsonObject{{"id", "0"}, {"active", "1"}, {"srcDevId", src}, {"srcChId", "0"}}};
+    };
+    auto shown = [&] {
+        const Device d = *h.registry.findByDevId("A");
+        return d.tables.fetched[DeviceTables::RtpCh] ? d.tables.rtpCh.value(0).srcDevId : QStringLiteral("?");
+    };
+    auto routesChanged = [&] {
+        const QByteArray text("{\"ops\":\"updateRoute\",\"devId\":\"A\"}");
+        h.registry.intakeAnnouncement(text.constData(), text.size(), ip("10.0.0.2"), 9996);
+        h.sink.sent.clear();
+    };
+
+    // Asked while the channel took B; the device changes it to C, and its event overtakes the answer.
+    h.registry.clock(20);
+    const QByteArray before = asked("getAllRtpCh");
+    routesChanged();
+    h.reply("10.0.0.2", answer(before, 1, routeFrom("B")));
+    QCOMPARE(shown(), QStringLiteral("?"));
+    QVERIFY(h.sink.sent.isEmpty());
+    // The answers under way no longer count, so the next round asks again at once, in the new generation.
+    h.registry.clock(20);
+    const QByteArray fresh = asked("getAllRtpCh");
+    QVERIFY(!fresh.isEmpty() && fresh != before);
+    h.reply("10.0.0.2", answer(fresh, 1, routeFrom("C")));
+    QCOMPARE(shown(), QStringLiteral("C"));
+
+    // A lost answer: the same request again once the retry time has passed, and its answer counts.
+    routesChanged();
+    h.registry.clock(20);
+    const QByteArray lost = asked("getAllRtpCh");
+    h.sink.sent.clear();
+    h.registry.clock(20);
+    QVERIFY(asked("getAllRtpCh").isEmpty());
+    h.registry.clock(DevManager::kRetryMs);
+    QCOMPARE(asked("getAllRtpCh"), lost);
+    h.reply("10.0.0.2", answer(lost, 1, routeFrom("D")));
+    QCOMPARE(shown(), QStringLiteral("D"));
+
+    // The active flags are reset on their own event and guarded the same way.
+    h.registry.clock(DevManager::kRetryMs);
+    const QByteArray activeBefore = asked("getAllActiveUcastId");
+    QVERIFY(!activeBefore.isEmpty());
+    const QByteArray text("{\"ops\":\"updateActive\",\"devId\":\"A\"}");
+    h.registry.intakeAnnouncement(text.constData(), text.size(), ip("10.0.0.2"), 9996);
+    h.reply("10.0.0.2", answer(activeBefore, 4, {}));
+    QCOMPARE(h.registry.findByDevId("A")->tables.fetched[DeviceTables::ActiveUcastId], 0);
 }
 
 void TestDevManager::flowsFromSap()

@@ -117,6 +117,10 @@ struct DeviceTables
     QVector<bool> activeUcast;
     QVector<bool> activeMcast;
     qint32 fetched[TableCount] = {};
+    /// Moves on whenever a table is fetched afresh. Every request for a page carries it as its "cookie", which
+    /// the device copies back: a page asked for before the device's change event and answered after it is told
+    /// from the fresh fetch's first page, though both start at 0.
+    quint32 generation[TableCount] = {};
 
     QVector<QString> names[NameTableCount];
     qint32 namesFetched[NameTableCount] = {};

@@ -9,6 +9,16 @@
 #include <limits>
 #include <cstdio>
 
+namespace {
+
+// Names are fetched once and never reset, so their requests need no generation.
+int nameRequest(char *out, const char *op, qint32 idStart)
+{
+    return std::snprintf(out, TableMerge::kRequestSize, "{\"ops\":\"%s\",\"idStart\":\"%d\"}", op, idStart);
+}
+
+} // namespace
+
 DevManager::DevManager(CommandSink *sink)
     : m_devices(kSlots)
     , m_flows(kSlots)
@@ -39,6 +49,8 @@ bool DevManager::intakeAnnouncement(const char *data, int length, quint32 sender
             TableMerge::refetchRoutes(t);
         else
             TableMerge::refetchActive(t);
+        // The answers under way belong to the old generation and will be dropped: the next round asks at once.
+        m_askedAt[size_t(slot)] = std::numeric_limits<qint64>::min() / 2;
         return false;
     }
     case Announcement::Device:
@@ -184,10 +196,10 @@ bool DevManager::intakeReply(const QJsonObject &reply, quint32 senderIp)
         return true;
 
     Notices notices;
-    const char *askOp = nullptr;
+    char ask[TableMerge::kRequestSize];
+    int askLength = 0;
     quint32 ip = 0;
     quint16 port = 0;
-    qint32 next = 0;
     {
         QMutexLocker lock(&m_mutex);
         int slot = findDeviceSlotByIpLocked(senderIp);
@@ -198,33 +210,32 @@ bool DevManager::intakeReply(const QJsonObject &reply, quint32 senderIp)
         if (slot < 0)
             return true;
         Device &dev = m_devices[size_t(slot)];
-        qint32 count = 0;
+        // The next page is asked for at once; the poll round only repeats what got lost.
         if (target.table >= 0) {
             const auto t = DeviceTables::Table(target.table);
-            count = DeviceTables::announcedCount(dev.rec, t);
+            const qint32 count = DeviceTables::announcedCount(dev.rec, t);
             if (!TableMerge::mergePage(dev.tables, t, count, reply))
                 return true;
-            next = dev.tables.fetched[t];
-            askOp = DeviceTables::operation(t);
+            const qint32 next = dev.tables.fetched[t];
+            if (next < count)
+                askLength = TableMerge::writeRequest(ask, t, next, dev.tables.generation[t]);
             notices.append(deviceNotice(
                 TableMerge::isRouteTable(t) ? RegistryNotice::RoutesChanged : RegistryNotice::ActiveChanged, dev.rec));
         } else {
             const auto t = DeviceTables::NameTable(target.nameTable);
-            count = DeviceTables::announcedNameCount(dev.rec, t);
+            const qint32 count = DeviceTables::announcedNameCount(dev.rec, t);
             if (!TableMerge::mergeNamePage(dev.tables, t, count, reply))
                 return true;
-            next = dev.tables.namesFetched[t];
-            askOp = DeviceTables::nameOperation(t);
+            const qint32 next = dev.tables.namesFetched[t];
+            if (next < count)
+                askLength = nameRequest(ask, DeviceTables::nameOperation(t), next);
         }
         m_dirty = true;
         ip = dev.rec.ip;
         port = quint16(dev.rec.port);
-        // The next page is asked for at once; the poll round only repeats what got lost.
-        if (next >= count)
-            askOp = nullptr;
     }
-    if (askOp)
-        sendRequest(askOp, next, ip, port);
+    if (askLength > 0 && m_sink)
+        m_sink->sendDatagram(QByteArray::fromRawData(ask, askLength), ip, port);
     notifyAll(notices);
     return true;
 }
@@ -274,6 +285,7 @@ void DevManager::pollRound()
         quint16 port;
         qint32 fetched[DeviceTables::TableCount];
         qint32 counts[DeviceTables::TableCount];
+        quint32 generation[DeviceTables::TableCount];
     };
     // Fixed-size scratch so a round allocates nothing; the sends happen
     // outside the mutex.
@@ -297,6 +309,7 @@ void DevManager::pollRound()
             int missing = 0;
             for (int t = 0; t < DeviceTables::TableCount; ++t) {
                 a.fetched[t] = d.tables.fetched[t];
+                a.generation[t] = d.tables.generation[t];
                 a.counts[t] = DeviceTables::announcedCount(d.rec, DeviceTables::Table(t));
                 missing += a.fetched[t] < a.counts[t];
             }
@@ -313,7 +326,7 @@ void DevManager::pollRound()
     if (!m_sink)
         return;
     constexpr int kBatch = 64;
-    static thread_local char text[kBatch][64];
+    static thread_local char text[kBatch][TableMerge::kRequestSize];
     CommandSink::Datagram batch[kBatch];
     int queued = 0;
     for (int i = 0; i < n; ++i) {
@@ -321,8 +334,8 @@ void DevManager::pollRound()
         for (int t = 0; t < DeviceTables::TableCount; ++t) {
             if (a.fetched[t] >= a.counts[t])
                 continue;
-            const int len = std::snprintf(text[queued], sizeof text[queued], "{\"ops\":\"%s\",\"idStart\":\"%d\"}",
-                                          DeviceTables::operation(DeviceTables::Table(t)), a.fetched[t]);
+            const auto table = DeviceTables::Table(t);
+            const int len = TableMerge::writeRequest(text[queued], table, a.fetched[t], a.generation[t]);
             batch[queued] = {text[queued], len, a.ip, a.port};
             if (++queued == kBatch) {
                 m_sink->sendBatch(batch, queued);
@@ -357,15 +370,15 @@ void DevManager::pollNames()
         }
     }
     for (const Ask &a : qAsConst(asks))
-        sendRequest(a.op, a.idStart, a.ip, a.port);
+        sendNameRequest(a.op, a.idStart, a.ip, a.port);
 }
 
-void DevManager::sendRequest(const char *op, qint32 idStart, quint32 ip, quint16 port)
+void DevManager::sendNameRequest(const char *op, qint32 idStart, quint32 ip, quint16 port)
 {
     if (!m_sink)
         return;
-    char buf[96];
-    const int len = std::snprintf(buf, sizeof buf, "{\"ops\":\"%s\",\"idStart\":\"%d\"}", op, idStart);
+    char buf[TableMerge::kRequestSize];
+    const int len = nameRequest(buf, op, idStart);
     m_sink->sendDatagram(QByteArray::fromRawData(buf, len), ip, port);
 }
 
@@ -377,14 +390,6 @@ int DevManager::findDeviceSlotByIpLocked(quint32 ip) const
         if (m_devices[size_t(slot)].rec.ip == ip)
             return slot;
     return -1;
-}
-
-void DevManager::refetchRoutes(const QString &devId)
-{
-    QMutexLocker lock(&m_mutex);
-    const auto found = m_deviceIndex.constFind(devId.toUtf8());
-    if (found != m_deviceIndex.constEnd())
-        TableMerge::refetchRoutes(m_devices[size_t(*found)].tables);
 }
 
 std::optional<Device> DevManager::findByDevId(const QString &devId) const

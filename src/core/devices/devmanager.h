@@ -70,9 +70,6 @@ public:
     void pollRound();
     /// Asks every device for the first missing page of its channel names.
     void pollNames();
-    /// Fetches a device's route tables afresh, as its route-change event does: for a caller that made changes
-    /// and does not see them, since a page asked for before the event can still land after it.
-    void refetchRoutes(const QString &devId);
 
     std::optional<Device> findByDevId(const QString &devId) const;
     std::optional<Device> findByIp(quint32 ip) const;
@@ -94,7 +91,7 @@ public:
 private:
     using Notices = QVector<RegistryNotice>;
     void notifyAll(const Notices &notices);
-    void sendRequest(const char *op, qint32 idStart, quint32 ip, quint16 port);
+    void sendNameRequest(const char *op, qint32 idStart, quint32 ip, quint16 port);
     int findDeviceSlotByIpLocked(quint32 ip) const;
     bool storeDevice(const DevRecord &rec, Notices *notices);
     static RegistryNotice deviceNotice(RegistryNotice::Kind kind, const DevRecord &rec);

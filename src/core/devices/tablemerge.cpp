@@ -4,6 +4,8 @@
 
 #include <QJsonArray>
 
+#include <cstdio>
+
 namespace {
 
 qint32 jsonInt(const QJsonValue &v, qint32 fallback)
@@ -90,7 +92,31 @@ bool mergeItems(qint32 &fetched, qint32 count, const QJsonObject &reply, Store s
     return true;
 }
 
+int cookieText(char *out, size_t size, quint32 generation)
+{
+    return std::snprintf(out, size, "t%u", generation);
+}
+
+// True when the reply answers a request of the table's current generation, or carries no cookie at all.
+bool isCurrent(const DeviceTables &tables, DeviceTables::Table t, const QJsonObject &reply)
+{
+    const QJsonValue cookie = reply.value(QLatin1String("cookie"));
+    if (cookie.isUndefined())
+        return true;
+    char current[16];
+    cookieText(current, sizeof current, tables.generation[t]);
+    return cookie.toString() == QLatin1String(current);
+}
+
 } // namespace
+
+int TableMerge::writeRequest(char *out, DeviceTables::Table t, qint32 idStart, quint32 generation)
+{
+    char cookie[16];
+    cookieText(cookie, sizeof cookie, generation);
+    return std::snprintf(out, kRequestSize, "{\"ops\":\"%s\",\"idStart\":\"%d\",\"cookie\":\"%s\"}",
+                         DeviceTables::operation(t), idStart, cookie);
+}
 
 TableMerge::Target TableMerge::targetOf(const QString &op)
 {
@@ -108,6 +134,8 @@ TableMerge::Target TableMerge::targetOf(const QString &op)
 bool TableMerge::mergePage(DeviceTables &tables, DeviceTables::Table t, qint32 count, const QJsonObject &reply)
 {
     DeviceTables &d = tables;
+    if (!isCurrent(d, t, reply))
+        return false;
     return mergeItems(d.fetched[t], count, reply, [&](int id, const QJsonObject &item) {
         switch (t) {
         case DeviceTables::RxCh:
@@ -188,12 +216,16 @@ bool TableMerge::mergeNamePage(DeviceTables &tables, DeviceTables::NameTable t, 
 void TableMerge::refetchRoutes(DeviceTables &tables)
 {
     for (auto t : {DeviceTables::RxCh, DeviceTables::RtpCh, DeviceTables::UcastRx, DeviceTables::UcastTx,
-                   DeviceTables::McastRx, DeviceTables::McastTx})
+                   DeviceTables::McastRx, DeviceTables::McastTx}) {
         tables.fetched[t] = 0;
+        ++tables.generation[t];
+    }
 }
 
 void TableMerge::refetchActive(DeviceTables &tables)
 {
-    tables.fetched[DeviceTables::ActiveUcastId] = 0;
-    tables.fetched[DeviceTables::ActiveMcastId] = 0;
+    for (auto t : {DeviceTables::ActiveUcastId, DeviceTables::ActiveMcastId}) {
+        tables.fetched[t] = 0;
+        ++tables.generation[t];
+    }
 }
