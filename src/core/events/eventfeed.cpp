@@ -1,0 +1,44 @@
+#include "core/events/eventfeed.h"
+
+#include "core/events/eventmonitor.h"
+#include "core/protocol/devicelink.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace EventFeed {
+
+void attach(DeviceLink *link, EventMonitor *monitor)
+{
+    auto devices = [link, monitor] {
+        QVector<DevRecord> records;
+        for (const Device &d : link->registry().devices())
+            records.append(d.rec);
+        monitor->onDevices(records);
+    };
+    // The notice as the registry made it, read back from its logged form: the
+    // typed notice stays on the receive thread.
+    QObject::connect(link, &DeviceLink::signal_notification, monitor, [monitor, devices](const QString &json) {
+        const QJsonObject o = QJsonDocument::fromJson(json.toUtf8()).object();
+        const QString op = o.value(QLatin1String("ops")).toString();
+        RegistryNotice n;
+        if (op == QLatin1String("addDev"))
+            n.kind = RegistryNotice::DevAdded;
+        else if (op == QLatin1String("delDev"))
+            n.kind = RegistryNotice::DevRemoved;
+        else if (op == QLatin1String("updateDev"))
+            n.kind = RegistryNotice::DevUpdated;
+        else
+            return;
+        n.devId = o.value(QLatin1String("devId")).toString();
+        n.name = o.value(QLatin1String("name")).toString();
+        monitor->onNotice(n);
+        devices();
+    });
+    QObject::connect(link, &DeviceLink::signal_refreshDevInfoUi, monitor, devices);
+    QObject::connect(link, &DeviceLink::signal_recv_message, monitor, [monitor](const QString &json) {
+        monitor->onMessage(QJsonDocument::fromJson(json.toUtf8()).object());
+    });
+}
+
+} // namespace EventFeed
