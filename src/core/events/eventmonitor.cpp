@@ -203,13 +203,14 @@ void EventMonitor::updateClock(const QString &devId, Known &k)
         const ClockStatus s = ClockStatus::of(k.rec, k.ptpState);
         now.state = s.leader ? ClockChange::Leader : s.locked ? ClockChange::Locked : ClockChange::Settling;
         now.leaderId = k.rec.gmClkId.str();
-        now.leaderDevId = deviceOfClock(now.leaderId);
-        if (!now.leaderDevId.isEmpty())
-            now.leaderName = m_devices.value(now.leaderDevId).rec.name.str();
     }
     const ClockChange *last = k.history.empty() ? nullptr : &k.history.back();
     if (last && last->state == now.state && last->leaderId == now.leaderId)
         return;
+    // Named only on a change: clock events come every second from every device.
+    now.leaderDevId = deviceOfClock(now.leaderId);
+    if (!now.leaderDevId.isEmpty())
+        now.leaderName = m_devices.constFind(now.leaderDevId)->rec.name.str();
     const bool wasLocked = last && (last->state == ClockChange::Locked || last->state == ClockChange::Leader);
     const bool isLocked = now.state == ClockChange::Locked || now.state == ClockChange::Leader;
     const QString name = k.rec.name.str();
@@ -231,6 +232,8 @@ void EventMonitor::updateClock(const QString &devId, Known &k)
 
 QString EventMonitor::deviceOfClock(const QString &clockId) const
 {
+    if (clockId.isEmpty())
+        return QString();
     for (auto it = m_devices.cbegin(); it != m_devices.cend(); ++it)
         if (it->recKnown && it->rec.myClkId.str() == clockId)
             return it.key();
@@ -240,7 +243,7 @@ QString EventMonitor::deviceOfClock(const QString &clockId) const
 QString EventMonitor::leaderLabel(const QString &clockId) const
 {
     const QString devId = deviceOfClock(clockId);
-    return devId.isEmpty() ? clockId : EventLine::deviceLabel(m_devices.value(devId).rec.name.str(), devId);
+    return devId.isEmpty() ? clockId : EventLine::deviceLabel(m_devices.constFind(devId)->rec.name.str(), devId);
 }
 
 void EventMonitor::updateLeaders()
