@@ -30,6 +30,8 @@ QString CliApp::usage()
         "  flows                the multicast flows announced by SAP\n"
         "  routes               every routed receive channel (channels from 1)\n"
         "  watch                registry notices and device events as they happen\n"
+        "  events               what an operator must know, a timed line each: devices found, lost, back; clock\n"
+        "                       leaders and locks; temperatures; refusals (--wait as for watch)\n"
         "  send DEVID JSON      one request through the request router; prints the reply\n"
         "  clock                every device's PTP role, state, frequency adjustment and priority (waits up to 7 s)\n"
         "  stats                every device's timing, bandwidth, temperature, running time, problem (up to 6 s)\n"
@@ -126,7 +128,7 @@ bool CliApp::parse(const QStringList &arguments, Options *out, QString *error)
         }
     }
     static const QStringList commands{QStringLiteral("devices"), QStringLiteral("flows"), QStringLiteral("routes"),
-                                      QStringLiteral("watch"), QStringLiteral("send"), QStringLiteral("help"),
+                                      QStringLiteral("watch"), QStringLiteral("events"), QStringLiteral("send"), QStringLiteral("help"),
                                       QStringLiteral("route"), QStringLiteral("flow"), QStringLiteral("clock"),
                                       QStringLiteral("stats"), QStringLiteral("levels"), QStringLiteral("dsp"),
                                       QStringLiteral("snapshot")};
@@ -296,6 +298,8 @@ int CliApp::run()
     // Printers first: the first notices come as soon as the thread runs.
     if (m_options.command == QLatin1String("watch"))
         connectWatchPrinters();
+    if (m_options.command == QLatin1String("events"))
+        connectEventPrinters();
     m_link->startOn(address);
     if (!waitUntil([this] { return m_link->thread().currentAddress() != 0 || m_link->thread().isFinished(); }, 2000)
         || m_link->thread().currentAddress() == 0)
@@ -307,7 +311,7 @@ int CliApp::run()
         return cmdFlows();
     if (m_options.command == QLatin1String("routes"))
         return cmdRoutes();
-    if (m_options.command == QLatin1String("watch"))
+    if (m_options.command == QLatin1String("watch") || m_options.command == QLatin1String("events"))
         return cmdWatch();
     if (m_options.command == QLatin1String("clock"))
         return cmdClock();

@@ -64,6 +64,8 @@ private:
     int cmdRoutes();
     int cmdWatch();
     void connectWatchPrinters();
+    /// The event stream the main window's panel shows (clievents.cpp).
+    void connectEventPrinters();
     int cmdSend();
     // The clock and monitoring pages' figures (climonitor.cpp).
     int cmdClock();

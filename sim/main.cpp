@@ -163,8 +163,9 @@ int main(int argc, char *argv[])
                                        QStringLiteral("A device that announces but answers nothing."),
                                        QStringLiteral("DEVICE"));
     const QCommandLineOption goneOpt(QStringLiteral("gone"),
-                                     QStringLiteral("A device that falls silent for good after S seconds."),
-                                     QStringLiteral("DEVICE=S"));
+                                     QStringLiteral("A device that falls silent after S seconds, for good or, given "
+                                                    "BACK, for BACK seconds before it powers on again."),
+                                     QStringLiteral("DEVICE=S[:BACK]"));
     const QCommandLineOption blinkOpt(QStringLiteral("blink"),
                                       QStringLiteral("Press a device's identify key every S seconds."),
                                       QStringLiteral("DEVICE=S"));
@@ -277,10 +278,15 @@ int main(int argc, char *argv[])
         scenario.devices[index].faults.silent = true;
     }
     for (const QString &g : p.values(goneOpt)) {
-        bool ok = false;
-        if (!splitTarget(scenario, g, &index, &value) || value.toInt(&ok) < 0 || !ok)
-            return fail(QStringLiteral("--gone takes DEVICE=SECONDS"));
-        scenario.devices[index].faults.goneAfterS = value.toInt();
+        bool ok = false, backOk = true;
+        const bool found = splitTarget(scenario, g, &index, &value);
+        const QStringList parts = value.split(QLatin1Char(':'));
+        const int after = parts.at(0).toInt(&ok);
+        const int back = parts.size() == 2 ? parts.at(1).toInt(&backOk) : -1;
+        if (!found || !ok || !backOk || after < 0 || parts.size() > 2 || (parts.size() == 2 && back < 1))
+            return fail(QStringLiteral("--gone takes DEVICE=SECONDS or DEVICE=SECONDS:BACK_AFTER_SECONDS"));
+        scenario.devices[index].faults.goneAfterS = after;
+        scenario.devices[index].faults.backAfterS = back;
     }
 
     for (const QString &b : p.values(blinkOpt)) {

@@ -252,10 +252,19 @@ void SimDevice::boot()
 
 void SimDevice::tick(qint64 t)
 {
-    if (m_gone)
-        return;
-    if (m_profile.faults.goneAfterS >= 0 && t - m_startedAt >= qint64(m_profile.faults.goneAfterS) * 1000) {
+    if (m_gone) {
+        if (m_profile.faults.backAfterS < 0 || t - m_goneAt < qint64(m_profile.faults.backAfterS) * 1000)
+            return;
+        m_gone = false;
+        boot();
+        m_nextAnnounce = t;
+        log(QStringLiteral("back: announcing and answering again"));
+    }
+    if (!m_wentGone && m_profile.faults.goneAfterS >= 0
+        && t - m_startedAt >= qint64(m_profile.faults.goneAfterS) * 1000) {
         m_gone = true;
+        m_wentGone = true;
+        m_goneAt = t;
         if (m_dspLink)
             m_dspLink->close();
         log(QStringLiteral("gone: no more announcements or answers"));

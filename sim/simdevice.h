@@ -169,6 +169,8 @@ private:
     qint64 m_bootAt = 0;
     qint64 m_rebootUntil = -1; ///< >= 0 while rebooting
     bool m_gone = false;
+    bool m_wentGone = false; ///< a device goes once; coming back is for good
+    qint64 m_goneAt = 0;
     qint64 m_nextAnnounce = 0, m_nextSap = 0, m_nextBlink = 0;
 };
 

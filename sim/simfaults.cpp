@@ -31,6 +31,8 @@ SimFaults SimFaults::fromJson(const QJsonObject &obj, const SimFaults &base, QSt
             f.oversizePercent = readInt(it.value(), &ok);
         else if (key == QLatin1String("goneAfterS"))
             f.goneAfterS = readInt(it.value(), &ok);
+        else if (key == QLatin1String("backAfterS"))
+            f.backAfterS = readInt(it.value(), &ok);
         else if (key == QLatin1String("dspSplit"))
             f.dspSplit = readInt(it.value(), &ok);
         else if (key == QLatin1String("dspDelayMs"))
@@ -85,6 +87,8 @@ QJsonObject SimFaults::toJson(const SimFaults &base) const
         o.insert(QStringLiteral("silent"), silent);
     if (goneAfterS != base.goneAfterS)
         o.insert(QStringLiteral("goneAfterS"), goneAfterS);
+    if (backAfterS != base.backAfterS)
+        o.insert(QStringLiteral("backAfterS"), backAfterS);
     if (dspSplit != base.dspSplit)
         o.insert(QStringLiteral("dspSplit"), dspSplit);
     if (dspDelayMs != base.dspDelayMs)
@@ -105,6 +109,6 @@ bool SimFaults::operator==(const SimFaults &o) const
 {
     return lossPercent == o.lossPercent && delayMs == o.delayMs && malformedPercent == o.malformedPercent &&
            oversizePercent == o.oversizePercent && refuse == o.refuse && hot == o.hot && silent == o.silent &&
-           goneAfterS == o.goneAfterS && dspSplit == o.dspSplit && dspDelayMs == o.dspDelayMs &&
+           goneAfterS == o.goneAfterS && backAfterS == o.backAfterS && dspSplit == o.dspSplit && dspDelayMs == o.dspDelayMs &&
            dspDropOnAccept == o.dspDropOnAccept && dspDropPercent == o.dspDropPercent;
 }

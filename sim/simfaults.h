@@ -18,6 +18,7 @@ struct SimFaults
     QString hot;                   ///< "" normal, "warn" 80.5-85.0 °C, "error" 86 °C and above
     bool silent = false;           ///< answers nothing but keeps announcing
     int goneAfterS = -1;           ///< stops announcing and answering this many seconds after start
+    int backAfterS = -1;           ///< ... and comes back, as if powered on again, this many seconds later (-1: never)
     // The DSP link (TCP); "delayMs" and "silent" hold there too.
     int dspSplit = 0;             ///< replies written in this many pieces (2 or more), the first inside the length
     int dspDelayMs = 0;           ///< replies on the link held back this much more

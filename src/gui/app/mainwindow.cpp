@@ -1,6 +1,9 @@
 #include "gui/app/mainwindow.h"
 
 #include "gui/app/aboutdialog.h"
+#include "gui/app/eventpanel.h"
+#include "core/events/eventfeed.h"
+#include "core/events/eventmonitor.h"
 #include "gui/clock/clockform.h"
 #include "gui/monitor/devvolumeform.h"
 #include "gui/monitor/netstateform.h"
@@ -38,6 +41,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QStackedWidget>
+#include <QStyle>
 #include <QVBoxLayout>
 
 namespace {
@@ -78,6 +82,7 @@ MainWindow::MainWindow(const QString &settingsDir, QWidget *parent)
     , m_settings(new UserSettings(settingsDir))
     , m_link(new DeviceLink(this))
     , m_uiStore(new DeviceUiStore(this))
+    , m_events(new EventMonitor({}, this))
 {
     setObjectName(QStringLiteral("MainWindow"));
     setAttribute(Qt::WA_StyledBackground);
@@ -114,13 +119,40 @@ MainWindow::MainWindow(const QString &settingsDir, QWidget *parent)
     statusLayout->addWidget(m_statusInterface);
     statusLayout->addStretch(1);
     statusLayout->addWidget(m_statusDevices);
+    statusLayout->addSpacing(scaled(12));
+    m_eventsButton = new QPushButton(status);
+    m_eventsButton->setObjectName(QStringLiteral("pb_events"));
+    m_eventsButton->setCheckable(true);
+    m_eventsButton->setFocusPolicy(Qt::NoFocus);
+    m_eventsButton->setFixedHeight(scaled(22));
+    // In the status line, where the network's state is read. Unseen warnings
+    // and errors turn the button red until the panel is looked at.
+    m_eventsButton->setStyleSheet(QString::fromLatin1(kLanguageButtonStyle).arg(scaled(12))
+                                  + QStringLiteral("QPushButton[alert=\"true\"] { color: white; background-color: rgb(214, 72, 72);"
+                                                   " border-color: rgb(214, 72, 72); font-weight: bold; }"));
+    connect(m_eventsButton, &QPushButton::toggled, this, &MainWindow::setEventsShown);
+    statusLayout->addWidget(m_eventsButton);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(1, 1, 1, 1);
     layout->setSpacing(0);
     layout->addWidget(m_titleBar);
     layout->addWidget(menu);
-    layout->addWidget(m_stack, 1);
+    // The events panel opens at the right of the pages, beside them rather
+    // than over them, so a page and the log can be watched together.
+    m_eventPanel = new EventPanel(m_events, this);
+    m_eventPanel->setFixedWidth(scaled(460));
+    m_eventPanel->hide();
+    connect(m_eventPanel, &EventPanel::signal_closeRequested, this, [this] { setEventsShown(false); });
+    connect(m_eventPanel, &EventPanel::signal_showTips, this, &MainWindow::slot_showTips);
+    connect(m_events, &EventMonitor::signal_unseenChanged, this, &MainWindow::updateEventsButton);
+    EventFeed::attach(m_link, m_events);
+    auto *middle = new QHBoxLayout;
+    middle->setContentsMargins(0, 0, 0, 0);
+    middle->setSpacing(0);
+    middle->addWidget(m_stack, 1);
+    middle->addWidget(m_eventPanel);
+    layout->addLayout(middle, 1);
     layout->addWidget(status);
 
     m_snack = new SnackBar(this);
@@ -364,6 +396,27 @@ void MainWindow::buildMenu(QWidget *menu)
     layout->addWidget(m_about);
 }
 
+void MainWindow::setEventsShown(bool shown)
+{
+    m_eventsButton->setChecked(shown);
+    m_eventPanel->setVisible(shown);
+    updateEventsButton();
+}
+
+void MainWindow::updateEventsButton()
+{
+    if (!m_eventsButton)
+        return;
+    const int unseen = m_events->unseenAlerts();
+    m_eventsButton->setText(unseen ? tx(Tx::EvButtonUnseen).arg(unseen) : tx(Tx::EvButton));
+    m_eventsButton->setToolTip(tx(Tx::EvButtonTip));
+    if (m_eventsButton->property("alert").toBool() != (unseen > 0)) {
+        m_eventsButton->setProperty("alert", unseen > 0);
+        m_eventsButton->style()->unpolish(m_eventsButton);
+        m_eventsButton->style()->polish(m_eventsButton);
+    }
+}
+
 void MainWindow::slot_showDeviceTest()
 {
     if (!m_deviceTest) {
@@ -454,6 +507,7 @@ void MainWindow::slot_openDeviceSettings(const QString &devId)
     }
     auto *dialog = new DeviceSettingsDialog(devId, m_link->registry(), m_uiStore, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setClockHistory(m_events);
     connect(dialog, &DeviceSettingsDialog::signal_sendUdp, this, &MainWindow::slot_sendUdp);
     connect(dialog, &DeviceSettingsDialog::signal_sendUdpToPort, m_link, &DeviceLink::sendToPort);
     connect(dialog, &DeviceSettingsDialog::signal_showTips, this, &MainWindow::slot_showTips);
@@ -551,6 +605,7 @@ void MainWindow::retranslate()
     m_tools->setText(tx(Tx::ToolsDeviceTest));
     m_signalTools->setText(tx(Tx::ToolsSignalTest));
     m_openProgram->setText(tx(Tx::OfflineOpenProgram));
+    updateEventsButton();
     m_titleBar->retranslate();
     updateStatus();
 }

@@ -8,6 +8,8 @@
 class DevDspDialog;
 class DeviceLink;
 class DeviceUiStore;
+class EventMonitor;
+class EventPanel;
 class InterfaceChooser;
 class McastWidget;
 class QButtonGroup;
@@ -40,6 +42,11 @@ public:
     SnackBar *snackBar() const { return m_snack; }
     DeviceLink *deviceLink() const { return m_link; }
     DeviceUiStore *uiStore() const { return m_uiStore; }
+    /// The event log and the clock histories; the panel beside the pages shows the log.
+    EventMonitor *events() const { return m_events; }
+    EventPanel *eventPanel() const { return m_eventPanel; }
+    /// Opens or closes the events panel, as its button in the status line does.
+    void setEventsShown(bool shown);
 
     /// Starts device traffic on a dotted IPv4 address of this host.
     bool startNetwork(const QString &address);
@@ -104,10 +111,14 @@ private:
     void buildPages();
     void retranslate();
     void updateStatus();
+    void updateEventsButton();
 
     UserSettings *m_settings;
     DeviceLink *m_link;
     DeviceUiStore *m_uiStore;
+    EventMonitor *m_events;
+    EventPanel *m_eventPanel = nullptr;
+    QPushButton *m_eventsButton = nullptr;
     InterfaceChooser *m_chooser = nullptr;
     TitleBar *m_titleBar;
     QButtonGroup *m_pageButtons;

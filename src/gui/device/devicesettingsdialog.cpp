@@ -7,6 +7,7 @@
 #include "gui/device/settingsaddresspage.h"
 #include "gui/device/settingsamplifierpage.h"
 #include "gui/device/settingschannelspage.h"
+#include "gui/device/settingsclockpage.h"
 #include "gui/device/settingsgeneralpage.h"
 #include "gui/device/settingsgpiopage.h"
 #include "gui/device/settingsinfopage.h"
@@ -47,7 +48,7 @@ constexpr int kIpRecheckMs = 2000;
 
 const Tx kPageNames[DeviceSettingsDialog::PageCount] = {Tx::DsPageGeneral, Tx::DsPageChannels, Tx::DsPageAddress,
                                                         Tx::DsPageLock,    Tx::DsPageInfo,     Tx::DsPageAmplifier,
-                                                        Tx::DsPageGpio};
+                                                        Tx::DsPageGpio,    Tx::DsPageClock};
 
 const char kListStyle[] =
     "QListWidget { background-color: rgb(28, 29, 34); border: none; border-right: 1px solid rgb(50, 52, 60);"
@@ -127,10 +128,11 @@ DeviceSettingsDialog::DeviceSettingsDialog(const QString &devId, const DevManage
     m_info = new SettingsInfoPage(m_stack);
     m_amplifier = new SettingsAmplifierPage(devId, m_stack);
     m_gpio = new SettingsGpioPage(devId, m_stack);
+    m_clock = new SettingsClockPage(devId, m_stack);
     for (QWidget *page : {static_cast<QWidget *>(m_general), static_cast<QWidget *>(m_channels),
                           static_cast<QWidget *>(m_address), static_cast<QWidget *>(m_lock),
                           static_cast<QWidget *>(m_info), static_cast<QWidget *>(m_amplifier),
-                          static_cast<QWidget *>(m_gpio)})
+                          static_cast<QWidget *>(m_gpio), static_cast<QWidget *>(m_clock)})
         m_stack->addWidget(page);
     connect(m_list, &QListWidget::currentRowChanged, m_stack, &QStackedWidget::setCurrentIndex);
 
@@ -178,6 +180,11 @@ bool DeviceSettingsDialog::hasPage(Page page) const
     if (page == Gpio)
         return DeviceModels::hasGpio(model);
     return page >= 0 && page < PageCount;
+}
+
+void DeviceSettingsDialog::setClockHistory(const EventMonitor *monitor)
+{
+    m_clock->setMonitor(monitor);
 }
 
 LockOverlay *DeviceSettingsDialog::cover() const

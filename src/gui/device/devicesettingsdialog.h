@@ -10,6 +10,7 @@
 class PlanRunner;
 class DevManager;
 class DeviceUiStore;
+class EventMonitor;
 class LockOverlay;
 class QLabel;
 class QListWidget;
@@ -18,6 +19,7 @@ class QTimer;
 class SettingsAddressPage;
 class SettingsAmplifierPage;
 class SettingsChannelsPage;
+class SettingsClockPage;
 class SettingsGeneralPage;
 class SettingsGpioPage;
 class SettingsInfoPage;
@@ -35,7 +37,7 @@ class DeviceSettingsDialog : public FramelessDialog
 {
     Q_OBJECT
 public:
-    enum Page { General, Channels, Address, Lock, Info, Amplifier, Gpio, PageCount };
+    enum Page { General, Channels, Address, Lock, Info, Amplifier, Gpio, ClockHistory, PageCount };
 
     DeviceSettingsDialog(const QString &devId, const DevManager &registry, DeviceUiStore *store,
                          QWidget *parent = nullptr);
@@ -45,6 +47,8 @@ public:
     Page currentPage() const;
     /// Whether this device's model has the page.
     bool hasPage(Page page) const;
+    /// Where the clock history page reads this device's clock changes.
+    void setClockHistory(const EventMonitor *monitor);
     /// The cover over the pages while the device's details are locked.
     LockOverlay *cover() const;
 
@@ -98,6 +102,7 @@ private:
     SettingsInfoPage *m_info;
     SettingsAmplifierPage *m_amplifier;
     SettingsGpioPage *m_gpio;
+    SettingsClockPage *m_clock;
     QPointer<LockOverlay> m_cover;
     int m_coverKind = 0;
     struct Result
