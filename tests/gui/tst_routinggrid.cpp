@@ -133,7 +133,7 @@ void TestRoutingGrid::clickOnCellSendsTheCommand()
 
 void TestRoutingGrid::cancelledConfirmSendsNothing()
 {
-    announce(*m_reg, "FAR", "11.0.0.3", {{"name", "Far"}, {"chNumRx", "2"}, {"chNumTx", "0"}});
+    announce(*m_reg, "FAR", "11.0.0.3", {{"name", "Zz Far"}, {"chNumRx", "2"}, {"chNumTx", "0"}});
     show();
     // rows: TX RX; columns: TX RX FAR
     click(0, 2);
