@@ -13,12 +13,10 @@
 #include "gui/monitor/netstateform.h"
 #include "gui/monitor/netstateitemform.h"
 #include "gui/widgets/rowtipbutton.h"
-#include "gui/widgets/snackbar.h"
 
 #include "../support/programwindow.h"
 #include "../support/simulator.h"
 
-#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -34,7 +32,6 @@ private slots:
     void levelsArriveThroughThePageLevelNames();
     void clockSummaryInTheStandardOrder();
     void priorityChangeReElectsTheLeader();
-    void pictures();
 
 private:
     QString tipOf(const QString &devId) const;
@@ -166,25 +163,6 @@ void TestMonitorSim::priorityChangeReElectsTheLeader()
     // The old leader settles on the new one.
     QTRY_COMPARE_WITH_TIMEOUT(box8->text(FormClockTitle::State), QStringLiteral("locked"), 15000);
     QCOMPARE(m_clock->item("SIM-0005")->text(FormClockTitle::Role), QStringLiteral("Slave"));
-}
-
-void TestMonitorSim::pictures()
-{
-    if (qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR"))
-        QSKIP("set CORVANE_SHOT_DIR to keep pictures of the clock and statistics pages");
-    const QDir dir(qEnvironmentVariable("CORVANE_SHOT_DIR"));
-    QTRY_VERIFY_WITH_TIMEOUT(!m_stats->item("SIM-0002")->text(FormNetTitle::Temperature).isEmpty(), 10000);
-    for (const bool chinese : {false, true}) {
-        m_window->slot_switchLanguage(chinese);
-        const QString lang = chinese ? QStringLiteral("zh") : QStringLiteral("en");
-        for (const auto &[page, name] : {std::pair{MainWindow::Clock, "clock"}, {MainWindow::NetStats, "netstats"}}) {
-            m_window->setPage(page);
-            QTest::qWait(300); // let the window system draw it before the grab
-            m_window->snackBar()->hide();
-            QVERIFY(m_window->grab().save(dir.filePath(QStringLiteral("%1-%2.png").arg(QLatin1String(name), lang))));
-        }
-    }
-    m_window->slot_switchLanguage(false);
 }
 
 QTEST_MAIN(TestMonitorSim)

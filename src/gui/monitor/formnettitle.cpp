@@ -2,6 +2,7 @@
 
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
+#include "gui/widgets/style.h"
 
 #include <QComboBox>
 #include <QEvent>
@@ -22,6 +23,7 @@ FormNetTitle::FormNetTitle(QWidget *parent)
     m_sortLabel = new QLabel(this);
     m_sortLabel->setObjectName(QStringLiteral("lb_sort"));
     m_sortLabel->setBuddy(m_sort);
+    m_sortLabel->setFont(Style::font(10.5));
     // The selector sits beside the caption of the first column, behind its own label.
     cellLayout(Name)->addWidget(m_sortLabel);
     cellLayout(Name)->addWidget(m_sort);
