@@ -147,7 +147,7 @@ void TestDevicesPage::standardOrderKeepsTheSelection()
     QCOMPARE(form.model()->devIdAt(0), QStringLiteral("T2"));
     QCOMPARE(form.selectedDevId(), QStringLiteral("S10"));
 
-    // The user's sort is reported for keeping, and a kept one is restored without being reported again.
+    // The user's sort is reported for keeping (restoring it is the main window's test); nonsense is ignored.
     QSignalSpy chosen(&form, &DeviceListForm::signal_sortChoiceChanged);
     QHeaderView *header = form.view()->horizontalHeader();
     QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
@@ -155,13 +155,8 @@ void TestDevicesPage::standardOrderKeepsTheSelection()
     QCOMPARE(chosen.count(), 1);
     const QString choice = chosen.last().at(0).toString();
     QCOMPARE(choice, QStringLiteral("%1:asc").arg(int(DeviceTableModel::Address)));
-    DeviceListForm again(registry, nullptr);
-    QSignalSpy quiet(&again, &DeviceListForm::signal_sortChoiceChanged);
-    again.setSortChoice(choice);
-    QCOMPARE(column(again, DeviceTableModel::DevId), (QStringList{"S2", "S3", "S10", "T1", "T2"}));
-    again.setSortChoice("12:sideways");
-    QCOMPARE(again.sortChoice(), choice);
-    QCOMPARE(quiet.count(), 0);
+    form.setSortChoice("12:sideways");
+    QCOMPARE(form.sortChoice(), choice);
 }
 
 void TestDevicesPage::actionsSendTheirCommands()

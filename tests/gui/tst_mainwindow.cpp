@@ -179,6 +179,7 @@ void TestMainWindow::sortChoicesOutliveTheWindow()
     const QSettings stored(m_dir->filePath(QStringLiteral("UserConfig.ini")), QSettings::IniFormat);
     QCOMPARE(stored.value(QStringLiteral("Sort/NetStats")).toString(), QStringLiteral("Descending"));
     QCOMPARE(stored.value(QStringLiteral("Sort/Devices")).toString(), address);
+    // Restored at the next start.
     MainWindow again(m_dir->path());
     QCOMPARE(again.findChild<NetStateForm *>()->sortChoice(), QStringLiteral("Descending"));
     QCOMPARE(again.findChild<DeviceListForm *>()->sortChoice(), address);
