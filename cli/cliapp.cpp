@@ -2,6 +2,7 @@
 
 #include "clidspargs.h"
 #include "clioutput.h"
+#include "core/devices/deviceorder.h"
 #include "core/app/netscan.h"
 #include "core/devices/commandtargets.h"
 #include "core/protocol/devicelink.h"
@@ -333,7 +334,7 @@ int CliApp::run()
 int CliApp::cmdDevices()
 {
     waitForSettledTables({});
-    const QVector<Device> devices = m_link->registry().devices();
+    const QVector<Device> devices = DeviceOrder::sorted(m_link->registry().devices());
     if (m_options.json) {
         QJsonArray arr;
         for (const Device &d : devices)

@@ -4,6 +4,7 @@
 #include "cliapp.h"
 
 #include "clioutput.h"
+#include "core/devices/deviceorder.h"
 #include "core/clock/clockrow.h"
 #include "core/devices/devicemodels.h"
 #include "core/devices/deviceuistore.h"
@@ -90,7 +91,7 @@ int CliApp::cmdClock()
                                 QStringLiteral("IP"), QStringLiteral("ROLE"), QStringLiteral("STATE"),
                                 QStringLiteral("FREQ(PPM)"), QStringLiteral("PRIORITY"), QStringLiteral("VERSION"),
                                 QStringLiteral("TIP")}};
-    for (const Device &d : m_link->registry().devices()) {
+    for (const Device &d : DeviceOrder::sorted(m_link->registry().devices())) {
         const ClockRow r = ClockRow::of(d.rec, store.get(d.devId()));
         arr.append(QJsonObject{{QStringLiteral("devId"), r.devId},
                                {QStringLiteral("name"), r.name},
@@ -200,7 +201,7 @@ int CliApp::cmdLevels()
     QVector<QStringList> lines{{QStringLiteral("NAME"), QStringLiteral("DEVID"), QStringLiteral("ANALOG IN(dBV)"),
                                 QStringLiteral("ANALOG OUT(dBV)"), QStringLiteral("NET IN(dBFS)"),
                                 QStringLiteral("NET OUT(dBFS)")}};
-    for (const LevelsTracker::Row &r : tracker.rows(m_link->registry().devices())) {
+    for (const LevelsTracker::Row &r : tracker.rows(DeviceOrder::sorted(m_link->registry().devices()))) {
         arr.append(QJsonObject{{QStringLiteral("devId"), r.devId},
                                {QStringLiteral("name"), r.name},
                                {QStringLiteral("analogIn"), r.cells[LevelsTracker::AnalogIn]},

@@ -148,7 +148,7 @@ void TestMonitor::amplifierInfo()
     QCOMPARE(polls.at(1), json(R"({"ops":"getTarnAmpInfo","devId":"A1"})"));
     QVERIFY(t.intake(json(R"({"ops":"getTarnAmpInfo","devId":"A1","result":"succ","power":"1","voltage":"48.2",)"
                           R"("protect":"0","tempArr":["79840","80240"]})")));
-    QCOMPARE(t.row(amp).amplifier, QStringLiteral("Amplifier power on, supply 48.2 V, outputs 79.8 / 80.2 °C"));
+    QCOMPARE(t.row(amp).amplifier, QStringLiteral("Amplifier power: on · supply: 48.2 V · Output 1: 79.8 °C · Output 2: 80.2 °C"));
     QCOMPARE(t.row(amp).problem.level, RowProblem::None);
     t.intake(json(R"({"ops":"getTarnAmpInfo","devId":"A1","result":"succ","power":"1","protect":"2"})"));
     QCOMPARE(t.row(amp).problem.level, RowProblem::Error);
@@ -169,15 +169,22 @@ void TestMonitor::sortOrders()
     const QVector<Device> devices{device("D3", "stage box"), device("D1", "Amp"), device("D2", "Stage box"),
                                   device("D4", "console")};
     NetStatsTracker t;
+    t.pollRound(devices);
+    for (const char *reply : {R"({"ops":"getDebugInfo","devId":"D3","result":"succ","temp":"45000"})",
+                              R"({"ops":"getDebugInfo","devId":"D1","result":"succ","temp":"45020"})",
+                              R"({"ops":"getDebugInfo","devId":"D2","result":"succ","temp":"60000"})"})
+        QVERIFY(t.intake(QJsonDocument::fromJson(reply).object()));
     auto ids = [&](NetStateRow::SortOrder order) {
         QStringList out;
         for (const NetStateRow &r : t.rows(devices, order))
             out << r.devId;
         return out;
     };
-    QCOMPARE(ids(NetStateRow::Default), (QStringList{"D3", "D1", "D2", "D4"}));
-    QCOMPARE(ids(NetStateRow::Ascending), (QStringList{"D1", "D4", "D2", "D3"}));
-    QCOMPARE(ids(NetStateRow::Descending), (QStringList{"D3", "D2", "D4", "D1"}));
+    // Default: by name (case only breaks a tie), whatever the order given. By temperature: equal tenths in the
+    // default order, devices that told none last either way.
+    QCOMPARE(ids(NetStateRow::Default), (QStringList{"D1", "D4", "D2", "D3"}));
+    QCOMPARE(ids(NetStateRow::Ascending), (QStringList{"D1", "D3", "D2", "D4"}));
+    QCOMPARE(ids(NetStateRow::Descending), (QStringList{"D2", "D1", "D3", "D4"}));
 }
 
 void TestMonitor::derivedFigures()

@@ -88,6 +88,7 @@ class TestRouteGrid : public QObject
 private slots:
     void cleanup() { HiddenChannels::setDisplayFlag(0); }
     void foldingAndUnfolding();
+    void ownersInTheStandardOrder();
     void noColumnWithoutReceiveNoRowWithoutTransmit();
     void modelsHideChannels_data();
     void modelsHideChannels();
@@ -137,6 +138,27 @@ void TestRouteGrid::foldingAndUnfolding()
     QVERIFY(!g.isExpanded(RouteGrid::Rows, "A") && !g.isExpanded(RouteGrid::Columns, "B"));
     g.toggleOwner(RouteGrid::Columns, "B");
     QVERIFY(!g.togglePair(0, 2)); // a channel cell is no pair
+}
+
+void TestRouteGrid::ownersInTheStandardOrder()
+{
+    // Given in the order they announced themselves; shown by name, then id; flows after devices, by name then
+    // group. A route still lands on its cell, whatever place its owners took.
+    Device box10 = device("S10", "Stage Box 10", "10.0.0.1", 2, 2);
+    const Device box2 = device("S2", "Stage Box 2", "10.0.0.2", 2, 2);
+    const Device twinB = device("T-B", "Twin", "10.0.0.3", 2, 2);
+    const Device twinA = device("T-A", "Twin", "10.0.0.4", 2, 2);
+    routeUcast(box10, 1, twinA, 2);
+    RouteGrid g;
+    g.rebuild({box10, twinB, box2, twinA},
+              {flow("Mix", "10.0.0.1", "239.69.0.9", 2), flow("Mix", "10.0.0.2", "239.69.0.3", 2),
+               flow("Bus", "10.0.0.1", "239.69.0.5", 2)});
+    QCOMPARE(lines(g.columns()), QStringList({"S2/0", "S10/0", "T-A/0", "T-B/0"}));
+    QCOMPARE(lines(g.rows()), QStringList({"S2/0", "S10/0", "T-A/0", "T-B/0", "Bus/0", "Mix/0", "Mix/0"}));
+    QCOMPARE(g.rows().at(5).flowIp, ip("239.69.0.3"));
+    g.toggleOwner(RouteGrid::Rows, "T-A");
+    g.toggleOwner(RouteGrid::Columns, "S10");
+    QCOMPARE(g.cellState(lines(g.rows()).indexOf("T-A/2"), lines(g.columns()).indexOf("S10/1")), 2);
 }
 
 void TestRouteGrid::noColumnWithoutReceiveNoRowWithoutTransmit()
@@ -236,9 +258,10 @@ void TestRouteGrid::foldedPairsShowTheirRoutes()
     routeUcast(rx, 1, tx, 1);
     RouteGrid g;
     g.rebuild({tx, rx}, {});
-    QVERIFY(g.pairRouted(0, 1) && !g.pairRouted(0, 0) && !g.pairRouted(1, 1));
+    // By name: Console's row and column come first.
+    QVERIFY(g.pairRouted(1, 0) && !g.pairRouted(1, 1) && !g.pairRouted(0, 0));
     g.toggleOwner(RouteGrid::Rows, "TX");
-    QVERIFY(!g.pairExpanded(0, 1)); // the receiver is still folded: the route stays hidden
+    QVERIFY(!g.pairExpanded(1, 0)); // the receiver is still folded: the route stays hidden
 }
 
 void TestRouteGrid::unannouncedFlowGetsAnAddressRow()

@@ -86,7 +86,7 @@ void TestCliMonitor::stats()
     QCOMPARE(d["SIM-0001"].value("tip").toString(),
              QStringLiteral("Stage Box 2 temperature is too high, please pay attention to heat dissipation"));
     QCOMPARE(d["SIM-0004"].value("level").toString(), QStringLiteral("error"));
-    QVERIFY(d["SIM-0004"].value("amplifier").toString().startsWith("Amplifier power on"));
+    QVERIFY(d["SIM-0004"].value("amplifier").toString().startsWith("Amplifier power: on"));
     QCOMPARE(d["SIM-0007"].value("tip").toString(),
              QStringLiteral("Wall Panel 4 communication is abnormal, please check the network connection"));
     QCOMPARE(d["SIM-0007"].value("temp").toString(), QString());

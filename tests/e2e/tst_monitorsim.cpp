@@ -30,6 +30,7 @@ private slots:
     void hotDevicesShowTheirProblems();
     void silentDeviceShowsTheCommunicationProblem();
     void levelsArriveThroughThePageLevelNames();
+    void clockSummaryInTheStandardOrder();
     void priorityChangeReElectsTheLeader();
 
 private:
@@ -77,7 +78,10 @@ void TestMonitorSim::hotDevicesShowTheirProblems()
     QCOMPARE(m_stats->item("SIM-0004")->tipButton()->problem().level, RowProblem::Error);
     const QString temp = m_stats->item("SIM-0004")->text(FormNetTitle::Temperature);
     QVERIFY2(temp.endsWith(" °C") && temp.left(4).toDouble() > 85.0, qPrintable(temp));
-    QVERIFY(m_stats->item("SIM-0004")->label(FormNetTitle::Temperature)->toolTip().startsWith("Amplifier power on"));
+    const QString tip = m_stats->item("SIM-0004")->label(FormNetTitle::Temperature)->toolTip();
+    QVERIFY2(tip.startsWith("Device temperature: " + temp) && tip.contains("Amplifier power: on") &&
+                 tip.contains("Output 4: "),
+             qPrintable(tip));
     // A device at a normal temperature has no tip, and its running time counts.
     QCOMPARE(tipOf("SIM-0002"), QString());
     QVERIFY(QRegularExpression("^0:0:\\d+$").match(m_stats->item("SIM-0002")->text(FormNetTitle::Uptime)).hasMatch());
@@ -115,6 +119,22 @@ void TestMonitorSim::levelsArriveThroughThePageLevelNames()
     QCOMPARE(m_levels->item("SIM-0007")->text(DevVolumeTitleForm::AnalogIn), QString());
 }
 
+void TestMonitorSim::clockSummaryInTheStandardOrder()
+{
+    // By name, whatever order the simulator's devices announced in.
+    QStringList names;
+    for (ClockItemForm *i : m_clock->items())
+        names << i->text(FormClockTitle::Name);
+    QCOMPARE(names, (QStringList{"Amp Rack", "Console 64", "DSP Matrix 16", "PC Audio", "Stage Box 2", "Stage Box 8",
+                                 "Stage Rack 128", "Wall Panel 4"}));
+    QTRY_VERIFY_WITH_TIMEOUT(m_clock->summaryLabel()->text().contains("leader Stage Box 8 (SIM-0002)"), 10000);
+    QVERIFY(m_clock->item("SIM-0002")->hasLeaderMark());
+    QVERIFY(!m_clock->item("SIM-0003")->hasLeaderMark());
+    QVERIFY(m_clock->rateWarningLabel()->isVisibleTo(m_clock));
+    QVERIFY(m_clock->rateWarningLabel()->text().endsWith("most devices run at 48 kHz; Wall Panel 4 runs at 96 kHz"));
+    QVERIFY(m_clock->summaryLabel()->text().contains(" of 8 locked"));
+}
+
 void TestMonitorSim::priorityChangeReElectsTheLeader()
 {
     ClockItemForm *box2 = m_clock->item("SIM-0001");
@@ -138,6 +158,8 @@ void TestMonitorSim::priorityChangeReElectsTheLeader()
     QTRY_COMPARE_WITH_TIMEOUT(box2->text(FormClockTitle::Role), QStringLiteral("Master"), 10000);
     QTRY_COMPARE_WITH_TIMEOUT(box8->text(FormClockTitle::Role), QStringLiteral("Slave"), 10000);
     QCOMPARE(box2->text(FormClockTitle::State), QStringLiteral("locked"));
+    QTRY_VERIFY_WITH_TIMEOUT(m_clock->summaryLabel()->text().contains("leader Stage Box 2 (SIM-0001)"), 10000);
+    QTRY_VERIFY_WITH_TIMEOUT(box2->hasLeaderMark() && !box8->hasLeaderMark(), 10000);
     // The old leader settles on the new one.
     QTRY_COMPARE_WITH_TIMEOUT(box8->text(FormClockTitle::State), QStringLiteral("locked"), 15000);
     QCOMPARE(m_clock->item("SIM-0005")->text(FormClockTitle::Role), QStringLiteral("Slave"));

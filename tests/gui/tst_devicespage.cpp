@@ -11,6 +11,7 @@
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QHeaderView>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -51,6 +52,7 @@ private slots:
     void rowsFollowTheRegistry();
     void clockColumnFollowsANewLeader();
     void sortAndFilter();
+    void standardOrderKeepsTheSelection();
     void actionsSendTheirCommands();
     void blinkHighlightsTheRow();
     void interfaceDialogChoosesAndWatches();
@@ -118,6 +120,43 @@ void TestDevicesPage::sortAndFilter()
     filter->clear();
     QTest::keyClicks(filter, "96000");
     QCOMPARE(column(form, DeviceTableModel::Name), QStringList{"Zulu"});
+}
+
+void TestDevicesPage::standardOrderKeepsTheSelection()
+{
+    DevManager registry;
+    announce(registry, "S10", "10.0.0.10", {{"name", "Stage Box 10"}});
+    announce(registry, "T2", "10.0.0.12", {{"name", "Twin"}});
+    announce(registry, "S2", "10.0.0.2", {{"name", "Stage Box 2"}});
+    announce(registry, "T1", "10.0.0.11", {{"name", "Twin"}});
+    DeviceListForm form(registry, nullptr);
+    form.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&form));
+    QCOMPARE(column(form, DeviceTableModel::DevId), (QStringList{"S2", "S10", "T1", "T2"}));
+    clickRow(form.view(), 1);
+    QCOMPARE(form.selectedDevId(), QStringLiteral("S10"));
+
+    // A newcomer lands in its place and a renamed device moves; the selection stays on its device.
+    announce(registry, "S3", "10.0.0.3", {{"name", "Stage Box 3"}});
+    form.slot_refresh();
+    QCOMPARE(column(form, DeviceTableModel::DevId), (QStringList{"S2", "S3", "S10", "T1", "T2"}));
+    QCOMPARE(form.selectedDevId(), QStringLiteral("S10"));
+    announce(registry, "T2", "10.0.0.12", {{"name", "Amp"}});
+    form.slot_refresh();
+    QCOMPARE(column(form, DeviceTableModel::DevId), (QStringList{"T2", "S2", "S3", "S10", "T1"}));
+    QCOMPARE(form.model()->devIdAt(0), QStringLiteral("T2"));
+    QCOMPARE(form.selectedDevId(), QStringLiteral("S10"));
+
+    // The user's sort is reported for keeping (restoring it is the main window's test); nonsense is ignored.
+    QSignalSpy chosen(&form, &DeviceListForm::signal_sortChoiceChanged);
+    QHeaderView *header = form.view()->horizontalHeader();
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                      QPoint(header->sectionViewportPosition(DeviceTableModel::Address) + 5, header->height() / 2));
+    QCOMPARE(chosen.count(), 1);
+    const QString choice = chosen.last().at(0).toString();
+    QCOMPARE(choice, QStringLiteral("%1:asc").arg(int(DeviceTableModel::Address)));
+    form.setSortChoice("12:sideways");
+    QCOMPARE(form.sortChoice(), choice);
 }
 
 void TestDevicesPage::actionsSendTheirCommands()

@@ -1,6 +1,10 @@
 #include "gui/app/aboutdialog.h"
 #include "core/app/language.h"
 #include "gui/app/mainwindow.h"
+#include "gui/device/devicelistform.h"
+#include "gui/device/devicetablemodel.h"
+#include "gui/monitor/formnettitle.h"
+#include "gui/monitor/netstateform.h"
 #include "gui/widgets/noticebox.h"
 #include "gui/widgets/snackbar.h"
 
@@ -11,6 +15,8 @@
 #include <QPushButton>
 #include <QSettings>
 #include <QStackedWidget>
+#include <QTableView>
+#include <QComboBox>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -36,6 +42,7 @@ private slots:
     void quitPromptAsksFirst();
     void aboutShowsVersionAndBuild();
     void snackBarShowsResults();
+    void sortChoicesOutliveTheWindow();
 
 private:
     QTemporaryDir *m_dir = nullptr;
@@ -159,6 +166,23 @@ void TestMainWindow::snackBarShowsResults()
     QTRY_COMPARE_WITH_TIMEOUT(w.snackBar()->currentText(), QStringLiteral("done"), 10000);
     QCOMPARE(w.snackBar()->currentKind(), SnackBar::Success);
     w.setQuitConfirmed(true);
+}
+
+void TestMainWindow::sortChoicesOutliveTheWindow()
+{
+    const QString address = QStringLiteral("%1:desc").arg(int(DeviceTableModel::Address));
+    {
+        MainWindow w(m_dir->path());
+        w.findChild<NetStateForm *>()->title()->sortBox()->setCurrentIndex(NetStateRow::Descending);
+        w.findChild<DeviceListForm *>()->view()->sortByColumn(DeviceTableModel::Address, Qt::DescendingOrder);
+    }
+    const QSettings stored(m_dir->filePath(QStringLiteral("UserConfig.ini")), QSettings::IniFormat);
+    QCOMPARE(stored.value(QStringLiteral("Sort/NetStats")).toString(), QStringLiteral("Descending"));
+    QCOMPARE(stored.value(QStringLiteral("Sort/Devices")).toString(), address);
+    // Restored at the next start.
+    MainWindow again(m_dir->path());
+    QCOMPARE(again.findChild<NetStateForm *>()->sortChoice(), QStringLiteral("Descending"));
+    QCOMPARE(again.findChild<DeviceListForm *>()->sortChoice(), address);
 }
 
 QTEST_MAIN(TestMainWindow)

@@ -59,6 +59,7 @@ private slots:
     void init() { Language::setChinese(false); }
     void cleanup();
     void clockRowAndPriorityDialog();
+    void clockSummaryAndLeaderMark();
     void statisticsRowAndSortOrder();
     void levelsRow();
     void longNamesEndInAnEllipsis();
@@ -140,6 +141,40 @@ void TestMonitorPages::clockRowAndPriorityDialog()
     QVERIFY(form.items().isEmpty());
 }
 
+void TestMonitorPages::clockSummaryAndLeaderMark()
+{
+    // Announced in no particular order; the leader announces itself last.
+    DevManager registry;
+    DeviceUiStore store;
+    const QString leaderClk = "00-1D-C1-FF-FE-00-00-02";
+    announce(registry, "D10", "10.0.0.10", {{"name", "Stage Box 10"}, {"myClkId", "00-1D-C1-FF-FE-00-00-10"},
+                                            {"gmClkId", leaderClk}});
+    announce(registry, "D7", "10.0.0.7", {{"name", "Wall Panel"}, {"myClkId", "00-1D-C1-FF-FE-00-00-07"},
+                                          {"gmClkId", leaderClk}, {"sampleRate", "96000"}});
+    announce(registry, "D2", "10.0.0.2", {{"name", "Stage Box 2"}, {"myClkId", leaderClk}, {"gmClkId", leaderClk}});
+    ClockForm form(registry, &store);
+    form.resize(1400, 500);
+    form.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&form));
+    QStringList order;
+    for (ClockItemForm *i : form.items())
+        order << i->devId();
+    QCOMPARE(order, (QStringList{"D2", "D10", "D7"}));
+    QCOMPARE(form.summaryLabel()->text(), QStringLiteral("Domain — · leader Stage Box 2 (D2) · 1 of 3 locked"));
+    QVERIFY(form.item("D2")->hasLeaderMark());
+    QVERIFY(!form.item("D10")->hasLeaderMark());
+    QVERIFY(form.rateWarningLabel()->isVisibleTo(&form));
+    QVERIFY(form.rateWarningLabel()->text().endsWith("most devices run at 48 kHz; Wall Panel runs at 96 kHz"));
+
+    // Clock events and the reported domain reach the summary without a registry change.
+    for (const char *id : {"D7", "D10"})
+        store.slot_message(QStringLiteral(R"({"ops":"clockEvent","devId":"%1","event":"masterOffset","state":"2"})")
+                               .arg(id));
+    store.slot_message(R"({"ops":"getVersion","devId":"D2","result":"succ","ptpDomain":"0"})");
+    QTRY_COMPARE(form.summaryLabel()->text(), QStringLiteral("Domain 0 · leader Stage Box 2 (D2) · 3 of 3 locked"));
+
+}
+
 void TestMonitorPages::statisticsRowAndSortOrder()
 {
     DevManager registry;
@@ -166,20 +201,33 @@ void TestMonitorPages::statisticsRowAndSortOrder()
     QVERIFY(tip->toolTip().startsWith("Amp Rack temperature is too high"));
     QTest::mouseClick(tip, Qt::LeftButton); // shows the tip; must not disturb the row
 
-    // The sort order, chosen with the keyboard as a user would.
+    // The amplifier's tool tip labels every figure, after the device's own temperature.
+    form.slot_message(R"({"ops":"getTarnAmpInfo","devId":"A1","result":"succ","power":"1","voltage":"48.2",)"
+                      R"("protect":"0","tempArr":["79800","80200"]})");
+    QCOMPARE(row->label(FormNetTitle::Temperature)->toolTip(),
+             QStringLiteral("Device temperature: 80.5 °C\nAmplifier power: on · supply: 48.2 V · Output 1: 79.8 °C · "
+                            "Output 2: 80.2 °C"));
+
+    // The sort order, chosen with the keyboard as a user would; the box says what it is.
+    form.slot_message(R"({"ops":"getDebugInfo","devId":"D3","result":"succ","temp":"41000","uptime":"5"})");
     auto names = [&] {
         QStringList out;
         for (NetStateItemForm *i : form.items())
             out << i->text(FormNetTitle::Name);
         return out;
     };
-    QCOMPARE(names(), (QStringList{"Amp Rack", "alpha", "Charlie"}));
+    QCOMPARE(names(), (QStringList{"alpha", "Amp Rack", "Charlie"}));
     QComboBox *sort = form.title()->sortBox();
+    QCOMPARE(form.title()->sortLabel()->buddy(), sort);
+    QCOMPARE(form.title()->sortLabel()->text(), QStringLiteral("Order:"));
+    QSignalSpy chosen(&form, &NetStateForm::signal_sortChoiceChanged);
     sort->setFocus();
     QTest::keyClick(sort, Qt::Key_Down);
-    QCOMPARE(names(), (QStringList{"alpha", "Amp Rack", "Charlie"}));
-    QTest::keyClick(sort, Qt::Key_Down);
     QCOMPARE(names(), (QStringList{"Charlie", "Amp Rack", "alpha"}));
+    QTest::keyClick(sort, Qt::Key_Down);
+    QCOMPARE(names(), (QStringList{"Amp Rack", "Charlie", "alpha"}));
+    QCOMPARE(chosen.count(), 2);
+    QCOMPARE(chosen.last().at(0).toString(), QStringLiteral("Descending"));
 }
 
 void TestMonitorPages::levelsRow()

@@ -78,8 +78,9 @@ void TestRoutingGrid::initTestCase()
 void TestRoutingGrid::init()
 {
     m_reg = new DevManager;
+    // Named so that the order by name is the order of announcement the cases below count on.
     announce(*m_reg, "TX", "10.0.0.1", {{"name", "Stage Box"}, {"chNumRx", "2"}, {"chNumTx", "2"}});
-    announce(*m_reg, "RX", "10.0.0.2", {{"name", "Console"}, {"chNumRx", "2"}, {"chNumTx", "2"}});
+    announce(*m_reg, "RX", "10.0.0.2", {{"name", "Zone Console"}, {"chNumRx", "2"}, {"chNumTx", "2"}});
     freeStreams(*m_reg, "TX", "10.0.0.1");
     m_form = new CellRouteForm(*m_reg, nullptr);
     m_form->resize(900, 700);
@@ -132,7 +133,7 @@ void TestRoutingGrid::clickOnCellSendsTheCommand()
 
 void TestRoutingGrid::cancelledConfirmSendsNothing()
 {
-    announce(*m_reg, "FAR", "11.0.0.3", {{"name", "Far"}, {"chNumRx", "2"}, {"chNumTx", "0"}});
+    announce(*m_reg, "FAR", "11.0.0.3", {{"name", "Zz Far"}, {"chNumRx", "2"}, {"chNumTx", "0"}});
     show();
     // rows: TX RX; columns: TX RX FAR
     click(0, 2);
@@ -207,7 +208,7 @@ void TestRoutingGrid::hoveringTheSameCellTwiceChangesNothing()
     QVERIFY(first.contains("1,2"));
     QVERIFY(!first.contains("1,3"));
     const QString tip = m_form->cellItem(2, 2)->toolTip();
-    QVERIFY(tip.contains(QStringLiteral("Stage Box:2 -&gt; Console:1")));
+    QVERIFY(tip.contains(QStringLiteral("Stage Box:2 -&gt; Zone Console:1")));
     QCOMPARE(m_form->rowHeader(2)->property("hover").toString(), QStringLiteral("device"));
 
     QTest::mouseMove(viewport, at + QPoint(1, 1));

@@ -26,3 +26,16 @@ bool UserSettings::startsInChinese(const QString &stored)
     lang = QStringLiteral("en");
     return lang == QStringLiteral("chs");
 }
+
+QString UserSettings::sortChoice(const QString &page) const
+{
+    QSettings ini(m_path, QSettings::IniFormat);
+    return ini.value(QStringLiteral("Sort/") + page).toString();
+}
+
+void UserSettings::storeSortChoice(const QString &page, const QString &choice)
+{
+    QSettings ini(m_path, QSettings::IniFormat);
+    ini.setValue(QStringLiteral("Sort/") + page, choice);
+    ini.sync();
+}

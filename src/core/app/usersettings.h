@@ -17,6 +17,11 @@ public:
     /// operator always meets the same screen after a restart.
     static bool startsInChinese(const QString &stored);
 
+    /// The sort a page was last left in ("" when never chosen): kept across
+    /// launches so a large list comes back the way the operator reads it.
+    QString sortChoice(const QString &page) const;
+    void storeSortChoice(const QString &page, const QString &choice);
+
     QString path() const { return m_path; }
 
 private:

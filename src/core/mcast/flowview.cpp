@@ -1,5 +1,6 @@
 #include "core/mcast/flowview.h"
 
+#include "core/devices/deviceorder.h"
 #include "core/protocol/ipv4.h"
 #include "core/routing/hiddenchannels.h"
 
@@ -83,9 +84,17 @@ Details txDetails(const Device &dev, quint32 dstIp)
 QVector<TxRow> transmitFlows(const Device &dev)
 {
     QVector<TxRow> rows;
-    for (const McastTxItem &t : dev.tables.mcastTx) {
-        if (t.dstIp == 0)
-            continue;
+    QVector<const McastTxItem *> flows;
+    for (const McastTxItem &t : dev.tables.mcastTx)
+        if (t.dstIp != 0)
+            flows.append(&t);
+    // By name, then group, as flows are listed everywhere.
+    std::sort(flows.begin(), flows.end(), [](const McastTxItem *a, const McastTxItem *b) {
+        const int c = DeviceOrder::compareNames(a->name, b->name);
+        return c != 0 ? c < 0 : a->dstIp < b->dstIp;
+    });
+    for (const McastTxItem *f : qAsConst(flows)) {
+        const McastTxItem &t = *f;
         rows.append(TxRow{t.name, Ipv4::toText(t.dstIp), addressPort(t.dstIp, t.dstPort), labels(dev, t.srcChIds)});
     }
     return rows;

@@ -5,6 +5,7 @@
 #include "core/monitor/netstatsdisplay.h"
 #include "core/monitor/tarnampinfo.h"
 #include "core/devices/devicerecord.h"
+#include "core/devices/deviceorder.h"
 
 #include <algorithm>
 
@@ -38,12 +39,15 @@ NetStateRow NetStateRow::of(const Device &d, const DebugInfo *debug, const TarnA
 
 void NetStateRow::sort(QVector<NetStateRow> &rows, SortOrder order)
 {
-    if (order == Default)
-        return;
-    std::stable_sort(rows.begin(), rows.end(), [order](const NetStateRow &a, const NetStateRow &b) {
-        int c = a.name.compare(b.name, Qt::CaseInsensitive);
-        if (c == 0)
-            c = a.devId.compare(b.devId);
-        return order == Ascending ? c < 0 : c > 0;
+    std::sort(rows.begin(), rows.end(), [order](const NetStateRow &a, const NetStateRow &b) {
+        if (order != Default) {
+            const bool aKnown = a.tenths != DeviceHealth::kNoTemperature;
+            const bool bKnown = b.tenths != DeviceHealth::kNoTemperature;
+            if (aKnown != bKnown)
+                return aKnown;
+            if (a.tenths != b.tenths)
+                return order == Ascending ? a.tenths < b.tenths : a.tenths > b.tenths;
+        }
+        return DeviceOrder::compare(a.name, a.devId, b.name, b.devId) < 0;
     });
 }

@@ -34,8 +34,9 @@ struct NetStateRow
     /// missed DeviceHealth::kMissedPollLimit polls in a row.
     static NetStateRow of(const Device &d, const DebugInfo *debug, const TarnAmpInfo *amp, bool unreachable);
 
-    /// Default keeps the order given (the registry's: the order devices were
-    /// found); Ascending and Descending sort by device name, ignoring case,
-    /// then by devId, so equal names keep a fixed order.
+    /// Default: the order of every list of devices (DeviceOrder: by name,
+    /// then devId). Ascending and Descending: by temperature, coolest or
+    /// hottest first, devices that have not told theirs last; equal
+    /// temperatures in the default order.
     static void sort(QVector<NetStateRow> &rows, SortOrder order);
 };

@@ -21,13 +21,16 @@ std::optional<TarnAmpInfo> TarnAmpInfo::fromReply(const QJsonObject &reply)
 
 QString TarnAmpInfo::summary() const
 {
-    QStringList temps;
-    for (const QString &t : temperatures) {
+    // Every figure carries its label: a bare second temperature was read as the device's own.
+    QStringList parts{tx(Tx::NetTempTipAmp)
+                          .arg(tx(power ? Tx::AmpPowerOn : Tx::AmpPowerOff),
+                               voltage.isEmpty() ? QStringLiteral("?") : voltage)};
+    for (int i = 0; i < temperatures.size(); ++i) {
         int tenths = 0;
-        temps.append(NetStatsDisplay::temperatureTenths(t, &tenths) ? QString::number(tenths / 10.0, 'f', 1)
-                                                                    : QStringLiteral("?"));
+        const QString t = NetStatsDisplay::temperatureTenths(temperatures.at(i), &tenths)
+                              ? QString::number(tenths / 10.0, 'f', 1)
+                              : QStringLiteral("?");
+        parts.append(tx(Tx::NetTempTipOutput).arg(i + 1).arg(t));
     }
-    return tx(Tx::AmpSummary)
-        .arg(tx(power ? Tx::AmpPowerOn : Tx::AmpPowerOff), voltage.isEmpty() ? QStringLiteral("?") : voltage,
-             temps.isEmpty() ? QStringLiteral("?") : temps.join(QStringLiteral(" / ")));
+    return parts.join(QStringLiteral(" · "));
 }

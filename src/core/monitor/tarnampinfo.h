@@ -15,6 +15,6 @@ struct TarnAmpInfo
     /// Empty unless the message is a "getTarnAmpInfo" reply with "result" "succ".
     static std::optional<TarnAmpInfo> fromReply(const QJsonObject &reply);
 
-    /// "Power on, 48.2 V, outputs 79.8 / 80.2 °C" in the current language.
+    /// "Amplifier power: on · supply: 48.2 V · Output 1: 79.8 °C · Output 2: 80.2 °C" in the current language.
     QString summary() const;
 };

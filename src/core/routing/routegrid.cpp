@@ -1,5 +1,6 @@
 #include "core/routing/routegrid.h"
 
+#include "core/devices/deviceorder.h"
 #include "core/routing/hiddenchannels.h"
 #include "core/routing/routelabels.h"
 #include "core/protocol/ipv4.h"
@@ -44,7 +45,9 @@ void RouteGrid::collectOwners()
     m_columnOwnerById.clear();
     m_deviceIndex.reserve(m_devices.size());
 
-    for (int i = 0; i < m_devices.size(); ++i) {
+    // Owners in the order of every list of devices, whatever order the registry learnt them in; the
+    // indexes still point into the lists as given.
+    for (const int i : DeviceOrder::indexOrder(m_devices)) {
         const DevRecord &rec = m_devices.at(i).rec;
         const QString id = rec.devId.str();
         m_deviceIndex.insert(id, i);
@@ -68,7 +71,7 @@ void RouteGrid::collectOwners()
         }
     }
 
-    for (int i = 0; i < m_flows.size(); ++i) {
+    for (const int i : DeviceOrder::indexOrder(m_flows)) {
         const FlowRecord &f = m_flows.at(i);
         m_flowIndex.insert(f.dstIp, i);
         if (f.chNum == 0 || m_rowOwnerOfFlow.contains(f.dstIp))

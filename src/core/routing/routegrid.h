@@ -27,8 +27,9 @@ public:
         int channel = 0;
     };
 
-    /// Takes the registry's devices (in registry order) and flows, then
-    /// builds both axes and the cell states.
+    /// Takes the registry's devices and flows in any order, then builds both
+    /// axes (owners in DeviceOrder's order, flows after devices) and the cell
+    /// states.
     void rebuild(const QVector<Device> &devices, const QVector<FlowRecord> &flows);
     /// After a fold change of one axis.
     void buildRows();

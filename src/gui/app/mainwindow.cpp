@@ -217,6 +217,9 @@ void MainWindow::buildPages()
     connect(this, &MainWindow::signal_send_addDev, devices, &DeviceListForm::slot_refreshDevInfo);
     connect(this, &MainWindow::signal_blinkingDev, devices, &DeviceListForm::slot_blinking);
     connect(this, &MainWindow::signal_unBlinkingDev, devices, &DeviceListForm::slot_unBlinking);
+    devices->setSortChoice(m_settings->sortChoice(QStringLiteral("Devices")));
+    connect(devices, &DeviceListForm::signal_sortChoiceChanged, this,
+            [this](const QString &choice) { m_settings->storeSortChoice(QStringLiteral("Devices"), choice); });
 
     auto *routing = new CellRouteForm(m_link->registry(), m_uiStore, this);
     setPageWidget(Routing, routing);
@@ -258,7 +261,11 @@ void MainWindow::buildPages()
         return page;
     };
     setPageWidget(Clock, wire(new ClockForm(m_link->registry(), m_uiStore, this)));
-    setPageWidget(NetStats, wire(new NetStateForm(m_link->registry(), this)));
+    auto *stats = wire(new NetStateForm(m_link->registry(), this));
+    setPageWidget(NetStats, stats);
+    stats->setSortChoice(m_settings->sortChoice(QStringLiteral("NetStats")));
+    connect(stats, &NetStateForm::signal_sortChoiceChanged, this,
+            [this](const QString &choice) { m_settings->storeSortChoice(QStringLiteral("NetStats"), choice); });
     setPageWidget(Levels, wire(new DevVolumeForm(m_link->registry(), this)));
 }
 

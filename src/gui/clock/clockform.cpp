@@ -6,6 +6,8 @@
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "core/clock/clockrow.h"
+#include "core/clock/clocksummary.h"
+#include "core/devices/deviceorder.h"
 #include "core/devices/deviceuistore.h"
 #include "core/devices/devmanager.h"
 #include "gui/widgets/planrunner.h"
@@ -16,6 +18,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QLabel>
+#include <QSet>
+#include <QTimer>
 #include <QVBoxLayout>
 
 ClockForm::ClockForm(const DevManager &registry, DeviceUiStore *uiStore, QWidget *parent)
@@ -29,9 +33,27 @@ ClockForm::ClockForm(const DevManager &registry, DeviceUiStore *uiStore, QWidget
     m_list = new RowList(new FormClockTitle, this);
     m_count = new QLabel(this);
     m_count->setObjectName(QStringLiteral("lb_count"));
+    m_summary = new QLabel(this);
+    m_summary->setObjectName(QStringLiteral("lb_clockSummary"));
+    m_summary->setFont(Style::font(10.5));
+    m_summary->setStyleSheet(QStringLiteral("QLabel { color: %1; }").arg(Style::rgb(Style::kTextBright)));
+    m_summary->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_rateWarning = new QLabel(this);
+    m_rateWarning->setObjectName(QStringLiteral("lb_rateWarning"));
+    m_rateWarning->setFont(Style::font(10.5));
+    m_rateWarning->setWordWrap(true);
+    m_rateWarning->setStyleSheet(QStringLiteral("QLabel { color: %1; }").arg(Style::rgb(Style::kWarning)));
+    m_rateWarning->hide();
+    m_summaryTimer = new QTimer(this);
+    m_summaryTimer->setSingleShot(true);
+    m_summaryTimer->setInterval(200);
+    connect(m_summaryTimer, &QTimer::timeout, this,
+            [this] { showSummary(DeviceOrder::sorted(m_registry.devices())); });
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(scaled(16), scaled(14), scaled(16), scaled(14));
     layout->setSpacing(scaled(10));
+    layout->addWidget(m_summary);
+    layout->addWidget(m_rateWarning);
     layout->addWidget(m_count);
     layout->addWidget(m_list, 1);
     if (m_uiStore)
@@ -50,7 +72,7 @@ QVector<ClockItemForm *> ClockForm::items() const
 
 void ClockForm::slot_refresh()
 {
-    const QVector<Device> devices = m_registry.devices();
+    const QVector<Device> devices = DeviceOrder::sorted(m_registry.devices());
     QVector<QWidget *> order;
     QHash<QString, ClockItemForm *> kept;
     for (const Device &d : devices) {
@@ -69,14 +91,44 @@ void ClockForm::slot_refresh()
     m_items = kept;
     m_list->setRows(order);
     m_count->setText(tx(Tx::DevicesCount).arg(devices.size()));
+    showSummary(devices);
+}
+
+void ClockForm::showSummary(const QVector<Device> &devices)
+{
+    QVector<ClockMember> members;
+    members.reserve(devices.size());
+    for (const Device &d : devices) {
+        const DeviceUiData ui = m_uiStore ? m_uiStore->get(d.devId()) : DeviceUiData();
+        members.append({d.rec, ui.ptpState, ui.ptpDomain});
+    }
+    QStringList lines;
+    QSet<QString> leaders;
+    for (const ClockDomainSummary &s : ClockSummary::domains(members)) {
+        lines.append(s.text());
+        if (!s.leaderDevId.isEmpty())
+            leaders.insert(s.leaderDevId);
+    }
+    m_summary->setText(lines.join(QLatin1Char('\n')));
+    m_summary->setVisible(!lines.isEmpty());
+    for (auto it = m_items.cbegin(); it != m_items.cend(); ++it)
+        it.value()->setLeaderMark(leaders.contains(it.key()));
+    const SampleRateCheck rates = ClockSummary::sampleRates(members);
+    m_rateWarning->setText(QStringLiteral("⚠ ") + rates.text());
+    m_rateWarning->setVisible(rates.mismatch());
 }
 
 void ClockForm::slot_deviceChanged(const QString &devId)
 {
     ClockItemForm *item = m_items.value(devId);
     const auto d = item ? m_registry.findByDevId(devId) : std::nullopt;
-    if (d)
-        item->setRow(ClockRow::of(d->rec, m_uiStore ? m_uiStore->get(devId) : DeviceUiData()));
+    if (!d)
+        return;
+    item->setRow(ClockRow::of(d->rec, m_uiStore ? m_uiStore->get(devId) : DeviceUiData()));
+    // A lock or a reported domain changes the counts above the list; clock
+    // events of a large network come in bursts, so they are summed up once.
+    if (!m_summaryTimer->isActive())
+        m_summaryTimer->start();
 }
 
 void ClockForm::slot_message(const QString &json)

@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QWidget>
 
+struct Device;
 class ClockItemForm;
 class DevManager;
 class DeviceUiStore;
@@ -10,6 +11,7 @@ class FormClockTitle;
 class PlanRunner;
 class RowList;
 class QLabel;
+class QTimer;
 
 /// The clock page: every device of the registry with its PTP role, state,
 /// frequency adjustment and priority, which the edit button of a row changes.
@@ -22,6 +24,9 @@ public:
     ClockItemForm *item(const QString &devId) const { return m_items.value(devId); }
     /// The rows in the order shown.
     QVector<ClockItemForm *> items() const;
+    /// One line per domain (ClockDomainSummary::text) and the sample-rate warning.
+    QLabel *summaryLabel() const { return m_summary; }
+    QLabel *rateWarningLabel() const { return m_rateWarning; }
 
 signals:
     void signal_sendUdp(const QString &json, const QString &tag);
@@ -41,10 +46,15 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
+    void showSummary(const QVector<Device> &devices);
+
     const DevManager &m_registry;
     PlanRunner *m_runner = nullptr;
     DeviceUiStore *m_uiStore;
     RowList *m_list;
     QLabel *m_count;
+    QLabel *m_summary;
+    QLabel *m_rateWarning;
+    QTimer *m_summaryTimer;
     QHash<QString, ClockItemForm *> m_items;
 };

@@ -8,6 +8,7 @@
 
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 
 ClockItemForm::ClockItemForm(const QString &devId, QWidget *parent)
@@ -31,7 +32,24 @@ ClockItemForm::ClockItemForm(const QString &devId, QWidget *parent)
     m_edit->setToolTip(tx(Tx::ClkEditPriority));
     cellLayout(FormClockTitle::Priority)->addWidget(m_edit);
     connect(m_edit, &QPushButton::clicked, this, [this] { emit signal_editPriority(m_devId); });
+    m_leader = new QLabel(QStringLiteral("★"), this);
+    m_leader->setObjectName(QStringLiteral("lb_leader"));
+    m_leader->setStyleSheet(QStringLiteral("QLabel { color: rgb(240, 190, 60); }"));
+    m_leader->setToolTip(tx(Tx::ClkLeaderMark));
+    m_leader->hide();
+    cellLayout(FormClockTitle::Name)->insertWidget(0, m_leader);
     setRow(ClockRow());
+}
+
+void ClockItemForm::setLeaderMark(bool leader)
+{
+    if (leader == m_leaderMark)
+        return;
+    m_leaderMark = leader;
+    m_leader->setVisible(leader);
+    QFont f = label(FormClockTitle::Name)->font();
+    f.setBold(leader);
+    label(FormClockTitle::Name)->setFont(f);
 }
 
 void ClockItemForm::setRow(const ClockRow &row)
@@ -52,7 +70,9 @@ void ClockItemForm::setRow(const ClockRow &row)
 
 void ClockItemForm::changeEvent(QEvent *event)
 {
-    if (event->type() == QEvent::LanguageChange)
+    if (event->type() == QEvent::LanguageChange) {
         m_edit->setToolTip(tx(Tx::ClkEditPriority));
+        m_leader->setToolTip(tx(Tx::ClkLeaderMark));
+    }
     ColumnRow::changeEvent(event);
 }

@@ -3,6 +3,7 @@
 #include "core/clock/clockrow.h"
 #include "gui/widgets/columnrow.h"
 
+class QLabel;
 class QPushButton;
 class RowTipButton;
 
@@ -18,6 +19,9 @@ public:
     const ClockRow &row() const { return m_row; }
     RowTipButton *tipButton() const { return m_tip; }
     QPushButton *editButton() const { return m_edit; }
+    /// Marks the row of a device that leads its domain's clock.
+    void setLeaderMark(bool leader);
+    bool hasLeaderMark() const { return m_leaderMark; }
 
 signals:
     void signal_editPriority(const QString &devId);
@@ -31,4 +35,6 @@ private:
     RowTipButton *m_tip;
     int m_colorLevel = -1;
     QPushButton *m_edit;
+    QLabel *m_leader;
+    bool m_leaderMark = false;
 };

@@ -83,6 +83,11 @@ DeviceListForm::DeviceListForm(const DevManager &registry, DeviceUiStore *uiStor
             emit signal_openSettings(devId);
     });
     connect(m_view->selectionModel(), &QItemSelectionModel::selectionChanged, this, &DeviceListForm::updateButtons);
+    connect(m_view->horizontalHeader(), &QHeaderView::sortIndicatorChanged, this,
+            [this] {
+                if (!m_restoringSort)
+                    emit signal_sortChoiceChanged(sortChoice());
+            });
 
     connect(m_settings, &QPushButton::clicked, this, [this] {
         if (!selectedDevId().isEmpty())
@@ -135,6 +140,28 @@ void DeviceListForm::selectDevice(const QString &devId)
     const QModelIndex at = m_proxy->mapFromSource(m_model->index(row, 0));
     m_view->selectRow(at.row());
     m_view->scrollTo(at);
+}
+
+QString DeviceListForm::sortChoice() const
+{
+    const QHeaderView *h = m_view->horizontalHeader();
+    return QStringLiteral("%1:%2").arg(h->sortIndicatorSection())
+        .arg(h->sortIndicatorOrder() == Qt::AscendingOrder ? QLatin1String("asc") : QLatin1String("desc"));
+}
+
+void DeviceListForm::setSortChoice(const QString &choice)
+{
+    const QStringList parts = choice.split(QLatin1Char(':'));
+    bool ok = false;
+    const int column = parts.value(0).toInt(&ok);
+    if (parts.size() != 2 || !ok || column < 0 || column >= DeviceTableModel::ColumnCount ||
+        (parts.at(1) != QLatin1String("asc") && parts.at(1) != QLatin1String("desc")))
+        return;
+    // The header's own signal does the sorting, so it cannot be blocked: the
+    // restored choice is simply not reported back as a new one.
+    m_restoringSort = true;
+    m_view->sortByColumn(column, parts.at(1) == QLatin1String("asc") ? Qt::AscendingOrder : Qt::DescendingOrder);
+    m_restoringSort = false;
 }
 
 void DeviceListForm::slot_refresh()

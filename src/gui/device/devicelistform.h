@@ -25,12 +25,18 @@ public:
     /// The devId of the selected row, or empty.
     QString selectedDevId() const;
     void selectDevice(const QString &devId);
+    /// The column sorted by and its direction as stored: "<column>:asc" or
+    /// "<column>:desc". An unreadable text leaves the sort as it is.
+    QString sortChoice() const;
+    void setSortChoice(const QString &choice);
 
 signals:
     void signal_sendUdp(const QString &json, const QString &tag);
     void signal_openSettings(const QString &devId);
     void signal_openDsp(const QString &devId);
     void signal_showTips(const QString &text, bool isSucc);
+    /// The user sorted by another column or direction.
+    void signal_sortChoiceChanged(const QString &choice);
 
 public slots:
     /// Re-reads the registry (devices added, removed or changed).
@@ -63,4 +69,5 @@ private:
     QPushButton *m_identify;
     QPushButton *m_reboot;
     PlanRunner *m_runner = nullptr;
+    bool m_restoringSort = false;
 };

@@ -2,6 +2,7 @@
 
 #include "core/app/texts.h"
 #include "core/clock/clockstatus.h"
+#include "core/devices/deviceorder.h"
 #include "core/protocol/ipv4.h"
 
 #include <QColor>
@@ -34,13 +35,15 @@ QString DeviceTableModel::cellText(const Device &d, const DeviceUiData &ui, Colu
     }
 }
 
-void DeviceTableModel::setDevices(const QVector<Device> &devices)
+void DeviceTableModel::setDevices(const QVector<Device> &given)
 {
-    QHash<QString, int> wanted;
-    for (int i = 0; i < devices.size(); ++i)
-        wanted.insert(devices.at(i).devId(), i);
-    // Gone devices leave; the rest are updated in place so views keep their
-    // selection; newcomers are appended.
+    const QVector<Device> devices = DeviceOrder::sorted(given);
+    QSet<QString> wanted;
+    for (const Device &d : devices)
+        wanted.insert(d.devId());
+    // Gone devices leave; the rest stay the same rows (moved only when a new
+    // name moves them), and newcomers are inserted at their place: views keep
+    // their selection and scroll position.
     for (int row = m_rows.size() - 1; row >= 0; --row) {
         if (!wanted.contains(m_rows.at(row).device.devId())) {
             beginRemoveRows(QModelIndex(), row, row);
@@ -49,20 +52,26 @@ void DeviceTableModel::setDevices(const QVector<Device> &devices)
             endRemoveRows();
         }
     }
-    for (int row = 0; row < m_rows.size(); ++row) {
-        m_rows[row].device = devices.at(wanted.value(m_rows.at(row).device.devId()));
-        wanted.remove(m_rows.at(row).device.devId());
+    for (int at = 0; at < devices.size(); ++at) {
+        const QString devId = devices.at(at).devId();
+        if (at < m_rows.size() && m_rows.at(at).device.devId() == devId) {
+            m_rows[at].device = devices.at(at);
+            continue;
+        }
+        const int from = rowOf(devId);
+        if (from > at) {
+            beginMoveRows(QModelIndex(), from, from, QModelIndex(), at);
+            m_rows.move(from, at);
+            endMoveRows();
+            m_rows[at].device = devices.at(at);
+        } else {
+            beginInsertRows(QModelIndex(), at, at);
+            m_rows.insert(at, {devices.at(at), DeviceUiData()});
+            endInsertRows();
+        }
     }
     if (!m_rows.isEmpty())
         emit dataChanged(index(0, 0), index(m_rows.size() - 1, ColumnCount - 1));
-    QVector<int> fresh = wanted.values().toVector();
-    std::sort(fresh.begin(), fresh.end());
-    if (!fresh.isEmpty()) {
-        beginInsertRows(QModelIndex(), m_rows.size(), m_rows.size() + fresh.size() - 1);
-        for (int i : fresh)
-            m_rows.append({devices.at(i), DeviceUiData()});
-        endInsertRows();
-    }
 }
 
 void DeviceTableModel::setUiData(const QString &devId, const DeviceUiData &data)
@@ -139,6 +148,8 @@ QVariant DeviceTableModel::data(const QModelIndex &index, int role) const
         case SampleRate: return row.device.rec.sampleRate;
         case NetChannels: return row.device.rec.chNumRx * 100000 + row.device.rec.chNumTx;
         case PhyChannels: return row.device.rec.phyChNumRx * 100000 + row.device.rec.phyChNumTx;
+        // The rows are kept in the standard order: a row's place is its rank by name, then devId.
+        case Name: return index.row();
         default: return cellText(row.device, row.ui, column).toLower();
         }
     case DevIdRole:

@@ -21,7 +21,7 @@ public:
 
     explicit DeviceTableModel(QObject *parent = nullptr);
 
-    /// Rows for exactly these devices, in registry order for new ones.
+    /// Rows for exactly these devices, in the standard order (DeviceOrder).
     void setDevices(const QVector<Device> &devices);
     void setUiData(const QString &devId, const DeviceUiData &data);
     /// One row's record and page data at once; nothing when it is not listed.

@@ -2,6 +2,7 @@
 
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
+#include "core/devices/deviceorder.h"
 #include "core/devices/devmanager.h"
 #include "core/factory/factoryprobe.h"
 #include "core/protocol/ipv4.h"
@@ -167,7 +168,7 @@ void DeviceTestDialog::slot_refreshDevices()
 {
     const QString current = m_device->currentData().toString();
     m_device->clear();
-    for (const Device &d : m_registry.devices())
+    for (const Device &d : DeviceOrder::sorted(m_registry.devices()))
         m_device->addItem(QStringLiteral("%1  (%2, %3)").arg(d.rec.name.str(), d.devId(), Ipv4::toText(d.rec.ip)),
                           d.devId());
     const int at = m_device->findData(current);

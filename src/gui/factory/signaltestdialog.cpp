@@ -3,6 +3,7 @@
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "core/devices/devicemodels.h"
+#include "core/devices/deviceorder.h"
 #include "core/devices/devmanager.h"
 #include "core/dsp/dspcontroller.h"
 #include "core/dsp/dspkinds.h"
@@ -176,10 +177,7 @@ void SignalTestDialog::slot_refreshDevices()
     devices.erase(std::remove_if(devices.begin(), devices.end(),
                                  [](const Device &d) { return !DeviceModels::isDspCapable(d.rec.model.str()); }),
                   devices.end());
-    std::sort(devices.begin(), devices.end(), [](const Device &a, const Device &b) {
-        const int byName = QString::localeAwareCompare(a.rec.name.str(), b.rec.name.str());
-        return byName != 0 ? byName < 0 : a.devId() < b.devId();
-    });
+    DeviceOrder::sort(devices);
     m_device->clear();
     for (const Device &d : devices)
         m_device->addItem(QStringLiteral("%1  (%2)").arg(d.rec.name.str(), d.devId()), d.devId());

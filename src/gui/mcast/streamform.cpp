@@ -3,6 +3,7 @@
 #include "gui/mcast/formmcast.h"
 #include "gui/mcast/mcastwidget.h"
 #include "gui/mcast/sdppastedialog.h"
+#include "core/devices/deviceorder.h"
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "core/devices/devmanager.h"
@@ -308,7 +309,7 @@ void StreamForm::showPasted()
 {
     QVector<FlowRecord> flows = m_registry.flows();
     flows.erase(std::remove_if(flows.begin(), flows.end(), [](const FlowRecord &f) { return !f.pasted; }), flows.end());
-    std::sort(flows.begin(), flows.end(), [](const FlowRecord &a, const FlowRecord &b) { return a.dstIp < b.dstIp; });
+    DeviceOrder::sort(flows);
     QStringList texts;
     for (const FlowRecord &f : qAsConst(flows))
         texts.append(QStringLiteral("%1\n%2:%3 · %4").arg(f.name, Ipv4::toText(f.dstIp)).arg(f.dstPort).arg(Ipv4::toText(f.srcIp)));
@@ -361,10 +362,7 @@ void StreamForm::on_pb_removePasted_clicked()
 
 void StreamForm::showDevices()
 {
-    QVector<Device> devices = m_registry.devices();
-    std::sort(devices.begin(), devices.end(), [](const Device &a, const Device &b) {
-        return QString::localeAwareCompare(a.rec.name.str(), b.rec.name.str()) < 0;
-    });
+    const QVector<Device> devices = DeviceOrder::sorted(m_registry.devices());
     QStringList ids;
     QStringList texts;
     for (const Device &d : qAsConst(devices)) {

@@ -4,6 +4,7 @@
 #include "gui/monitor/devvolumetitleform.h"
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
+#include "core/devices/deviceorder.h"
 #include "core/devices/devmanager.h"
 #include "gui/widgets/rowlist.h"
 #include "gui/widgets/planrunner.h"
@@ -63,7 +64,7 @@ void DevVolumeForm::slot_poll()
 
 void DevVolumeForm::slot_refresh()
 {
-    const QVector<Device> devices = m_registry.devices();
+    const QVector<Device> devices = DeviceOrder::sorted(m_registry.devices());
     QVector<QWidget *> order;
     QHash<QString, DevVolumeItemForm *> kept;
     for (const Device &d : devices) {

@@ -2,10 +2,13 @@
 
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
+#include "gui/widgets/style.h"
 
 #include <QComboBox>
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QLabel>
+#include <QSignalBlocker>
 
 FormNetTitle::FormNetTitle(QWidget *parent)
     : ColumnRow(stretches(), kTipWidth, parent)
@@ -17,7 +20,12 @@ FormNetTitle::FormNetTitle(QWidget *parent)
     m_sort->setObjectName(QStringLiteral("com_sort"));
     m_sort->setSizeAdjustPolicy(QComboBox::AdjustToContents);
     m_sort->addItems({QString(), QString(), QString()});
-    // The selector sits beside the caption of the column it sorts.
+    m_sortLabel = new QLabel(this);
+    m_sortLabel->setObjectName(QStringLiteral("lb_sort"));
+    m_sortLabel->setBuddy(m_sort);
+    m_sortLabel->setFont(Style::font(10.5));
+    // The selector sits beside the caption of the first column, behind its own label.
+    cellLayout(Name)->addWidget(m_sortLabel);
     cellLayout(Name)->addWidget(m_sort);
     connect(m_sort, QOverload<int>::of(&QComboBox::currentIndexChanged), this,
             [this] { emit signal_sortChanged(sortOrder()); });
@@ -35,6 +43,12 @@ NetStateRow::SortOrder FormNetTitle::sortOrder() const
     return NetStateRow::SortOrder(qMax(0, m_sort->currentIndex()));
 }
 
+void FormNetTitle::setSortOrder(NetStateRow::SortOrder order)
+{
+    const QSignalBlocker quiet(m_sort);
+    m_sort->setCurrentIndex(int(order));
+}
+
 void FormNetTitle::retranslate()
 {
     static const Tx captions[ColumnCount] = {Tx::ColName,       Tx::ColModel,         Tx::ColDevId,
@@ -46,6 +60,8 @@ void FormNetTitle::retranslate()
     m_sort->setItemText(NetStateRow::Ascending, tx(Tx::NetSortAscending));
     m_sort->setItemText(NetStateRow::Descending, tx(Tx::NetSortDescending));
     m_sort->setToolTip(tx(Tx::NetSortLabel));
+    m_sortLabel->setText(tx(Tx::NetSortBoxLabel));
+    m_sortLabel->setToolTip(tx(Tx::NetSortLabel));
 }
 
 void FormNetTitle::changeEvent(QEvent *event)

@@ -4,6 +4,7 @@
 #include "gui/widgets/columnrow.h"
 
 class QComboBox;
+class QLabel;
 
 /// The statistics page's header: the column captions and the sort order.
 class FormNetTitle : public ColumnRow
@@ -19,7 +20,10 @@ public:
     static constexpr int kTipWidth = 30;
 
     NetStateRow::SortOrder sortOrder() const;
+    /// Sets the order quietly (no signal_sortChanged): a restored choice.
+    void setSortOrder(NetStateRow::SortOrder order);
     QComboBox *sortBox() const { return m_sort; }
+    QLabel *sortLabel() const { return m_sortLabel; }
 
 signals:
     void signal_sortChanged(NetStateRow::SortOrder order);
@@ -31,4 +35,5 @@ private:
     void retranslate();
 
     QComboBox *m_sort;
+    QLabel *m_sortLabel;
 };

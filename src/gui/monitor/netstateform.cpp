@@ -30,7 +30,10 @@ NetStateForm::NetStateForm(const DevManager &registry, QWidget *parent)
     layout->setSpacing(scaled(10));
     layout->addWidget(m_count);
     layout->addWidget(m_list, 1);
-    connect(m_title, &FormNetTitle::signal_sortChanged, this, [this] { showRows(m_registry.devices()); });
+    connect(m_title, &FormNetTitle::signal_sortChanged, this, [this] {
+        showRows(m_registry.devices());
+        emit signal_sortChoiceChanged(sortChoice());
+    });
 
     // A child of the page: it stops when the page is destroyed.
     m_timer = new QTimer(this);
@@ -40,6 +43,24 @@ NetStateForm::NetStateForm(const DevManager &registry, QWidget *parent)
     m_timer->start();
     m_list->setEmptyText(tx(Tx::MonitorEmpty));
     slot_refresh();
+}
+
+namespace {
+const char *const kSortChoices[] = {"Default", "Ascending", "Descending"};
+} // namespace
+
+QString NetStateForm::sortChoice() const
+{
+    return QLatin1String(kSortChoices[m_title->sortOrder()]);
+}
+
+void NetStateForm::setSortChoice(const QString &choice)
+{
+    for (int i = 0; i < 3; ++i)
+        if (choice == QLatin1String(kSortChoices[i])) {
+            m_title->setSortOrder(NetStateRow::SortOrder(i));
+            showRows(m_registry.devices());
+        }
 }
 
 void NetStateForm::setPollInterval(int ms)
@@ -88,7 +109,9 @@ void NetStateForm::slot_message(const QString &json)
         return;
     const bool renamed = d->rec.name.str() != item->row().name;
     item->setRow(m_tracker.row(*d));
-    if (renamed && m_title->sortOrder() != NetStateRow::Default)
+    // A new name moves the row at once; a new temperature waits for the poll
+    // tick, so a sort by temperature rearranges the list once per round.
+    if (renamed)
         showRows(m_registry.devices());
 }
 

@@ -32,8 +32,15 @@ public:
     FormNetTitle *title() const { return m_title; }
     const NetStatsTracker &tracker() const { return m_tracker; }
 
+    /// The sort order as it is stored: "Default", "Ascending" or
+    /// "Descending". An unknown text leaves the order as it is.
+    QString sortChoice() const;
+    void setSortChoice(const QString &choice);
+
 signals:
     void signal_sendUdp(const QString &json, const QString &tag);
+    /// The user picked another order.
+    void signal_sortChoiceChanged(const QString &choice);
 
 public slots:
     /// Re-reads the registry: devices added, removed or changed. Devices new

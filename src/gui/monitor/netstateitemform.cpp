@@ -2,6 +2,7 @@
 
 #include "gui/monitor/formnettitle.h"
 #include "core/app/scalefactors.h"
+#include "core/app/texts.h"
 #include "gui/widgets/rowtipbutton.h"
 #include "gui/widgets/style.h"
 
@@ -27,8 +28,12 @@ void NetStateItemForm::setRow(const NetStateRow &row)
                                                       row.temperature, row.bandwidth,  row.uptime};
     for (int c = 0; c < FormNetTitle::ColumnCount; ++c)
         setText(c, cells[c]);
+    // The amplifier's own figures join the device's temperature, each under its label.
     if (!row.amplifier.isEmpty())
-        label(FormNetTitle::Temperature)->setToolTip(row.amplifier);
+        label(FormNetTitle::Temperature)
+            ->setToolTip(tx(Tx::NetTempTipDevice)
+                             .arg(row.temperature.isEmpty() ? QStringLiteral("?") : row.temperature) +
+                         QLatin1Char('\n') + row.amplifier);
     m_tip->setProblem(row.problem);
     const bool red = row.problem.level == RowProblem::Error;
     if (int(red) != m_colorLevel) {
