@@ -107,5 +107,6 @@ private:
         bool ok = false;
     };
     std::optional<Result> m_result;
+    void clearResult();
     PlanRunner *m_runner = nullptr;
 };
