@@ -15,6 +15,8 @@
 #include "gui/monitor/netstateitemform.h"
 #include "gui/widgets/rowtipbutton.h"
 
+#include "gui/widgets/style.h"
+
 #include "../support/programwindow.h"
 #include "../support/simulator.h"
 
@@ -169,6 +171,7 @@ void TestMonitorSim::pictures()
         QSKIP("set CORVANE_SHOT_DIR to keep pictures of the meters and the priority dialog");
     const QDir dir(qEnvironmentVariable("CORVANE_SHOT_DIR"));
     m_window->resize(1500, 860);
+    qApp->setStyleSheet(Style::applicationStyleSheet()); // as the program looks
     for (const bool chinese : {false, true}) {
         const QString lang = chinese ? QStringLiteral("zh") : QStringLiteral("en");
         m_window->slot_switchLanguage(chinese);
@@ -188,6 +191,7 @@ void TestMonitorSim::pictures()
         QTRY_VERIFY(!m_clock->findChild<DialogChangePriority *>());
     }
     m_window->slot_switchLanguage(false);
+    qApp->setStyleSheet(QString());
 }
 
 QTEST_MAIN(TestMonitorSim)

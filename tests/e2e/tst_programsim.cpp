@@ -6,6 +6,8 @@
 #include "gui/factory/devicetestdialog.h"
 #include "gui/widgets/snackbar.h"
 
+#include "gui/widgets/style.h"
+
 #include "../support/programwindow.h"
 #include "../support/simulator.h"
 
@@ -122,6 +124,7 @@ void TestProgramSim::deviceTestTool()
 
     if (!qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR")) {
         const QDir dir(qEnvironmentVariable("CORVANE_SHOT_DIR"));
+        qApp->setStyleSheet(Style::applicationStyleSheet()); // as the program looks
         for (const bool chinese : {false, true}) {
             m_window->slot_switchLanguage(chinese);
             QTest::qWait(300); // let the window system draw it before the grab
@@ -129,6 +132,7 @@ void TestProgramSim::deviceTestTool()
                 dir.filePath(QStringLiteral("device-test-%1.png").arg(chinese ? QStringLiteral("zh") : QStringLiteral("en")))));
         }
         m_window->slot_switchLanguage(false);
+        qApp->setStyleSheet(QString());
     }
 }
 

@@ -8,6 +8,8 @@
 #include "gui/widgets/styledslider.h"
 
 #include "../support/noticeanswers.h"
+#include "gui/widgets/style.h"
+
 #include "../support/programwindow.h"
 #include "../support/simulator.h"
 
@@ -159,7 +161,8 @@ void TestSettingsSim::pictures()
     if (qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR"))
         QSKIP("set CORVANE_SHOT_DIR to keep pictures of the General tab and the Devices page");
     const QDir dir(qEnvironmentVariable("CORVANE_SHOT_DIR"));
-    DeviceSettingsDialog *d = open("SIM-0002");
+    DeviceSettingsDialog *d = open("SIM-0001"); // SIM-0002 is left locked above
+    qApp->setStyleSheet(Style::applicationStyleSheet()); // as the program looks
     d->setPage(DeviceSettingsDialog::General);
     QTRY_VERIFY_WITH_TIMEOUT(d->findChild<QComboBox *>(QStringLiteral("com_sampleRate"))->isEnabled(), kWaitMs);
     for (const bool chinese : {false, true}) {
@@ -181,6 +184,7 @@ void TestSettingsSim::pictures()
     page->findChild<QPushButton *>(QStringLiteral("pb_settings"))->setEnabled(false);
     QTest::qWait(300);
     QVERIFY(m_window->grab().save(dir.filePath(QStringLiteral("devices-disabled-settings-en.png"))));
+    qApp->setStyleSheet(QString());
 }
 
 QTEST_MAIN(TestSettingsSim)

@@ -100,6 +100,10 @@ DevMeterView::DevMeterView(QWidget *parent)
     m_scroll->setWidgetResizable(true);
     m_scroll->setFrameShape(QFrame::NoFrame);
     m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    // The page's dark ground shows through, as under the cells beside.
+    m_scroll->setStyleSheet(QStringLiteral("QScrollArea { background: transparent; }"
+                                           " #wd_meterGrid { background: transparent; }"));
+    m_scroll->viewport()->setAutoFillBackground(false);
 
     auto *top = new QHBoxLayout;
     top->addWidget(m_device, 1);
@@ -200,6 +204,7 @@ void DevMeterView::rebuild(const Device &device)
     }
     layout->addStretch(1);
     m_scroll->setWidget(m_grid); // deletes the previous grid
+    m_grid->setAutoFillBackground(false);
 }
 
 void DevMeterView::showDevice(const Device &device, const DeviceMeters &meters)

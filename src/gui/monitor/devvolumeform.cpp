@@ -160,12 +160,13 @@ void DevVolumeForm::slot_message(const QString &json)
 
 void DevVolumeForm::showEvent(QShowEvent *event)
 {
-    // The cells first get room for a full line of eight values; the meters
-    // take the rest, at least their minimum. The user may move the handle after.
+    // Beside the cells, the meters take three tenths of the page (at least their
+    // minimum): enough for four columns of bars, while eight values still fit
+    // a line of every cell on a common screen. The user may move the handle.
     if (!m_splitPlaced && width() > 0) {
         m_splitPlaced = true;
         const int w = m_split->width() > 0 ? m_split->width() : width();
-        const int meters = qMax(m_meterView->minimumSizeHint().width(), w - DevVolumeItemForm::preferredWidth());
+        const int meters = qMax(m_meterView->minimumSizeHint().width(), w * 3 / 10);
         m_split->setSizes({w - meters, meters});
     }
     QWidget::showEvent(event);

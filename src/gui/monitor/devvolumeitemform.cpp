@@ -9,35 +9,15 @@
 #include <QLayout>
 #include <QLabel>
 
-namespace {
-
-QFont cellFont()
-{
-    // Fixed-width digits keep the values of the lines under one another.
-    QFont mono = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    mono.setPointSizeF(scaledFont(9.5));
-    return mono;
-}
-
-} // namespace
-
-int DevVolumeItemForm::preferredWidth()
-{
-    // Eight values of up to three characters and seven separators.
-    const int cell = QFontMetrics(cellFont()).horizontalAdvance(QString(31, QLatin1Char('0'))) + scaled(24);
-    int total = 0;
-    for (int s : DevVolumeTitleForm::stretches())
-        total += s;
-    return cell * total / DevVolumeTitleForm::stretches().at(DevVolumeTitleForm::AnalogIn);
-}
-
 DevVolumeItemForm::DevVolumeItemForm(const QString &devId, QWidget *parent)
     : ColumnRow(DevVolumeTitleForm::stretches(), 0, parent)
     , m_devId(devId)
 {
     setObjectName(QStringLiteral("wd_volumeItem"));
     setColors(QColor(0xA9, 0xA9, 0xB7), Qt::transparent, true);
-    const QFont mono = cellFont();
+    // Fixed-width digits keep the values of the lines under one another.
+    QFont mono = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    mono.setPointSizeF(scaledFont(9.5));
     for (int c = DevVolumeTitleForm::AnalogIn; c < DevVolumeTitleForm::ColumnCount; ++c)
         label(c)->setFont(mono);
     layout()->setContentsMargins(scaled(8), scaled(9), scaled(8), scaled(9));

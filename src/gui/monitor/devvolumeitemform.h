@@ -15,8 +15,6 @@ public:
     void setRow(const LevelsTracker::Row &row);
     /// The row's height: room for so many lines of levels.
     void setLineCount(int lines);
-    /// The row's width at which a line of eight values fits every cell.
-    static int preferredWidth();
 
 private:
     QString m_devId;
