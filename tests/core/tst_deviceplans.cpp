@@ -36,6 +36,7 @@ private slots:
     void fixedAddress();
     void checksRunPositionByPosition();
     void unchangedSettingsAreNotSent();
+    void gatewayOutsideTheSubnetAsksFirst();
     void lockMasks_data();
     void lockMasks();
     void setLockCommands();
@@ -112,6 +113,28 @@ void TestDevicePlans::unchangedSettingsAreNotSent()
     QVERIFY(!AddressPlan::plan("D1", in, cur).refused());
     cur = {true, "192.168.1.30/16", "192.168.1.1", "8.8.8.8"};
     QVERIFY(!AddressPlan::plan("D1", in, cur).refused());
+}
+
+void TestDevicePlans::gatewayOutsideTheSubnetAsksFirst()
+{
+    // In the subnet, or no gateway at all: sent without a question.
+    QVERIFY(AddressPlan::plan("D1", fixedInput("192.168.1.30", "255.255.255.0", "192.168.1.1", "8.8.8.8"), std::nullopt)
+                .steps.isEmpty());
+    QVERIFY(AddressPlan::plan("D1", fixedInput("192.168.1.30", "255.255.255.0", "0.0.0.0", "8.8.8.8"), std::nullopt)
+                .steps.isEmpty());
+    // The typed mask decides, not the /16 sent for it: .129 is outside 192.168.1.0/25.
+    const CommandPlan p =
+        AddressPlan::plan("D1", fixedInput("192.168.1.30", "255.255.255.128", "192.168.1.129", "8.8.8.8"), std::nullopt);
+    QCOMPARE(p.steps.size(), 1);
+    QCOMPARE(p.steps.first().kind, PlanStep::Confirm);
+    QVERIFY(p.steps.first().text.contains("192.168.1.129"));
+    QCOMPARE(p.command.value("gateway").toString(), QStringLiteral("192.168.1.129"));
+    QVERIFY(AddressPlan::gatewayInSubnet("10.1.200.3", "255.255.0.0", "10.1.0.1"));
+    QVERIFY(!AddressPlan::gatewayInSubnet("10.1.200.3", "255.255.255.0", "10.1.0.1"));
+    // An unchanged setting is still refused before any question.
+    const AddressPlan::Current cur{true, "192.168.1.30/16", "192.168.1.129", "8.8.8.8"};
+    QVERIFY(AddressPlan::plan("D1", fixedInput("192.168.1.30", "255.255.255.128", "192.168.1.129", "8.8.8.8"), cur)
+                .refused());
 }
 
 void TestDevicePlans::lockMasks_data()

@@ -5,6 +5,7 @@
 #include "core/devices/announcementparser.h"
 #include "core/monitor/devicehealth.h"
 #include "core/monitor/levelcell.h"
+#include "core/monitor/levelmeter.h"
 #include "core/monitor/levelstracker.h"
 #include "core/monitor/netstatsdisplay.h"
 #include "core/monitor/netstatstracker.h"
@@ -57,6 +58,9 @@ private slots:
     void levelCells_data();
     void levelCells();
     void levelRequestsAndReplies();
+    void meterScale();
+    void peakHoldAndClipLatch();
+    void metersFetchEveryChannel();
 };
 
 void TestMonitor::temperatures_data()
@@ -294,6 +298,107 @@ void TestMonitor::levelRequestsAndReplies()
     QCOMPARE(t.row(box).cells[LevelsTracker::AnalogIn], QStringLiteral("-/-12"));
     t.pollRound({box});
     QCOMPARE(t.row(box).cells[LevelsTracker::AnalogIn], QString());
+}
+
+void TestMonitor::meterScale()
+{
+    QVERIFY(std::isinf(LevelMeter::parseDb("-inf")) && LevelMeter::parseDb("-inf") < 0);
+    QVERIFY(std::isinf(LevelMeter::parseDb("n/a")) && LevelMeter::parseDb("nan") < 0);
+    QCOMPARE(LevelMeter::parseDb(" -12.5"), -12.5);
+    const LevelMeter::Scale net = LevelMeter::scaleOf(LevelsTracker::NetOut);
+    const LevelMeter::Scale analog = LevelMeter::scaleOf(LevelsTracker::AnalogIn);
+    QCOMPARE(LevelMeter::fraction(-qInf(), net), 0.0);
+    QCOMPARE(LevelMeter::fraction(-70.0, net), 0.0);
+    QCOMPARE(LevelMeter::fraction(-35.0, net), 0.5);
+    QCOMPARE(LevelMeter::fraction(0.0, net), 1.0);
+    QCOMPARE(LevelMeter::fraction(6.0, net), 1.0);
+    // dBV reaches above 0: the analog bar is longer at the top.
+    QCOMPARE(LevelMeter::fraction(-25.0, analog), 0.5);
+    QCOMPARE(LevelMeter::fraction(0.0, analog), 70.0 / 90.0);
+}
+
+void TestMonitor::peakHoldAndClipLatch()
+{
+    LevelMeter m(LevelMeter::scaleOf(LevelsTracker::NetIn));
+    const auto peak = [&] { return m.channels().at(0).peakDb; };
+    m.update({"-6"}, 2);
+    QCOMPARE(m.channels().size(), 2);
+    QCOMPARE(peak(), -6.0);
+    // Not yet answered: silence, no bar.
+    QVERIFY(std::isinf(m.channels().at(1).levelDb));
+    // Held for three polls, then falls by 6 dB a poll, never below the level.
+    for (int i = 0; i < LevelMeter::kHoldPolls; ++i)
+        m.update({"-16"}, 2);
+    QCOMPARE(peak(), -6.0);
+    m.update({"-16"}, 2);
+    QCOMPARE(peak(), -12.0);
+    m.update({"-16"}, 2);
+    QCOMPARE(peak(), -16.0);
+    // A higher level takes the peak at once and restarts the hold.
+    m.update({"-3"}, 2);
+    m.update({"-40"}, 2);
+    QCOMPARE(peak(), -3.0);
+    QVERIFY(!m.channels().at(0).clipped);
+    m.update({"-0.1", "0.0"}, 2);
+    QVERIFY(!m.channels().at(0).clipped);
+    QVERIFY(m.channels().at(1).clipped);
+    // Latched until cleared, whatever comes after.
+    m.update({"-inf", "-60"}, 2);
+    QVERIFY(m.channels().at(1).clipped);
+    m.clearClips();
+    QVERIFY(!m.channels().at(1).clipped);
+    // The analog clip is +20 dBV, not 0.
+    LevelMeter analog(LevelMeter::scaleOf(LevelsTracker::AnalogOut));
+    analog.update({"4.0", "20.0"}, 2);
+    QVERIFY(!analog.channels().at(0).clipped && analog.channels().at(1).clipped);
+}
+
+void TestMonitor::metersFetchEveryChannel()
+{
+    LevelsTracker t;
+    Device big = device("D7", "Rack", {{"chNumRx", "128"}, {"chNumTx", "0"}, {"phyChNumRx", "0"}, {"phyChNumTx", "0"}});
+    big.tables.names[DeviceTables::NameRx] = {"Vocal L", ""};
+    t.pollRound({big});
+    const auto page = [](int start, int count) {
+        QJsonArray arr;
+        for (int i = 0; i < count; ++i)
+            arr.append(QString::number(-(start + i) * 0.5));
+        return QJsonObject{{"ops", "getAllNetLevel"}, {"devId", "D7"}, {"result", "succ"}, {"inOrOut", "0"},
+                           {"idStart", QString::number(start)}, {"idNext", start + count}, {"arr", arr}};
+    };
+    // Not followed: only the first page counts and nothing more is asked.
+    QVector<QJsonObject> more;
+    QVERIFY(t.intake(page(0, 100), &more));
+    QVERIFY(more.isEmpty());
+    QVERIFY(!t.intake(page(100, 28), &more));
+
+    t.setFullDevice("D7");
+    QVERIFY(t.intake(page(0, 100), &more));
+    QCOMPARE(more, (QVector<QJsonObject>{
+                       json(R"({"devId":"D7","idStart":"100","inOrOut":"0","ops":"getAllNetLevel"})")}));
+    more.clear();
+    QVERIFY(t.intake(page(100, 28), &more));
+    QVERIFY(more.isEmpty());
+    QCOMPARE(t.levels("D7", LevelsTracker::NetIn).size(), 128);
+    QCOMPARE(t.levels("D7", LevelsTracker::NetIn).at(127), QStringLiteral("-63.5"));
+    // The cells still show the first 32 only.
+    QCOMPARE(t.row(big).cells[LevelsTracker::NetIn].count('\n'), 3);
+    // A new first page keeps the channels past it until their own page comes.
+    QVERIFY(t.intake(page(0, 10), &more));
+    QCOMPARE(t.levels("D7", LevelsTracker::NetIn).size(), 128);
+
+    DeviceMeters meters;
+    meters.update(t, big);
+    QCOMPARE(meters.devId(), QStringLiteral("D7"));
+    QCOMPARE(meters.group(LevelsTracker::NetIn).channels().size(), 128);
+    QCOMPARE(meters.group(LevelsTracker::NetIn).channels().at(127).levelDb, -63.5);
+    QCOMPARE(meters.group(LevelsTracker::NetOut).channels().size(), 0);
+    QCOMPARE(DeviceMeters::label(big, LevelsTracker::NetIn, 0), QStringLiteral("1 Vocal L"));
+    QCOMPARE(DeviceMeters::label(big, LevelsTracker::NetIn, 1), QStringLiteral("2"));
+    QCOMPARE(DeviceMeters::label(big, LevelsTracker::NetIn, 127), QStringLiteral("128"));
+    // Another device starts with no peaks.
+    meters.follow("D8");
+    QCOMPARE(meters.group(LevelsTracker::NetIn).channels().size(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestMonitor)

@@ -6,6 +6,7 @@
 #include "gui/clock/clockitemform.h"
 #include "gui/clock/dialogchangepriority.h"
 #include "gui/clock/formclocktitle.h"
+#include "gui/monitor/devmeterview.h"
 #include "gui/monitor/devvolumeform.h"
 #include "gui/monitor/devvolumeitemform.h"
 #include "gui/monitor/devvolumetitleform.h"
@@ -14,9 +15,12 @@
 #include "gui/monitor/netstateitemform.h"
 #include "gui/widgets/rowtipbutton.h"
 
+#include "gui/widgets/style.h"
+
 #include "../support/programwindow.h"
 #include "../support/simulator.h"
 
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -32,6 +36,8 @@ private slots:
     void levelsArriveThroughThePageLevelNames();
     void clockSummaryInTheStandardOrder();
     void priorityChangeReElectsTheLeader();
+    void meterViewOfTheLargestDevice();
+    void pictures();
 
 private:
     QString tipOf(const QString &devId) const;
@@ -163,6 +169,51 @@ void TestMonitorSim::priorityChangeReElectsTheLeader()
     // The old leader settles on the new one.
     QTRY_COMPARE_WITH_TIMEOUT(box8->text(FormClockTitle::State), QStringLiteral("locked"), 15000);
     QCOMPARE(m_clock->item("SIM-0005")->text(FormClockTitle::Role), QStringLiteral("Slave"));
+}
+
+void TestMonitorSim::meterViewOfTheLargestDevice()
+{
+    // Stage Rack 128: 128 network channels each way, every one a bar.
+    m_window->setPage(MainWindow::Levels);
+    QTRY_VERIFY_WITH_TIMEOUT(m_levels->item("SIM-0008"), 5000);
+    QTest::mouseClick(m_levels->item("SIM-0008")->label(DevVolumeTitleForm::Name), Qt::LeftButton);
+    DevMeterView *view = m_levels->meterView();
+    QCOMPARE(view->chosen(), QStringLiteral("SIM-0008"));
+    QCOMPARE(view->bars(LevelsTracker::NetIn).size(), 128);
+    QCOMPARE(view->bars(LevelsTracker::NetOut).size(), 128);
+    QCOMPARE(view->bars(LevelsTracker::AnalogIn).size(), 16);
+    // Every channel's level comes in, past the 32 the cells show.
+    QTRY_COMPARE_WITH_TIMEOUT(m_levels->tracker().levels("SIM-0008", LevelsTracker::NetOut).size(), 128, 5000);
+    QTRY_COMPARE_WITH_TIMEOUT(m_levels->tracker().levels("SIM-0008", LevelsTracker::AnalogIn).size(), 16, 5000);
+}
+
+void TestMonitorSim::pictures()
+{
+    if (qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR"))
+        QSKIP("set CORVANE_SHOT_DIR to keep pictures of the meters and the priority dialog");
+    const QDir dir(qEnvironmentVariable("CORVANE_SHOT_DIR"));
+    m_window->resize(1500, 860);
+    qApp->setStyleSheet(Style::applicationStyleSheet()); // as the program looks
+    for (const bool chinese : {false, true}) {
+        const QString lang = chinese ? QStringLiteral("zh") : QStringLiteral("en");
+        m_window->slot_switchLanguage(chinese);
+        m_window->setPage(MainWindow::Levels);
+        m_levels->showMeters(QStringLiteral("SIM-0008"));
+        QTest::qWait(2500); // two polls, so the peaks have something to hold
+        QVERIFY(m_window->grab().save(dir.filePath(QStringLiteral("levels-meters-%1.png").arg(lang))));
+
+        m_window->setPage(MainWindow::Clock);
+        QTest::mouseClick(m_clock->item("SIM-0001")->editButton(), Qt::LeftButton);
+        auto *dialog = m_clock->findChild<DialogChangePriority *>();
+        QVERIFY(dialog);
+        QTRY_VERIFY(dialog->isVisible());
+        QTest::qWait(200); // let the window system draw it before the grab
+        QVERIFY(dialog->grab().save(dir.filePath(QStringLiteral("clock-priority-%1.png").arg(lang))));
+        QTest::mouseClick(dialog->findChild<QPushButton *>("pb_cancel"), Qt::LeftButton);
+        QTRY_VERIFY(!m_clock->findChild<DialogChangePriority *>());
+    }
+    m_window->slot_switchLanguage(false);
+    qApp->setStyleSheet(QString());
 }
 
 QTEST_MAIN(TestMonitorSim)

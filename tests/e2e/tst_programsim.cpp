@@ -6,9 +6,12 @@
 #include "gui/factory/devicetestdialog.h"
 #include "gui/widgets/snackbar.h"
 
+#include "gui/widgets/style.h"
+
 #include "../support/programwindow.h"
 #include "../support/simulator.h"
 
+#include <QDir>
 #include <QJsonDocument>
 #include <QLabel>
 #include <QLineEdit>
@@ -118,6 +121,19 @@ void TestProgramSim::deviceTestTool()
     QTest::keyClicks(dialog->findChild<QLineEdit *>("le_uart"), "hello line");
     QTest::mouseClick(dialog->findChild<QPushButton *>("pb_uartSend"), Qt::LeftButton);
     QTRY_VERIFY_WITH_TIMEOUT(dialog->findChild<QPlainTextEdit *>("te_uartLog")->toPlainText().contains("Echo: hello line"), 5000);
+
+    if (!qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR")) {
+        const QDir dir(qEnvironmentVariable("CORVANE_SHOT_DIR"));
+        qApp->setStyleSheet(Style::applicationStyleSheet()); // as the program looks
+        for (const bool chinese : {false, true}) {
+            m_window->slot_switchLanguage(chinese);
+            QTest::qWait(300); // let the window system draw it before the grab
+            QVERIFY(dialog->grab().save(
+                dir.filePath(QStringLiteral("device-test-%1.png").arg(chinese ? QStringLiteral("zh") : QStringLiteral("en")))));
+        }
+        m_window->slot_switchLanguage(false);
+        qApp->setStyleSheet(QString());
+    }
 }
 
 QTEST_MAIN(TestProgramSim)

@@ -8,6 +8,8 @@
 #include "gui/widgets/styledslider.h"
 
 #include "../support/noticeanswers.h"
+#include "gui/widgets/style.h"
+
 #include "../support/programwindow.h"
 #include "../support/simulator.h"
 
@@ -16,6 +18,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTableWidget>
+#include <QDir>
 #include <QtTest>
 
 namespace {
@@ -36,6 +39,7 @@ private slots:
     void sampleRateChangeReachesTheDevice();
     void lockCovers();
     void amplifierAnswers();
+    void pictures();
 
 private:
     DeviceSettingsDialog *open(const QString &devId);
@@ -150,6 +154,37 @@ void TestSettingsSim::amplifierAnswers()
     QTRY_COMPARE_WITH_TIMEOUT(d->findChild<QLabel *>(QStringLiteral("lb_gpioRead_2"))->text(),
                               QStringLiteral("Reads High"), kWaitMs);
     QTRY_VERIFY_WITH_TIMEOUT(d->findChild<QPushButton *>(QStringLiteral("pb_gpioLevel_2"))->isChecked(), kWaitMs);
+}
+
+void TestSettingsSim::pictures()
+{
+    if (qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR"))
+        QSKIP("set CORVANE_SHOT_DIR to keep pictures of the General tab and the Devices page");
+    const QDir dir(qEnvironmentVariable("CORVANE_SHOT_DIR"));
+    DeviceSettingsDialog *d = open("SIM-0001"); // SIM-0002 is left locked above
+    qApp->setStyleSheet(Style::applicationStyleSheet()); // as the program looks
+    d->setPage(DeviceSettingsDialog::General);
+    QTRY_VERIFY_WITH_TIMEOUT(d->findChild<QComboBox *>(QStringLiteral("com_sampleRate"))->isEnabled(), kWaitMs);
+    for (const bool chinese : {false, true}) {
+        const QString lang = chinese ? QStringLiteral("zh") : QStringLiteral("en");
+        m_window->slot_switchLanguage(chinese);
+        QTest::qWait(300); // let the window system draw it before the grab
+        QVERIFY(d->grab().save(dir.filePath(QStringLiteral("settings-general-%1.png").arg(lang))));
+        d->setPage(DeviceSettingsDialog::Info);
+        QTRY_VERIFY_WITH_TIMEOUT(!d->findChild<QLabel *>(QStringLiteral("lb_runningTime"))->text().isEmpty(), kWaitMs);
+        QTest::qWait(300);
+        QVERIFY(d->grab().save(dir.filePath(QStringLiteral("settings-info-%1.png").arg(lang))));
+        d->setPage(DeviceSettingsDialog::General);
+    }
+    d->close();
+    // The Devices page with nothing chosen: its Settings button disabled.
+    auto *page = qobject_cast<DeviceListForm *>(m_window->pageWidget(MainWindow::Devices));
+    m_window->setPage(MainWindow::Devices);
+    m_window->slot_switchLanguage(false);
+    page->findChild<QPushButton *>(QStringLiteral("pb_settings"))->setEnabled(false);
+    QTest::qWait(300);
+    QVERIFY(m_window->grab().save(dir.filePath(QStringLiteral("devices-disabled-settings-en.png"))));
+    qApp->setStyleSheet(QString());
 }
 
 QTEST_MAIN(TestSettingsSim)

@@ -151,6 +151,7 @@ private slots:
     void channelNameEditSends();
     void addressPage();
     void failedReplyShowsAndReadsBack();
+    void aNewChangeClearsTheOldResult();
     void manageLockMasksAndPorts();
     void manageLockFromThePageStartsAtTheDeviceLevels();
     void managePasswdRefusesSpaces();
@@ -217,8 +218,11 @@ void TestDeviceSettingsDialog::renameAndRefuseEmpty()
     auto *name = d.findChild<QLineEdit *>(QStringLiteral("le_devName"));
     QCOMPARE(name->text(), QStringLiteral("Stage Box"));
     typeInto(&d, "le_devName", "Stage Left");
-    click(&d, "pb_saveName");
+    QTest::keyClick(name, Qt::Key_Return);
     QCOMPARE(sent.udp, QStringList{R"({"devId":"D1","name":"Stage Left","ops":"setDevName"})"});
+    // Committed once: leaving the field does not send it again.
+    d.findChild<QLineEdit *>(QStringLiteral("le_devName"))->clearFocus();
+    QCOMPARE(sent.udp.size(), 1);
 
     QString notice;
     typeInto(&d, "le_devName", "  ");
@@ -307,6 +311,31 @@ void TestDeviceSettingsDialog::failedReplyShowsAndReadsBack()
     QCOMPARE(sent.udp.last(), QStringLiteral(R"({"devId":"D1","ops":"getVersion"})"));
     d.slot_message(R"({"ops":"setLock","devId":"D1","result":"succ"})");
     QCOMPARE(sent.udp.last(), QStringLiteral(R"({"devId":"D1","ops":"getLock"})"));
+}
+
+void TestDeviceSettingsDialog::aNewChangeClearsTheOldResult()
+{
+    Fixture f;
+    f.store.slot_message(kVersionReply);
+    DeviceSettingsDialog &d = f.open();
+    Sent sent(&d);
+    auto *status = d.findChild<QLabel *>(QStringLiteral("lb_status"));
+    pickComboItem(d.findChild<QComboBox *>(QStringLiteral("com_sampleRate")), 2);
+    d.slot_message(R"({"ops":"setSampleRate","devId":"D1","result":"succ"})");
+    QCOMPARE(status->text(), QStringLiteral("Saved"));
+    // A refused name: the old "Saved" does not stay under the refusal.
+    auto *name = d.findChild<QLineEdit *>(QStringLiteral("le_devName"));
+    typeInto(&d, "le_devName", " ");
+    answerNextBox("pb_ok");
+    QTest::keyClick(name, Qt::Key_Return);
+    QVERIFY(status->text().isEmpty());
+    d.slot_message(R"({"ops":"setDevName","devId":"D1","result":"fail","reason":"LOCK_UCAST_MCAST"})");
+    QVERIFY(status->text().startsWith("Not saved"));
+    // A change on its way clears the failure before its own answer comes.
+    typeInto(&d, "le_devName", "Foyer");
+    QTest::keyClick(name, Qt::Key_Return);
+    QCOMPARE(sent.udp.last(), QStringLiteral(R"({"devId":"D1","name":"Foyer","ops":"setDevName"})"));
+    QVERIFY(status->text().isEmpty());
 }
 
 void TestDeviceSettingsDialog::manageLockMasksAndPorts()
@@ -400,7 +429,7 @@ void TestDeviceSettingsDialog::lockCoversThePages()
     // A click on a covered control does nothing.
     choosePage(d, DeviceSettingsDialog::General);
     Sent sent(&d);
-    auto *save = d.findChild<QPushButton *>(QStringLiteral("pb_saveName"));
+    auto *save = d.findChild<QComboBox *>(QStringLiteral("com_sampleRate"));
     QTest::mouseClick(readOnly, Qt::LeftButton, {}, readOnly->mapFromGlobal(save->mapToGlobal(save->rect().center())));
     QVERIFY(sent.udp.isEmpty());
 

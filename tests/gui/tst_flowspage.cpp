@@ -174,6 +174,23 @@ void TestFlowsPage::createChecksThenSends()
              QStringLiteral(R"({"devId":"TX","name":"Vocals","ops":"setMcastTx","sdp":{"chNum":"7","dstIp":"239.69.1.1",)"
                             R"("dstPort":"5006","rtpTsOffset":"96","sampleByteNum":"3","srcIp":"10.0.0.1","ssrc":"0"},)"
                             R"("srcChIdArr":["1","2","3","4","5","6","7"]})"));
+
+    // Until the device lists the new flow the form keeps what was typed
+    // (a refused flow can be corrected); once listed, the form is empty.
+    m_form->slot_refresh();
+    QCOMPARE(child<QLineEdit>("le_name")->text(), QStringLiteral("Vocals"));
+    m_reg->intakeReply(page("getAllMcastTx", "TX",
+                            {txFlow(0, "Drums", "239.69.1.2", {"0", "1"}),
+                             txFlow(1, "Vocals", "239.69.1.1", {"1", "2", "3", "4", "5", "6", "7"})}),
+                       Ipv4::fromText("10.0.0.1"));
+    m_form->slot_refresh();
+    QCOMPARE(m_form->flowRows().size(), 2);
+    QVERIFY(child<QLineEdit>("le_name")->text().isEmpty());
+    QVERIFY(m_form->createInput().tickedChannels.isEmpty());
+    QVERIFY(child<QRadioButton>("rb_auto")->isChecked());
+    QVERIFY(!child<QLineEdit>("ip_le_3")->isEnabled());
+    QCOMPARE(child<QLineEdit>("le_port")->text(), QStringLiteral("5004"));
+    QCOMPARE(child<QLineEdit>("le_offset")->text(), QStringLiteral("0"));
 }
 
 void TestFlowsPage::automaticAddressKeepsTheTypedHead()

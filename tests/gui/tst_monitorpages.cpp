@@ -8,6 +8,7 @@
 #include "gui/clock/formclocktitle.h"
 #include "core/devices/deviceuistore.h"
 #include "core/devices/devmanager.h"
+#include "gui/monitor/devmeterview.h"
 #include "gui/monitor/devvolumeform.h"
 #include "gui/monitor/devvolumeitemform.h"
 #include "gui/monitor/devvolumetitleform.h"
@@ -15,6 +16,7 @@
 #include "gui/monitor/netstateform.h"
 #include "gui/monitor/netstateitemform.h"
 #include "core/protocol/ipv4.h"
+#include "gui/widgets/elidedlabel.h"
 #include "gui/widgets/rowtipbutton.h"
 
 #include "../support/packets.h"
@@ -23,6 +25,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -62,6 +66,7 @@ private slots:
     void clockSummaryAndLeaderMark();
     void statisticsRowAndSortOrder();
     void levelsRow();
+    void meterViewShowsEveryChannel();
     void longNamesEndInAnEllipsis();
 };
 
@@ -100,6 +105,7 @@ void TestMonitorPages::clockRowAndPriorityDialog()
     auto *dialog = form.findChild<DialogChangePriority *>();
     QVERIFY(dialog);
     QTRY_VERIFY(dialog->isVisible());
+    QCOMPARE(dialog->findChild<QLabel *>("lb_device")->text(), QStringLiteral("Device: Stage Box (D1)"));
     auto *field = dialog->findChild<QLineEdit *>("le_priority");
     QCOMPARE(field->text(), QStringLiteral("128"));
     for (const char *refused : {"256", "abc"}) {
@@ -259,6 +265,73 @@ void TestMonitorPages::levelsRow()
     // All four lines fit the row.
     const QLabel *cell = row->label(DevVolumeTitleForm::NetOut);
     QVERIFY(cell->fontMetrics().lineSpacing() * 4 <= cell->height());
+}
+
+void TestMonitorPages::meterViewShowsEveryChannel()
+{
+    DevManager registry;
+    announce(registry, "D1", "10.0.0.2", {{"name", "Box"}, {"phyChNumRx", "2"}, {"phyChNumTx", "0"}});
+    announce(registry, "D7", "10.0.0.7",
+             {{"name", "Stage Rack 128"}, {"chNumRx", "128"}, {"chNumTx", "128"}, {"phyChNumRx", "16"}, {"phyChNumTx", "16"}});
+    const QString longName = QStringLiteral("Lead Vocal Wireless Handheld Microphone Channel");
+    registry.intakeReply(QJsonObject{{"ops", "getAllChNameRx"}, {"devId", "D7"}, {"result", "succ"}, {"idStart", "0"},
+                                     {"idNext", 1}, {"arr", QJsonArray{QJsonObject{{"id", "0"}, {"name", longName}}}}},
+                         Ipv4::fromText("10.0.0.7"));
+    DevVolumeForm form(registry);
+    form.setPollInterval(3600 * 1000); // polled by hand below
+    form.resize(1400, 700);
+    form.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&form));
+    DevMeterView *view = form.meterView();
+    QVERIFY(view->bars(LevelsTracker::NetIn).isEmpty());
+
+    // A click on the device's row shows its meters: every channel, not the 32 of the cells.
+    QTest::mouseClick(form.item("D7")->label(DevVolumeTitleForm::Name), Qt::LeftButton);
+    QCOMPARE(view->chosen(), QStringLiteral("D7"));
+    QCOMPARE(view->bars(LevelsTracker::NetIn).size(), 128);
+    QCOMPARE(view->bars(LevelsTracker::NetOut).size(), 128);
+    QCOMPARE(view->bars(LevelsTracker::AnalogIn).size(), 16);
+    QCOMPARE(view->bars(LevelsTracker::AnalogOut).size(), 16);
+
+    form.slot_poll();
+    QJsonArray levels;
+    for (int i = 0; i < 128; ++i)
+        levels.append(i == 127 ? "0.0" : i == 64 ? "-35.0" : "-inf");
+    form.slot_message(compact({{"ops", "getAllNetLevel"}, {"devId", "D7"}, {"inOrOut", "0"}, {"result", "succ"},
+                               {"idStart", "0"}, {"idNext", 128}, {"arr", levels}}));
+    form.slot_poll();
+    MeterBar *last = view->bars(LevelsTracker::NetIn).at(127);
+    QCOMPARE(last->levelFraction(), 1.0);
+    QVERIFY(last->clipped());
+    QCOMPARE(view->bars(LevelsTracker::NetIn).at(64)->levelFraction(), 0.5);
+    QCOMPARE(view->bars(LevelsTracker::NetIn).at(0)->levelFraction(), 0.0);
+
+    // The grid scrolls to the last channel, whose bar and label are drawn.
+    auto *scroll = view->findChild<QScrollArea *>("sa_meters");
+    scroll->ensureWidgetVisible(last);
+    QVERIFY(scroll->verticalScrollBar()->value() > 0);
+    QTRY_VERIFY(last->isVisible() && last->width() > 20);
+    ElidedLabel *first = view->labels(LevelsTracker::NetIn).at(0);
+    QVERIFY(first->isElided());
+    QVERIFY(first->text().endsWith(QChar(0x2026)));
+    QVERIFY(first->toolTip().contains(longName));
+    QCOMPARE(view->labels(LevelsTracker::NetIn).at(127)->text(), QStringLiteral("128"));
+
+    // The clip mark stays until reset.
+    form.slot_message(compact({{"ops", "getAllNetLevel"}, {"devId", "D7"}, {"inOrOut", "0"}, {"result", "succ"},
+                               {"idStart", "0"}, {"idNext", 0}, {"arr", QJsonArray()}}));
+    form.slot_poll();
+    QVERIFY(last->clipped());
+    QTest::mouseClick(view->findChild<QPushButton *>("pb_clearClips"), Qt::LeftButton);
+    QVERIFY(!view->bars(LevelsTracker::NetIn).at(127)->clipped());
+
+    // Chosen from the list instead: the other device's channels.
+    auto *list = view->findChild<QComboBox *>("cb_meterDevice");
+    list->setFocus();
+    QTest::keyClick(list, Qt::Key_Up);
+    QCOMPARE(view->chosen(), QStringLiteral("D1"));
+    QCOMPARE(view->bars(LevelsTracker::AnalogIn).size(), 2);
+    QCOMPARE(view->bars(LevelsTracker::NetIn).size(), 8);
 }
 
 void TestMonitorPages::longNamesEndInAnEllipsis()

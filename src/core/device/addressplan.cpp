@@ -14,6 +14,14 @@ bool above255(const QString &octet)
     return !ok || v > 255 || v < 0;
 }
 
+quint32 address(const QString &dotted)
+{
+    quint32 v = 0;
+    for (const QString &octet : dotted.split(QLatin1Char('.')))
+        v = (v << 8) | (octet.toUInt() & 0xFFu);
+    return v;
+}
+
 QString joined(const QString (&octets)[4])
 {
     return QStringLiteral("%1.%2.%3.%4").arg(octets[0], octets[1], octets[2], octets[3]);
@@ -27,6 +35,15 @@ bool AddressPlan::isAcceptedMask(const QString &mask)
         "^((128|192|224|240|248|252|254)\\.0\\.0\\.0)|(255\\.(0|128|192|224|240|248|252|254)\\.0\\.0)|"
         "(255\\.255\\.(0|128|192|224|240|248|252|254)\\.0)|(255\\.255\\.255\\.(0|128|192|224|240|248|252|254))$"));
     return re.match(mask).hasMatch();
+}
+
+bool AddressPlan::gatewayInSubnet(const QString &ip, const QString &mask, const QString &gateway)
+{
+    // The typed mask decides, not the prefix sent: that is the subnet the
+    // operator means. 0.0.0.0 is "no gateway".
+    const quint32 m = address(mask);
+    const quint32 g = address(gateway);
+    return g == 0 || (address(ip) & m) == (g & m);
 }
 
 int AddressPlan::prefixLength(const QString &mask)
@@ -69,5 +86,8 @@ CommandPlan AddressPlan::plan(const QString &devId, const Input &in, const std::
     cmd.insert(QStringLiteral("dns"), dns);
     if (current && current->fixed && current->ipWithPrefix == ip && current->gateway == gateway && current->dns == dns)
         return CommandPlan::notice(tx(Tx::IpUnchanged));
-    return CommandPlan{{}, cmd, 0};
+    CommandPlan plan{{}, cmd, 0};
+    if (!gatewayInSubnet(joined(in.ip), joined(in.mask), gateway))
+        plan.steps.append({PlanStep::Confirm, tx(Tx::GatewayOutsideSubnet).arg(gateway, joined(in.ip), joined(in.mask))});
+    return plan;
 }

@@ -29,6 +29,10 @@ public:
 
     /// The accepted subnet masks, exactly as the devices have always been checked.
     static bool isAcceptedMask(const QString &mask);
+    /// The gateway lies in the subnet of the address under the mask (all
+    /// dotted, already checked), or is 0.0.0.0. A gateway elsewhere cannot be
+    /// reached by the device, so the plan asks before sending it.
+    static bool gatewayInSubnet(const QString &ip, const QString &mask, const QString &gateway);
     /// 24 for "255.255.255.0", 16 for every other accepted mask: the devices
     /// take only these two prefix lengths from this page.
     static int prefixLength(const QString &mask);

@@ -39,22 +39,6 @@ QString SettingsDisplay::temperature(const QString &thousandths)
     return QString::number(v / 1000.0, 'f', 1) + QStringLiteral(" °C");
 }
 
-QString SettingsDisplay::runningTime(const QString &seconds)
-{
-    bool ok = false;
-    const double v = seconds.toDouble(&ok);
-    if (!ok || v < 0)
-        return QString();
-    qint64 s = qint64(v);
-    const qint64 days = s / 86400;
-    s %= 86400;
-    const QString clock = QStringLiteral("%1:%2:%3")
-                              .arg(s / 3600, 2, 10, QLatin1Char('0'))
-                              .arg((s / 60) % 60, 2, 10, QLatin1Char('0'))
-                              .arg(s % 60, 2, 10, QLatin1Char('0'));
-    return days ? tx(Tx::DsDays).arg(days) + QLatin1Char(' ') + clock : clock;
-}
-
 QString SettingsDisplay::sampleRate(int hz)
 {
     return trimmed(hz / 1000.0, 3) + QStringLiteral(" kHz");

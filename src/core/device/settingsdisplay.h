@@ -11,8 +11,6 @@ class SettingsDisplay
 public:
     /// "45.5 °C" from thousandths of a degree; empty when not a number.
     static QString temperature(const QString &thousandths);
-    /// "02:03:05", or "1 d 02:03:05" past a day, from seconds (a fraction is dropped).
-    static QString runningTime(const QString &seconds);
     /// "48 kHz", "44.1 kHz".
     static QString sampleRate(int hz);
     /// The packet time of a divider of one millisecond: "1 ms", "250 µs".

@@ -16,14 +16,14 @@ bool isTransmit(LevelsTracker::Group g)
 
 } // namespace
 
-QJsonObject LevelsTracker::request(const QString &devId, Group group)
+QJsonObject LevelsTracker::request(const QString &devId, Group group, int idStart)
 {
     const bool analog = group == AnalogIn || group == AnalogOut;
     return QJsonObject{
         {QStringLiteral("ops"), analog ? QStringLiteral("getAllPhyLevel") : QStringLiteral("getAllNetLevel")},
         {QStringLiteral("devId"), devId},
         {QStringLiteral("inOrOut"), isTransmit(group) ? QStringLiteral("1") : QStringLiteral("0")},
-        {QStringLiteral("idStart"), QStringLiteral("0")}};
+        {QStringLiteral("idStart"), QString::number(idStart)}};
 }
 
 int LevelsTracker::channelCount(const Device &d, Group group)
@@ -55,7 +55,8 @@ QVector<QJsonObject> LevelsTracker::pollRound(const QVector<Device> &devices)
         auto &groups = m_groups[devId];
         for (int g = 0; g < GroupCount; ++g) {
             GroupState &s = groups[size_t(g)];
-            if (channelCount(d, Group(g)) <= 0) {
+            s.channels = channelCount(d, Group(g));
+            if (s.channels <= 0) {
                 s = GroupState();
                 continue;
             }
@@ -69,7 +70,7 @@ QVector<QJsonObject> LevelsTracker::pollRound(const QVector<Device> &devices)
     return out;
 }
 
-bool LevelsTracker::intake(const QJsonObject &message)
+bool LevelsTracker::intake(const QJsonObject &message, QVector<QJsonObject> *more)
 {
     QString op = message.value(QLatin1String("ops")).toString();
     bool transmit = RequestRouter::isTransmitSide(message);
@@ -81,16 +82,43 @@ bool LevelsTracker::intake(const QJsonObject &message)
     const auto it = m_groups.find(message.value(QLatin1String("devId")).toString());
     if (it == m_groups.end() || message.value(QLatin1String("result")).toString() != QLatin1String("succ"))
         return false;
-    const QJsonValue start = message.value(QLatin1String("idStart"));
-    if (!start.isUndefined() && start.toString() != QLatin1String("0") && start.toInt(-1) != 0)
+    const QJsonValue startValue = message.value(QLatin1String("idStart"));
+    bool numeric = true;
+    const int start = startValue.isUndefined() ? 0
+                      : startValue.isDouble()  ? startValue.toInt(-1)
+                                               : startValue.toString().toInt(&numeric);
+    if (!numeric)
+        return false;
+    const bool full = it.key() == m_fullDevId;
+    if (start != 0 && !(full && start > 0 && start < DeviceTables::kMaxItems))
         return false;
     const Group g = analog ? (transmit ? AnalogOut : AnalogIn) : (transmit ? NetOut : NetIn);
     GroupState &s = (*it)[size_t(g)];
-    s.values.clear();
-    for (const QJsonValue &v : message.value(QLatin1String("arr")).toArray())
-        s.values.append(v.isDouble() ? QString::number(v.toDouble()) : v.toString());
-    s.unanswered = 0;
-    s.known = true;
+    const QJsonArray arr = message.value(QLatin1String("arr")).toArray();
+    if (!full) {
+        s.values.clear();
+    } else if (s.values.size() < start) {
+        // A later page before the first: the channels between are not known yet.
+        while (s.values.size() < start)
+            s.values.append(QStringLiteral("-inf"));
+    }
+    // The followed device's pages overwrite in place, so the channels past
+    // this page keep their last levels until their own page comes.
+    for (int i = 0; i < arr.size(); ++i) {
+        const QJsonValue v = arr.at(i);
+        const QString level = v.isDouble() ? QString::number(v.toDouble()) : v.toString();
+        if (start + i < s.values.size())
+            s.values[start + i] = level;
+        else
+            s.values.append(level);
+    }
+    if (start == 0) {
+        s.unanswered = 0;
+        s.known = true;
+    }
+    const int next = start + arr.size();
+    if (full && more && !arr.isEmpty() && next < s.channels)
+        more->append(request(it.key(), g, next));
     return true;
 }
 

@@ -32,7 +32,7 @@ public:
     /// The page-level request of one group: "getAllPhyLevel" or
     /// "getAllNetLevel" with "inOrOut" "0" (inputs) or "1" (outputs) and
     /// "idStart" "0" (the first page holds the 32 values a cell shows).
-    static QJsonObject request(const QString &devId, Group group);
+    static QJsonObject request(const QString &devId, Group group, int idStart = 0);
     /// The channels a device announces for a group.
     static int channelCount(const Device &d, Group group);
     /// The lines of the device's tallest cell, so its row never changes height.
@@ -44,7 +44,14 @@ public:
     /// A level reply, by the page-level name with "inOrOut" or by the device
     /// operation's name; true when it was one. Only "succ" replies of the
     /// first page count.
-    bool intake(const QJsonObject &message);
+    /// For the device whose every channel is wanted (setFullDevice), later
+    /// pages count too, and the request of the page after this one is
+    /// appended to `more` until the group's announced channels are in.
+    bool intake(const QJsonObject &message, QVector<QJsonObject> *more = nullptr);
+    /// The device the meter view shows: all its channels are fetched, not
+    /// only the first page the cells need. "" for none.
+    void setFullDevice(const QString &devId) { m_fullDevId = devId; }
+    QString fullDevice() const { return m_fullDevId; }
 
     QStringList levels(const QString &devId, Group group) const;
     /// Every group of the device that has channels has been answered.
@@ -57,7 +64,9 @@ private:
     {
         QStringList values;
         int unanswered = 0;
+        int channels = 0;
         bool known = false;
     };
+    QString m_fullDevId;
     QHash<QString, std::array<GroupState, GroupCount>> m_groups;
 };

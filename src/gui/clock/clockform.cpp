@@ -147,7 +147,8 @@ void ClockForm::slot_message(const QString &json)
 void ClockForm::slot_editPriority(const QString &devId)
 {
     const int current = m_uiStore ? m_uiStore->get(devId).ptpPriority : -1;
-    auto *dialog = new DialogChangePriority(devId, current, this);
+    const auto device = m_registry.findByDevId(devId);
+    auto *dialog = new DialogChangePriority(devId, device ? device->rec.name.str() : QString(), current, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     connect(dialog, &DialogChangePriority::signal_confirmed, m_runner,
             [this](const QJsonObject &command) { m_runner->send(command); });

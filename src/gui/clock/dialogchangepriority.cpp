@@ -12,13 +12,20 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
-DialogChangePriority::DialogChangePriority(const QString &devId, int currentPriority, QWidget *parent)
+DialogChangePriority::DialogChangePriority(const QString &devId, const QString &deviceName, int currentPriority,
+                                           QWidget *parent)
     : FramelessDialog(parent)
     , m_devId(devId)
+    , m_deviceName(deviceName)
 {
     setObjectName(QStringLiteral("dlg_changePriority"));
     setMinimumWidth(scaled(380));
 
+    m_device = new QLabel(this);
+    m_device->setObjectName(QStringLiteral("lb_device"));
+    m_device->setFont(Style::font(11, true));
+    m_device->setWordWrap(true);
+    m_device->setTextFormat(Qt::PlainText);
     m_hint = new QLabel(this);
     m_hint->setObjectName(QStringLiteral("lb_hint"));
     m_hint->setFont(Style::font(11));
@@ -37,6 +44,7 @@ DialogChangePriority::DialogChangePriority(const QString &devId, int currentPrio
     auto *field = new QHBoxLayout;
     field->addWidget(m_hint);
     field->addWidget(m_value, 1);
+    contentLayout()->addWidget(m_device);
     contentLayout()->addLayout(field);
     contentLayout()->addWidget(m_refusal);
 
@@ -75,6 +83,7 @@ void DialogChangePriority::retranslate()
 {
     setTitle(tx(Tx::PriorityTitle));
     m_hint->setText(tx(Tx::PriorityHint));
+    m_device->setText(m_deviceName.isEmpty() ? m_devId : tx(Tx::PriorityDevice).arg(m_deviceName, m_devId));
     m_ok->setText(tx(Tx::Ok));
     m_cancel->setText(tx(Tx::Cancel));
     if (m_refusal->isVisibleTo(this))

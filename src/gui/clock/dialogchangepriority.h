@@ -14,7 +14,10 @@ class DialogChangePriority : public FramelessDialog
 {
     Q_OBJECT
 public:
-    DialogChangePriority(const QString &devId, int currentPriority, QWidget *parent = nullptr);
+    /// deviceName names the device above the field, so the operator sees
+    /// which device the change goes to.
+    DialogChangePriority(const QString &devId, const QString &deviceName, int currentPriority,
+                         QWidget *parent = nullptr);
 
     QString devId() const { return m_devId; }
     /// The "setPtpPriority" command once accepted; empty before.
@@ -34,6 +37,8 @@ private:
     void retranslate();
 
     QString m_devId;
+    QString m_deviceName;
+    QLabel *m_device;
     QJsonObject m_command;
     QLabel *m_hint;
     QLineEdit *m_value;

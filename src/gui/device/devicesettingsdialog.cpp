@@ -226,7 +226,18 @@ void DeviceSettingsDialog::ask(const QString &op)
 
 bool DeviceSettingsDialog::run(const CommandPlan &plan)
 {
+    // The footer speaks of the latest change only: an older "Saved" must not
+    // stand under a refusal or a change still on its way. The window's own
+    // questions (read-backs) leave it alone.
+    if (plan.refused() || SettingsPlan::isChange(plan.command.value(QLatin1String("ops")).toString()))
+        clearResult();
     return m_runner->run(plan) && !plan.command.isEmpty();
+}
+
+void DeviceSettingsDialog::clearResult()
+{
+    m_result.reset();
+    m_status->clear();
 }
 
 void DeviceSettingsDialog::slot_refreshDevice(const QString &devId)

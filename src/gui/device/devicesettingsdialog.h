@@ -112,5 +112,6 @@ private:
         bool ok = false;
     };
     std::optional<Result> m_result;
+    void clearResult();
     PlanRunner *m_runner = nullptr;
 };

@@ -46,13 +46,11 @@ SettingsGeneralPage::SettingsGeneralPage(const QString &devId, QWidget *parent)
     m_nameLabel = new QLabel(this);
     m_name = new QLineEdit(this);
     m_name->setObjectName(QStringLiteral("le_devName"));
-    m_saveName = new QPushButton(this);
-    m_saveName->setObjectName(QStringLiteral("pb_saveName"));
-    connect(m_saveName, &QPushButton::clicked, this, &SettingsGeneralPage::saveName);
-    connect(m_name, &QLineEdit::returnPressed, this, &SettingsGeneralPage::saveName);
+    // Like every field of the page, the name applies when committed: Enter
+    // or leaving the field.
+    connect(m_name, &QLineEdit::editingFinished, this, &SettingsGeneralPage::saveName);
     grid->addWidget(m_nameLabel, 0, 0);
     grid->addWidget(m_name, 0, 1);
-    grid->addWidget(m_saveName, 0, 2);
 
     m_audioHeading = heading(this);
     grid->addWidget(m_audioHeading, 1, 0, 1, 3);
@@ -76,6 +74,9 @@ SettingsGeneralPage::SettingsGeneralPage(const QString &devId, QWidget *parent)
         auto *s = new StyledSpinBox(this);
         s->setObjectName(QLatin1String(name));
         s->setDecimals(0);
+        // Arrows apply at once; a typed number applies on Enter or leaving
+        // the box, not digit by digit.
+        s->setKeyboardTracking(false);
         int min = 0, max = 0;
         SettingsPlan::range(setting, &min, &max);
         s->setRange(min, max);
@@ -181,17 +182,18 @@ void SettingsGeneralPage::setSpin(StyledSpinBox *spin, int value)
 
 void SettingsGeneralPage::saveName()
 {
-    const CommandPlan plan = SettingsPlan::rename(m_devId, m_name->text(), m_dev.rec.name.str());
-    // Sent or not, the field follows the device again from the next announcement on.
-    if (!plan.refused())
-        m_name->setModified(false);
-    emit signal_run(plan);
+    // Enter and the focus leaving both commit: only an edit not yet
+    // committed is sent, so a refusal's notice taking the focus does not
+    // commit it again.
+    if (!m_name->isModified())
+        return;
+    m_name->setModified(false);
+    emit signal_run(SettingsPlan::rename(m_devId, m_name->text(), m_dev.rec.name.str()));
 }
 
 void SettingsGeneralPage::retranslate()
 {
     m_nameLabel->setText(tx(Tx::DsDeviceName));
-    m_saveName->setText(tx(Tx::DsSave));
     m_audioHeading->setText(tx(Tx::DsAudio));
     m_clockHeading->setText(tx(Tx::DsClock));
     const Tx labels[7] = {Tx::DsSampleRate, Tx::DsPacketTime, Tx::DsSampleBytes, Tx::DsLatency,

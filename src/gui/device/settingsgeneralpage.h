@@ -13,7 +13,8 @@ class QPushButton;
 class StyledSpinBox;
 
 /// The settings window's first page: name, audio format, latency, PTP
-/// domain and DSCP, audio DSCP. A control is moved only when the device's
+/// domain and DSCP, audio DSCP. Every field applies when committed (a
+/// choice, an arrow, Enter or leaving the field); there is no Save button. A control is moved only when the device's
 /// value changes, so a value the user just sent is not flipped back by an
 /// unrelated refresh.
 class SettingsGeneralPage : public QWidget
@@ -52,7 +53,6 @@ private:
     Seen m_seen;
     QLabel *m_nameLabel;
     QLineEdit *m_name;
-    QPushButton *m_saveName;
     QLabel *m_audioHeading;
     QLabel *m_clockHeading;
     QLabel *m_labels[7];

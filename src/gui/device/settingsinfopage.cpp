@@ -3,6 +3,7 @@
 #include "core/app/scalefactors.h"
 #include "core/app/texts.h"
 #include "core/device/settingsdisplay.h"
+#include "core/monitor/netstatsdisplay.h"
 #include "core/protocol/ipv4.h"
 #include "gui/widgets/style.h"
 
@@ -72,7 +73,7 @@ void SettingsInfoPage::retranslate()
     m_values[Address]->setText(m_dev.rec.ip ? Ipv4::toText(m_dev.rec.ip) : tx(Tx::Unknown));
     m_values[Oem]->setText(orUnknown(m_ui.oemCode));
     m_values[Temperature]->setText(orUnknown(SettingsDisplay::temperature(m_ui.temp)));
-    m_values[RunningTime]->setText(orUnknown(SettingsDisplay::runningTime(m_ui.uptime)));
+    m_values[RunningTime]->setText(orUnknown(NetStatsDisplay::runningTime(m_ui.uptime)));
     m_refresh->setText(tx(Tx::DsRefresh));
 }
 

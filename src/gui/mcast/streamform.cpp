@@ -429,6 +429,11 @@ void StreamForm::showFlows()
         }
         followFlowSelection();
     }
+    if (dev && m_pending.devId == m_devId) {
+        for (const FlowView::TxRow &r : rows)
+            if (r.name == m_pending.name && !m_pending.knownAddresses.contains(r.address))
+                clearCreateForm();
+    }
     if (!dev)
         m_flowsCaption->setText(tx(Tx::StreamChooseDevice));
     else if (rows.isEmpty())
@@ -495,7 +500,26 @@ void StreamForm::on_pb_create_clicked()
     const auto dev = m_registry.findByDevId(m_devId);
     if (!dev)
         return;
-    m_runner->run(FlowPlan::create(*dev, createInput(), m_registry.flows(), m_random));
+    const CommandPlan plan = FlowPlan::create(*dev, createInput(), m_registry.flows(), m_random);
+    if (!m_runner->run(plan) || plan.command.isEmpty())
+        return;
+    m_pending = {m_devId, plan.command.value(QLatin1String("name")).toString(), {}};
+    for (const FlowView::TxRow &r : FlowView::transmitFlows(*dev))
+        m_pending.knownAddresses.append(r.address);
+}
+
+void StreamForm::clearCreateForm()
+{
+    m_pending = Pending();
+    m_name->clear();
+    for (int i = 0; i < m_channels->count(); ++i)
+        m_channels->item(i)->setCheckState(Qt::Unchecked);
+    m_offset->setText(QStringLiteral("0"));
+    m_octets[0]->setText(QStringLiteral("239"));
+    m_octets[1]->setText(QStringLiteral("69"));
+    m_auto->setChecked(true);
+    followAddressMode();
+    m_port->setText(QStringLiteral("5004"));
 }
 
 void StreamForm::on_pb_delete_clicked()

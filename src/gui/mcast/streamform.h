@@ -101,4 +101,14 @@ private:
     QPushButton *m_addSdp;
     QPushButton *m_removePasted;
     PlanRunner *m_runner = nullptr;
+    /// The flow asked for and the groups the device had then: the form is
+    /// emptied once the device lists it, and kept as typed if it never does.
+    struct Pending
+    {
+        QString devId;
+        QString name;
+        QStringList knownAddresses;
+    };
+    Pending m_pending;
+    void clearCreateForm();
 };

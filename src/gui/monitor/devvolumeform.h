@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/monitor/levelmeter.h"
 #include "core/monitor/levelstracker.h"
 
 #include <QHash>
@@ -7,8 +8,10 @@
 
 class PlanRunner;
 class DevManager;
+class DevMeterView;
 class DevVolumeItemForm;
 class QLabel;
+class QSplitter;
 class QTimer;
 class RowList;
 
@@ -26,6 +29,9 @@ public:
 
     DevVolumeItemForm *item(const QString &devId) const { return m_items.value(devId); }
     const LevelsTracker &tracker() const { return m_tracker; }
+    DevMeterView *meterView() const { return m_meterView; }
+    /// Shows the device's meters beside the cells; "" shows none.
+    void showMeters(const QString &devId);
 
 signals:
     void signal_sendUdp(const QString &json, const QString &tag);
@@ -39,6 +45,8 @@ public slots:
 
 protected:
     void changeEvent(QEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     const DevManager &m_registry;
@@ -48,4 +56,11 @@ private:
     QTimer *m_timer;
     QHash<QString, DevVolumeItemForm *> m_items;
     PlanRunner *m_runner = nullptr;
+    DevMeterView *m_meterView;
+    QSplitter *m_split;
+    bool m_splitPlaced = false;
+    DeviceMeters m_meters;
+
+    /// Advances the followed device's meters by one poll and draws them.
+    void refreshMeters();
 };

@@ -55,14 +55,23 @@ QPushButton {
 QPushButton:hover { background-color: rgb(54, 57, 66); border-color: @accent; }
 QPushButton:pressed { background-color: @accent; }
 QPushButton:checked { background-color: @accent; border-color: @accent; }
-QPushButton:disabled { color: rgb(100, 102, 110); background-color: rgb(38, 39, 45); }
 QPushButton[role="primary"] { background-color: @accent; border-color: @accent; }
 QPushButton[role="primary"]:hover { background-color: @accentHover; }
+/* Last and as specific as any face above: a disabled button never keeps a live colour. */
+QPushButton:disabled, QPushButton:checked:disabled,
+QPushButton[role="primary"]:disabled, QPushButton[role="primary"]:hover:disabled {
+    color: @dimText; background-color: @dimFace; border-color: @dimFace;
+}
 
 QLineEdit, QSpinBox, QDoubleSpinBox, QComboBox {
     color: @bright; background-color: rgb(26, 27, 31); border: 1px solid @border;
     border-radius: @r3; padding: @p3 @p6; min-height: @h22;
     selection-background-color: @accent;
+}
+QLineEdit:disabled, QSpinBox:disabled, QDoubleSpinBox:disabled, QComboBox:disabled { color: @dimText; }
+QPlainTextEdit, QTextEdit {
+    color: @bright; background-color: rgb(26, 27, 31); border: 1px solid @border;
+    border-radius: @r3; selection-background-color: @accent;
 }
 QLineEdit:focus, QSpinBox:focus, QDoubleSpinBox:focus, QComboBox:focus { border-color: @accent; }
 QSpinBox::up-button, QDoubleSpinBox::up-button,
@@ -95,6 +104,7 @@ QHeaderView::section { background-color: @panel; color: @text; border: none; bor
 QCheckBox, QRadioButton { color: @text; spacing: @p6; }
 )");
     const struct { const char *key; QString value; } subs[] = {
+        {"@dimText", QStringLiteral("rgb(100, 102, 110)")}, {"@dimFace", QStringLiteral("rgb(38, 39, 45)")},
         {"@accentHover", rgb(kAccentHover)}, {"@accent", rgb(kAccent)}, {"@bright", rgb(kTextBright)},
         {"@text", rgb(kText)}, {"@panel", rgb(kPanel)}, {"@border", rgb(kBorder)}, {"@bg", rgb(kBackground)},
         {"@font", QString::number(qRound(scaledFont(11) * 96 / 72)) + QStringLiteral("px")},
