@@ -366,7 +366,8 @@ int CliApp::cmdFlows()
 int CliApp::cmdRoutes()
 {
     waitForSettledTables({});
-    const QVector<RouteEntry> routes = routesOf(m_link->registry().devices());
+    // In the order every list shows, never the order the announcements happened to come in.
+    const QVector<RouteEntry> routes = routesOf(DeviceOrder::sorted(m_link->registry().devices()));
     if (m_options.json) {
         QJsonArray arr;
         for (const RouteEntry &r : routes)

@@ -32,6 +32,7 @@ private slots:
     void bulkBlockUndoRedo();
     void snapshotCompareAndRecall();
     void lockedReceiverRefusesTheBatch();
+    void pictures();
 
 private:
     QPoint cell(const QString &txOwner, int txCh, const QString &rxOwner, int rxCh);
@@ -269,6 +270,22 @@ void TestRoutingToolsSim::lockedReceiverRefusesTheBatch()
     QVERIFY2(refused.count("设备已加锁") == 2, qPrintable(refused));
     const auto rx = m_window.registry().findByDevId("SIM-0002");
     QVERIFY(!rx->routeOf(0) && !rx->routeOf(1));
+}
+
+void TestRoutingToolsSim::pictures()
+{
+    if (qEnvironmentVariableIsEmpty("CORVANE_SHOT_DIR"))
+        QSKIP("set CORVANE_SHOT_DIR to keep pictures of the dialogs");
+    m_window->slot_switchLanguage(true);
+    pressInNextDialog("pb_cancel", "routing-bulk-confirm-zh.png");
+    m_form->tools()->bulkRoute({"SIM-0006", "SIM-0003", 1, 16});
+    // The snapshot of the test before, against a network changed since.
+    m_window->slot_sendUdp(R"({"ops":"setUcastRx","devId":"SIM-0004","srcDevId":"SIM-0003","srcChId":"1","dstChId":"1"})",
+                           "test");
+    QTRY_VERIFY_WITH_TIMEOUT(m_window.registry().findByDevId("SIM-0004")->routeOf(1), 5000);
+    pressInNextDialog("pb_close", "routing-snapshot-diff-zh.png");
+    m_form->tools()->compareSnapshot();
+    m_window->slot_switchLanguage(false);
 }
 
 QTEST_MAIN(TestRoutingToolsSim)

@@ -72,23 +72,6 @@ void clickInModal(const QString &button)
     poll->start(10);
 }
 
-// Pictures for the documentation, on request only, in both languages.
-template <class Make> void shoot(const char *name, Make make)
-{
-    const QString dir = qEnvironmentVariable("CORVANE_SHOTS");
-    for (bool chinese : {false, true}) {
-        if (dir.isEmpty())
-            break;
-        Language::setChinese(chinese);
-        auto dialog = make();
-        // As on a modest laptop screen rather than the offscreen platform's 800 x 600.
-        dialog->resize(dialog->sizeHint().boundedTo(QSize(1280, 800)));
-        dialog->show();
-        QVERIFY(dialog->grab().save(QStringLiteral("%1/%2-%3.png").arg(dir, name, chinese ? "zh" : "en")));
-    }
-    Language::setChinese(false);
-}
-
 } // namespace
 
 class TestRouteDialogs : public QObject
@@ -139,7 +122,6 @@ void TestRouteDialogs::confirmListsChangesQuestionsOnceAndRefusals()
     QCOMPARE(d.findChild<QLabel *>("lb_unchanged")->text(), tx(Tx::BatchUnchangedOne));
     // A clear among the changes: they are applied, not all routed.
     QCOMPARE(d.findChild<QPushButton *>("pb_apply")->text(), tx(Tx::BatchApplyMany).arg(4));
-    shoot("routing-bulk-confirm", [&] { return std::make_unique<RouteBatchDialog>("Bulk route", showBatch(net), net); });
 }
 
 void TestRouteDialogs::applyAcceptsCancelRefuses()
@@ -215,9 +197,6 @@ void TestRouteDialogs::snapshotDiffShowsKindsMissingAndRefusals()
     d.show();
     QTest::mouseClick(recallButton, Qt::LeftButton);
     QCOMPARE(d.result(), int(QDialog::Accepted));
-    shoot("routing-snapshot-diff", [&] {
-        return std::make_unique<SnapshotDiffDialog>("/shows/gala.json", snap, diff, NetSnapshot::recall(diff, net), net, nullptr);
-    });
 }
 
 void TestRouteDialogs::emptyRecallCannotBeChosen()

@@ -196,15 +196,19 @@ void CellRouteForm::buildLayout()
     m_hint->setObjectName(QStringLiteral("lb_routingHint"));
     m_hint->setStyleSheet(QStringLiteral("color: rgb(150, 152, 164);"));
 
+    // The tools and the legend get a row of their own: beside the search field they were cut at the usual width.
+    auto *toolRow = new QHBoxLayout;
+    toolRow->setSpacing(scaled(10));
+    toolRow->addWidget(m_tools->bar());
+    toolRow->addWidget(m_hint);
+    toolRow->addStretch(1);
+    toolRow->addLayout(legend);
+
     auto *top = new QHBoxLayout;
     top->setSpacing(scaled(10));
     top->addWidget(m_rxCaption);
     top->addWidget(m_findIn);
-    top->addSpacing(scaled(10));
-    top->addWidget(m_tools->bar());
-    top->addWidget(m_hint);
     top->addStretch(1);
-    top->addLayout(legend);
 
     auto *corner = new QVBoxLayout;
     corner->setContentsMargins(0, 0, scaled(8), scaled(8));
@@ -217,13 +221,15 @@ void CellRouteForm::buildLayout()
     layout->setContentsMargins(scaled(16), scaled(12), scaled(16), scaled(12));
     layout->setHorizontalSpacing(0);
     layout->setVerticalSpacing(0);
-    layout->addLayout(top, 0, 1);
+    layout->addLayout(toolRow, 0, 0, 1, 2);
     layout->setRowMinimumHeight(0, scaled(40));
-    layout->addLayout(corner, 1, 0);
-    layout->addWidget(m_columnHeaders, 1, 1);
-    layout->addWidget(m_rowHeaders, 2, 0);
-    layout->addWidget(m_view, 2, 1);
-    layout->setRowStretch(2, 1);
+    layout->addLayout(top, 1, 1);
+    layout->setRowMinimumHeight(1, scaled(40));
+    layout->addLayout(corner, 2, 0);
+    layout->addWidget(m_columnHeaders, 2, 1);
+    layout->addWidget(m_rowHeaders, 3, 0);
+    layout->addWidget(m_view, 3, 1);
+    layout->setRowStretch(3, 1);
     layout->setColumnStretch(1, 1);
 
     m_empty = new QLabel(m_view);
