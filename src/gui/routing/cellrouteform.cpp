@@ -63,6 +63,11 @@ QString headerStyleSheet()
     return s;
 }
 
+QString channelCount(int count)
+{
+    return count == 1 ? tx(Tx::BulkOneChannel) : tx(Tx::BulkChannels).arg(count);
+}
+
 QPixmap cellPicture(const char *path, int size)
 {
     return QPixmap(QLatin1String(path)).scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
@@ -579,7 +584,7 @@ QMenu *CellRouteForm::contextMenu(int row, int column)
     const AxisItem &c = m_grid.columns().at(column);
     if (insideBlock) {
         const BulkRoute::Request request = RouteBlock::routeRequest(m_grid, m_block);
-        add("act_bulkBlock", tx(Tx::BulkSelectionEntry).arg(request.count), [this, request] { m_tools->bulkRoute(request); });
+        add("act_bulkBlock", tx(Tx::BulkSelectionEntry).arg(channelCount(request.count)), [this, request] { m_tools->bulkRoute(request); });
         const QVector<RouteChange> clears = RouteBlock::clears(m_grid, m_block);
         if (!clears.isEmpty()) {
             const QString label = tx(Tx::StepClearBlock).arg(clears.size()).arg(c.ownerName);
@@ -589,7 +594,7 @@ QMenu *CellRouteForm::contextMenu(int row, int column)
     } else {
         BulkRoute::Request request;
         if (RouteBlock::pairRequest(m_grid, row, column, &request))
-            add("act_bulkPair", tx(Tx::BulkPairEntry).arg(r.ownerName, c.ownerName).arg(request.count),
+            add("act_bulkPair", tx(Tx::BulkPairEntry).arg(r.ownerName, c.ownerName, channelCount(request.count)),
                 [this, request] { m_tools->bulkRoute(request); });
         const QVector<RouteChange> clears = RouteBlock::pairClears(m_grid, m_tools->network(), row, column);
         if (!clears.isEmpty()) {
