@@ -3,12 +3,14 @@
 // confirmation the batch asks for.
 #include "cliapp.h"
 
+#include "core/app/texts.h"
 #include "core/devices/commandtargets.h"
 #include "core/devices/devmanager.h"
 #include "core/protocol/devicelink.h"
 #include "core/protocol/ipv4.h"
 #include "core/protocol/replyrouter.h"
 #include "core/routing/bulkroute.h"
+#include "core/routing/routebatchrun.h"
 #include "core/routing/netsnapshot.h"
 
 #include <QElapsedTimer>
@@ -99,10 +101,7 @@ int CliApp::runBatch(const RouteBatch &batch)
 
     // Done only when the registry shows it: the device's own tables are the proof.
     const DevManager &registry = m_link->registry();
-    auto seen = [&registry](const RouteChange &c) {
-        const auto rx = registry.findByDevId(c.rxDevId);
-        return rx && RouteSource::of(rx->routeOf(c.rxCh - 1)) == c.after;
-    };
+    auto seen = [&registry](const RouteChange &c) { return RouteBatchRun::isSeen(registry, c); };
     auto allSeen = [&] { return std::all_of(sent.cbegin(), sent.cend(), seen); };
     waitUntil(allSeen, qMax(m_options.waitMs, 5000));
     const qint64 confirmedMs = clock.elapsed();
@@ -113,7 +112,7 @@ int CliApp::runBatch(const RouteBatch &batch)
             ++done;
             doneJson.append(changeJson(c));
         } else {
-            refused.append({c, QStringLiteral("not seen in %1's tables in time").arg(c.rxDevId)});
+            refused.append({c, tx(Tx::RouteNotSeen).arg(c.rxDevId)});
         }
     }
 

@@ -210,6 +210,24 @@ void TestBulkRoute::changesClearAndRouteFlows()
     QCOMPARE(planRouteChange(net, toFlow(3, ip("239.1.2.4"), 1)).steps.last().text, tx(Tx::RouteOldFirmwarePort));
     QCOMPARE(planRouteChange(net, toFlow(3, ip("239.1.2.3"), 3)).steps.last().text, QStringLiteral("The flow Stage has no channel 3."));
     QCOMPARE(planRouteChange(net, toFlow(9, ip("239.1.2.3"), 1)).steps.last().text, QStringLiteral("Dev B has no receive channel 9."));
+
+    // A click's undo step: a routed cell is cleared, any other routed from its row.
+    RouteContext ctx;
+    ctx.rxDevId = "B";
+    ctx.rxChannel = 1;
+    ctx.rx = b;
+    ctx.rowIsFlow = true;
+    ctx.rowChannel = 2;
+    ctx.flow = stage();
+    ctx.cellState = 2;
+    RouteChange click = clickChange(ctx);
+    QVERIFY(click.after.isNone());
+    QCOMPARE(click.before, RouteSource::multicast(ip("239.1.2.3"), 2));
+    ctx.cellState = 0;
+    ctx.rxChannel = 3;
+    click = clickChange(ctx);
+    QVERIFY(click.before.isNone());
+    QCOMPARE(click.after, RouteSource::multicast(ip("239.1.2.3"), 2));
 }
 
 void TestBulkRoute::snapshotSavedAndReadBack()

@@ -102,6 +102,18 @@ const FlowRecord *RouteNetwork::flow(quint32 group) const
     return it == m_flows.constEnd() ? nullptr : &*it;
 }
 
+QString RouteNetwork::deviceName(const QString &devId) const
+{
+    const Device *d = device(devId);
+    return d && !d->rec.name.isEmpty() ? d->rec.name.str() : devId;
+}
+
+QString RouteNetwork::flowName(quint32 group) const
+{
+    const FlowRecord *f = flow(group);
+    return f && !f->name.isEmpty() ? f->name : Ipv4::toText(group);
+}
+
 RouteSource RouteNetwork::routeOf(const QString &rxDevId, int rxCh) const
 {
     const Device *rx = device(rxDevId);
@@ -131,13 +143,23 @@ RoutePlan refusal(const QString &text)
     return p;
 }
 
-QString deviceName(const RouteNetwork &network, const QString &devId)
-{
-    const Device *d = network.device(devId);
-    return d && !d->rec.name.isEmpty() ? d->rec.name.str() : devId;
-}
-
 } // namespace
+
+RouteChange clickChange(const RouteContext &ctx)
+{
+    RouteChange change;
+    change.rxDevId = ctx.rxDevId;
+    change.rxCh = ctx.rxChannel;
+    if (ctx.rx)
+        change.before = RouteSource::of(ctx.rx->routeOf(ctx.rxChannel - 1));
+    if (ctx.cellState == 2)
+        return change;
+    if (!ctx.rowIsFlow)
+        change.after = RouteSource::unicast(ctx.rowOwnerId, ctx.rowChannel);
+    else if (ctx.flow)
+        change.after = RouteSource::multicast(ctx.flow->dstIp, ctx.rowChannel);
+    return change;
+}
 
 RoutePlan planRouteChange(const RouteNetwork &network, const RouteChange &change)
 {
@@ -145,7 +167,7 @@ RoutePlan planRouteChange(const RouteNetwork &network, const RouteChange &change
     if (!rx)
         return refusal(tx(Tx::BulkDeviceGone).arg(change.rxDevId));
     if (change.rxCh < 1 || change.rxCh > rx->rec.chNumRx)
-        return refusal(tx(Tx::BulkNoRxChannel).arg(deviceName(network, change.rxDevId)).arg(change.rxCh));
+        return refusal(tx(Tx::BulkNoRxChannel).arg(network.deviceName(change.rxDevId)).arg(change.rxCh));
 
     RouteContext ctx;
     ctx.rxDevId = change.rxDevId;
@@ -195,7 +217,7 @@ RoutePlan planRouteChange(const RouteNetwork &network, const RouteChange &change
         if (!txd)
             return refusal(tx(Tx::BulkDeviceGone).arg(to.srcDevId));
         if (to.channel < 1 || to.channel > txd->rec.chNumTx)
-            return refusal(tx(Tx::BulkNoTxChannel).arg(deviceName(network, to.srcDevId)).arg(to.channel));
+            return refusal(tx(Tx::BulkNoTxChannel).arg(network.deviceName(to.srcDevId)).arg(to.channel));
         ctx.rowOwnerId = to.srcDevId;
         ctx.tx = *txd;
     } else {

@@ -52,6 +52,10 @@ public:
 
     const Device *device(const QString &devId) const;
     const FlowRecord *flow(quint32 group) const;
+    /// For messages and labels: the device's name, or its id when it has none or is not here.
+    QString deviceName(const QString &devId) const;
+    /// The flow's name, or its group address.
+    QString flowName(quint32 group) const;
     const QVector<Device> &devices() const { return m_devices; }
     /// The receive channel's route now, None when free or unknown.
     RouteSource routeOf(const QString &rxDevId, int rxCh) const;
@@ -93,6 +97,10 @@ struct RouteBatch
     /// The undo of the whole batch: the inverse of each change, last first.
     QVector<RouteChange> inverses() const;
 };
+
+/// The change a click on the cell of ctx asks for: a routed cell is cleared,
+/// any other is routed from its row. What an undo step of the click holds.
+RouteChange clickChange(const RouteContext &ctx);
 
 /// The click plan for one route change: a set from state 0 (with the
 /// replacement question when the channel is routed) or a clear from state 2.

@@ -467,8 +467,9 @@ void CellRouteForm::onCellPressed(int x, int y)
     if (m_grid.rows().at(row).isOwner() || m_grid.columns().at(column).isOwner())
         return;
 
-    const RoutePlan plan = planRouteClick(routeClickContext(m_grid, row, column, m_registry, m_uiStore));
-    const RouteChange change = clickChange(row, column);
+    const RouteContext ctx = routeClickContext(m_grid, row, column, m_registry, m_uiStore);
+    const RoutePlan plan = planRouteClick(ctx);
+    const RouteChange change = clickChange(ctx);
     m_inClick = true;
     const bool passed = m_runner->run(plan);
     m_inClick = false;
@@ -492,22 +493,6 @@ void CellRouteForm::onCellPressed(int x, int y)
         m_rebuildWanted = false;
         m_rebuildTimer->start();
     }
-}
-
-RouteChange CellRouteForm::clickChange(int row, int column) const
-{
-    const AxisItem &r = m_grid.rows().at(row);
-    const AxisItem &c = m_grid.columns().at(column);
-    RouteChange change;
-    change.rxDevId = c.ownerId;
-    change.rxCh = c.channel;
-    if (const std::optional<Device> rx = m_registry.findByDevId(c.ownerId))
-        change.before = RouteSource::of(rx->routeOf(c.channel - 1));
-    // A routed cell is cleared by its click; any other is routed from its row.
-    if (m_grid.cellState(row, column) != 2)
-        change.after = r.isMcastFlow ? RouteSource::multicast(r.flowIp, r.channel)
-                                     : RouteSource::unicast(r.ownerId, r.channel);
-    return change;
 }
 
 void CellRouteForm::slot_message(const QString &json)

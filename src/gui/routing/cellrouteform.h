@@ -101,8 +101,6 @@ private:
     void decorateCell(RouteCellItem *item) const;
     void decorateHeader(RouteHeaderButton *button) const;
     void onCellPressed(int x, int y);
-    /// The route a click on a cell asks for, by ids: what the undo step will hold.
-    RouteChange clickChange(int row, int column) const;
     void onBlockPressed(int x, int y);
     void onBlockDragged(int x, int y);
     void onBlockReleased(int x, int y, const QPoint &screenPos);

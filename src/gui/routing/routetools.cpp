@@ -5,7 +5,6 @@
 #include "core/app/texts.h"
 #include "core/devices/devmanager.h"
 #include "core/devices/deviceuistore.h"
-#include "core/protocol/ipv4.h"
 #include "core/routing/netsnapshot.h"
 #include "gui/widgets/filechoice.h"
 #include "gui/widgets/noticebox.h"
@@ -27,18 +26,6 @@ const char kButtonStyle[] =
     "QToolButton:disabled { color: rgb(105, 107, 117); background: rgb(36, 37, 42); border-color: rgb(50, 52, 60); }"
     "QToolButton[popupMode=\"2\"] { padding-right: 22px; }"
     "QToolButton::menu-indicator { subcontrol-position: right center; right: 6px; }";
-
-QString deviceName(const RouteNetwork &net, const QString &devId)
-{
-    const Device *d = net.device(devId);
-    return d && !d->rec.name.isEmpty() ? d->rec.name.str() : devId;
-}
-
-QString flowName(const RouteNetwork &net, quint32 group)
-{
-    const FlowRecord *f = net.flow(group);
-    return f && !f->name.isEmpty() ? f->name : Ipv4::toText(group);
-}
 
 } // namespace
 
@@ -203,9 +190,8 @@ void RouteTools::bulkRoute(const BulkRoute::Request &request)
     const QString title = tx(Tx::BulkTitle);
     if (!RouteBatchDialog::confirm(m_page, title, batch, net))
         return;
-    const QString source = request.flowIp ? flowName(net, request.flowIp)
-                                          : deviceName(net, request.srcDevId);
-    const QString target = deviceName(net, request.dstDevId);
+    const QString source = request.flowIp ? net.flowName(request.flowIp) : net.deviceName(request.srcDevId);
+    const QString target = net.deviceName(request.dstDevId);
     start(batch, [this, batch, title, source, target](const RouteBatchRun::Result &result) {
         m_history.record({tx(Tx::StepBulk).arg(source, target).arg(result.done.size()), result.done});
         if (!reportRefusals(title, batch, result))
